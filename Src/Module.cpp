@@ -10,6 +10,8 @@ RVX::Misc::CModuleInfo g_ModuleInfo(MODULE_NUMBER, "voPI", "P:5.8.12 F:5.8.12");
 
 } // namespace
 
-RVX::Misc::CModuleInfo& GetModuleInfo() { return g_ModuleInfo; }
+RVX::Misc::CModuleInfo& GetModuleInfo() {
+    return g_ModuleInfo;
+}
 
 } // namespace PI

@@ -12,8 +12,8 @@ inline bool IsCSpace(char c) {
     return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
 }
 
-constexpr _UNITS kUnitSteps[] = {UNITS_KILOBYTES, UNITS_MEGABYTES, UNITS_GIGABYTES,
-                                 UNITS_TERABYTES, UNITS_PETABYTES};
+constexpr _UNITS kUnitSteps[] = {UNITS_KILOBYTES, UNITS_MEGABYTES, UNITS_GIGABYTES, UNITS_TERABYTES,
+                                 UNITS_PETABYTES};
 
 } // namespace
 

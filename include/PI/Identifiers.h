@@ -10,9 +10,9 @@ namespace PI {
 
 // Result codes, returned as unsigned 32-bit numbers.
 constexpr unsigned int RESULT_SUCCESS = 0;
-constexpr unsigned int RESULT_NOT_FOUND = 20000;      // no such key; also a failed configuration write
-constexpr unsigned int RESULT_EMPTY_LIST = 20006;     // an argument list is empty
-constexpr unsigned int RESULT_OUT_OF_MEMORY = 20007;  // memory could not be obtained
+constexpr unsigned int RESULT_NOT_FOUND = 20000;  // no such key; also a failed configuration write
+constexpr unsigned int RESULT_EMPTY_LIST = 20006; // an argument list is empty
+constexpr unsigned int RESULT_OUT_OF_MEMORY = 20007;   // memory could not be obtained
 constexpr unsigned int RESULT_CONFIG_NOT_READ = 20014; // a configuration read found nothing
 
 // The module under which the library registers for trace and errors.

@@ -19,7 +19,9 @@ CThrowStateData& CThrowStateData::Current() noexcept {
 
 namespace Exceptions {
 
-CException::CException(unsigned int code) : m_Code(code) { Describe(); }
+CException::CException(unsigned int code) : m_Code(code) {
+    Describe();
+}
 
 CException::~CException() = default;
 
@@ -28,7 +30,9 @@ void CException::AddSource(const SOURCE_INFO& source) {
     Describe();
 }
 
-const char* CException::what() const noexcept { return m_What.c_str(); }
+const char* CException::what() const noexcept {
+    return m_What.c_str();
+}
 
 void CException::Describe() {
     char head[96];
@@ -142,7 +146,9 @@ CThrowStateGuard::CThrowStateGuard() noexcept {
         m_State.Init();
 }
 
-CThrowStateGuard::~CThrowStateGuard() { m_State.Restore(); }
+CThrowStateGuard::~CThrowStateGuard() {
+    m_State.Restore();
+}
 
 } // namespace Threading
 } // namespace RVX

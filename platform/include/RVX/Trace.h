@@ -21,7 +21,9 @@ public:
     unsigned int GetNumber() const noexcept { return m_Number; }
     const char* GetName() const noexcept { return m_Name; }
     const char* GetVersion() const noexcept { return m_Version; }
-    unsigned int GetTraceMask() const noexcept { return m_TraceMask.load(std::memory_order_relaxed); }
+    unsigned int GetTraceMask() const noexcept {
+        return m_TraceMask.load(std::memory_order_relaxed);
+    }
     void SetTraceMask(unsigned int mask) noexcept {
         m_TraceMask.store(mask, std::memory_order_relaxed);
     }

@@ -1,0 +1,302 @@
+// The platform layer: format stream, exceptions and their per-thread state,
+// trace sink and mask, language strings, process path and clock.
+#include <RVX/Application.h>
+#include <RVX/Exceptions.h>
+#include <RVX/FormatStream.h>
+#include <RVX/Language.h>
+#include <RVX/Strings.h>
+#include <RVX/Sync.h>
+#include <RVX/SystemTime.h>
+#include <RVX/Trace.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+#include <string>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+using namespace RVX;
+
+namespace {
+
+std::string Fmt(const char* format, int a, int b) {
+    std::string out;
+    Output_Streams::CFormatStream(out, format).FormatInt(a).FormatInt(b);
+    return out;
+}
+
+} // namespace
+
+TEST(FormatStream, FillsConversionsInOrderAndKeepsTheTail) {
+    EXPECT_EQ(Fmt("Property %d has type=%d!", 23067, 4), "Property 23067 has type=4!");
+    EXPECT_EQ(Fmt("%d|%u", -5, -1), "-5|4294967295");
+    EXPECT_EQ(Fmt("[%02X %x]", 0x0F, 0xAB), "[0F ab]");
+    EXPECT_EQ(Fmt("%5d|%-4d|", 42, 7), "   42|7   |");
+    EXPECT_EQ(Fmt("%05d", -42, 0), "-0042");
+    EXPECT_EQ(Fmt("100%% %d", 1, 2), "100% 1");
+    // A missing argument leaves its conversion out; a lone % at the end is text.
+    std::string out;
+    Output_Streams::CFormatStream(out, "a%db%dc").FormatInt(1);
+    EXPECT_EQ(out, "a1bc");
+    Output_Streams::CFormatStream(out, "x%").Finish();
+    EXPECT_EQ(out, "x%");
+}
+
+TEST(FormatStream, StringsAnd64BitValues) {
+    Strings::CStringVar text("stale");
+    text.Format("T:%s").FormatStr(Strings::CStringRef("abc"));
+    EXPECT_EQ(text, "T:abc");
+    std::string out;
+    Output_Streams::CFormatStream(out, "%d %d")
+        .FormatInt64(18446744073709551615ULL)
+        .FormatInt64(static_cast<long long>(-9223372036854775807LL - 1));
+    EXPECT_EQ(out, "-1 -9223372036854775808");
+    Output_Streams::CFormatStream(out, "%llu").FormatInt64(18446744073709551615ULL);
+    EXPECT_EQ(out, "18446744073709551615");
+}
+
+TEST(Strings, RefAndVar) {
+    const char raw[] = {'a', 'b', 'c', 'd'};
+    Strings::CStringRef ref(raw, 3);
+    EXPECT_EQ(ref.Length(), 3u);
+    EXPECT_EQ(ref.ToString(), "abc");
+    Strings::CStringRef null(nullptr);
+    EXPECT_EQ(null.Length(), 0u);
+    EXPECT_STREQ(null.c_str(), "");
+
+    Strings::CStringVar var;
+    var.AllocCopy("hello world", 5);
+    EXPECT_EQ(var, "hello");
+    var.AllocCopy("whole text"); // length 0: up to the NUL
+    EXPECT_EQ(var, "whole text");
+    var.Alloc(200);
+    EXPECT_GE(var.Capacity(), 200u);
+    EXPECT_EQ(var, "whole text");
+    Strings::TString<16> small("x");
+    Strings::CStringEx ex(std::string("ex"));
+    EXPECT_EQ(Strings::CStringRef(small).Length(), 1u);
+    EXPECT_EQ(ex.Str(), "ex");
+}
+
+class ExceptionFacility : public ::testing::Test {
+protected:
+    static constexpr unsigned kModule = 4242;
+    Misc::CModuleInfo module{kModule, "test", "1.0"};
+};
+
+TEST_F(ExceptionFacility, ThrowCarriesCodeAndSourceRecords) {
+    const Exceptions::SOURCE_INFO start{"Src/Here", 10, kModule};
+    const Exceptions::SOURCE_INFO next{"Src/There", 20, kModule};
+    try {
+        try {
+            Threading::CThrowState::StartException(start);
+            Exceptions::CException::Throw(0x21130001);
+            FAIL() << "Throw returned while throwing was enabled";
+        } catch (...) {
+            Threading::CThrowState::ThrowNext(next);
+        }
+        FAIL() << "ThrowNext did not pass the exception on";
+    } catch (const Exceptions::CException& e) {
+        EXPECT_EQ(e.GetCode(), 0x21130001u);
+        ASSERT_EQ(e.GetSources().size(), 2u);
+        EXPECT_STREQ(e.GetSources()[0].Path, "Src/Here");
+        EXPECT_EQ(e.GetSources()[1].Line, 20u);
+        const std::string what = e.what();
+        EXPECT_NE(what.find("0x21130001"), std::string::npos) << what;
+        EXPECT_NE(what.find("test"), std::string::npos) << what;
+        EXPECT_NE(what.find("Src/Here:10 <- Src/There:20"), std::string::npos) << what;
+    }
+}
+
+TEST_F(ExceptionFacility, ThrowNextPassesForeignExceptionsUnchanged) {
+    EXPECT_THROW(
+        {
+            try {
+                throw std::runtime_error("foreign");
+            } catch (...) {
+                Threading::CThrowState::ThrowNext({"Src/X", 1, kModule});
+            }
+        },
+        std::runtime_error);
+}
+
+TEST_F(ExceptionFacility, DisabledThrowReturnsAndGuardRestoresState) {
+    const Exceptions::SOURCE_INFO before{"Src/Before", 1, kModule};
+    Threading::CThrowState::StartException(before);
+    {
+        Threading::CDisableThrow disable;
+        Threading::CThrowStateGuard guard;
+        Threading::CThrowState::StartException({"Src/Inner", 2, kModule});
+        Exceptions::CException::Throw(0x21130004); // must return
+        EXPECT_EQ(Threading::CThrowState::PendingCode(), 0x21130004u);
+    }
+    // The guard put back the throw state that was open before, but the
+    // suppressed code stays readable.
+    EXPECT_STREQ(Internals::CThrowStateData::Current().Start.Path, "Src/Before");
+    EXPECT_EQ(Threading::CThrowState::PendingCode(), 0x21130004u);
+    EXPECT_EQ(Internals::CThrowStateData::m_DisableCnt, 0u);
+    // Enabled again: the next Throw throws.
+    EXPECT_THROW(Exceptions::CException::Throw(1), Exceptions::CException);
+}
+
+TEST_F(ExceptionFacility, StateIsPerThread) {
+    Threading::CDisableThrow disable;
+    unsigned otherCount = 99;
+    bool otherThrew = false;
+    std::thread other([&] {
+        otherCount = Internals::CThrowStateData::m_DisableCnt;
+        try {
+            Exceptions::CException::Throw(7);
+        } catch (const Exceptions::CException&) {
+            otherThrew = true;
+        }
+    });
+    other.join();
+    EXPECT_EQ(otherCount, 0u);
+    EXPECT_TRUE(otherThrew) << "disabling on one thread must not disable another";
+    Exceptions::CException::Throw(8); // disabled here: returns
+    EXPECT_EQ(Threading::CThrowState::PendingCode(), 8u);
+}
+
+TEST_F(ExceptionFacility, ContinueExceptionLogsAtTheSourceAndEndsIt) {
+    std::vector<Internals::TraceRecord> records;
+    auto previous =
+        Internals::SetTraceSink([&](const Internals::TraceRecord& r) { records.push_back(r); });
+    module.SetTraceMask(0x40000000);
+    const unsigned before = Internals::CThrowStateData::Current().Continued;
+    try {
+        throw Exceptions::CException(0x1234);
+    } catch (...) {
+        Threading::CThrowState::ContinueException({"Src/Config", 77, kModule});
+    }
+    Internals::SetTraceSink(previous);
+    EXPECT_EQ(Internals::CThrowStateData::Current().Continued, before + 1);
+    ASSERT_EQ(records.size(), 1u);
+    EXPECT_EQ(records[0].Module, kModule);
+    EXPECT_STREQ(records[0].SourcePath, "Src/Config");
+    EXPECT_EQ(records[0].Line, 77u);
+    EXPECT_NE(records[0].Text.find("0x00001234"), std::string::npos) << records[0].Text;
+}
+
+TEST(Trace, SinkReceivesRecordsAndMaskSelectsLevels) {
+    Misc::CModuleInfo module(4243, "trace-test", "2.0");
+    EXPECT_FALSE(module.IsTraceEnabled(0x40000000)); // silent by default
+    module.SetTraceMask(0x40000000 | 0x1);
+    EXPECT_TRUE(module.IsTraceEnabled(0x40000000));
+    EXPECT_FALSE(module.IsTraceEnabled(0x2));
+    EXPECT_FALSE(module.IsTraceEnabled(0));
+    EXPECT_EQ(Misc::CModuleInfo::Find(4243), &module);
+
+    std::vector<Internals::TraceRecord> records;
+    auto previous =
+        Internals::SetTraceSink([&](const Internals::TraceRecord& r) { records.push_back(r); });
+    {
+        Internals::CTraceStreamBuffer buffer(0x40000000, module, "Src/Objects", 12);
+        Output_Streams::CFormatStream(buffer.Text(), "Property %d has no or invalid data!")
+            .FormatInt(23067u);
+        EXPECT_TRUE(records.empty()) << "a record is handed over when it is complete";
+    }
+    Internals::SetTraceSink(previous);
+    ASSERT_EQ(records.size(), 1u);
+    EXPECT_EQ(records[0].Level, 0x40000000u);
+    EXPECT_EQ(records[0].Module, 4243u);
+    EXPECT_EQ(records[0].Line, 12u);
+    EXPECT_EQ(records[0].Text, "Property 23067 has no or invalid data!");
+}
+
+TEST(Trace, ModuleUnregistersOnDestruction) {
+    { Misc::CModuleInfo temporary(4244, "gone", "0"); }
+    EXPECT_EQ(Misc::CModuleInfo::Find(4244), nullptr);
+}
+
+TEST(Trace, EnvironmentTargetWritesToFileWithoutSink) {
+    char dir[] = "/tmp/pi-trace-XXXXXX";
+    ASSERT_NE(mkdtemp(dir), nullptr);
+    const std::string path = std::string(dir) + "/trace.log";
+    setenv("RVX_TRACE", path.c_str(), 1);
+    Misc::CModuleInfo module(4245, "env", "0");
+    { Internals::CTraceStreamBuffer(1, module, "Src/X", 3).Text() = "hello"; }
+    unsetenv("RVX_TRACE");
+    std::ifstream in(path);
+    std::string line;
+    std::getline(in, line);
+    EXPECT_NE(line.find("Src/X:3 hello"), std::string::npos) << line;
+    std::remove(path.c_str());
+    rmdir(dir);
+}
+
+TEST(Language, KnownTextsAndDecimalFallback) {
+    using Language_Support::CLanguageSupport;
+    CLanguageSupport::Clear();
+    Strings::CStringVar out("stale");
+    EXPECT_FALSE(CLanguageSupport::ResolveString(1234, out));
+    EXPECT_EQ(out, "1234");
+    EXPECT_FALSE(CLanguageSupport::ResolveString(4294967295u, out));
+    EXPECT_EQ(out, "4294967295");
+    CLanguageSupport::SetString(1234, "Rebuild started");
+    EXPECT_TRUE(CLanguageSupport::ResolveString(1234, out));
+    EXPECT_EQ(out, "Rebuild started");
+    CLanguageSupport::Clear();
+}
+
+TEST(Language, CatalogueFileIsAllOrNothing) {
+    using Language_Support::CLanguageSupport;
+    CLanguageSupport::Clear();
+    char dir[] = "/tmp/pi-lang-XXXXXX";
+    ASSERT_NE(mkdtemp(dir), nullptr);
+    const std::string good = std::string(dir) + "/good.cat";
+    const std::string bad = std::string(dir) + "/bad.cat";
+    std::ofstream(good) << "# catalogue\r\n10=Ten\r\n\n11=two\\nlines\\t\\\\ = x\n";
+    std::ofstream(bad) << "12=fine\nnot a line\n";
+    EXPECT_EQ(CLanguageSupport::LoadCatalogue(good), 2);
+    Strings::CStringVar out;
+    CLanguageSupport::ResolveString(10, out);
+    EXPECT_EQ(out, "Ten");
+    CLanguageSupport::ResolveString(11, out);
+    EXPECT_EQ(out, "two\nlines\t\\ = x");
+    EXPECT_EQ(CLanguageSupport::LoadCatalogue(bad), -1);
+    EXPECT_FALSE(CLanguageSupport::ResolveString(12, out)) << "a malformed file loads nothing";
+    EXPECT_EQ(CLanguageSupport::LoadCatalogue(std::string(dir) + "/missing"), -1);
+    std::ofstream(bad) << "99999999999=too big\n";
+    EXPECT_EQ(CLanguageSupport::LoadCatalogue(bad), -1);
+    std::remove(good.c_str());
+    std::remove(bad.c_str());
+    rmdir(dir);
+    CLanguageSupport::Clear();
+}
+
+TEST(Application, ProcessPathNamesThisTestProgram) {
+    std::string path;
+    ASSERT_TRUE(Misc::CRvxApplication::GetProcessPath(path));
+    EXPECT_EQ(path.front(), '/');
+    EXPECT_NE(path.find("test_platform"), std::string::npos) << path;
+}
+
+TEST(SystemTime, MillisecondsSinceEpochAndMonotonicEnough) {
+    const unsigned long long a = RVXX::CSystemTime_Lx::Now();
+    const unsigned long long b = RVXX::CSystemTime_Lx::Now();
+    EXPECT_GT(a, 1600000000000ULL); // after 2020 in milliseconds
+    EXPECT_LT(a, 4102444800000ULL); // before 2100
+    EXPECT_LE(a, b);
+}
+
+TEST(Sync, CriticalSectionIsRecursiveAndExcludesOtherThreads) {
+    Threading::Native_OS::CCriticalSection section;
+    section.Init(1000);
+    EXPECT_EQ(section.SpinCount(), 1000u);
+    long counter = 0;
+    auto work = [&] {
+        for (int i = 0; i < 20000; ++i) {
+            Threading::CSyncGuard outer(section);
+            Threading::CSyncGuard inner(section); // re-entry by the same thread
+            ++counter;
+        }
+    };
+    std::thread t1(work), t2(work);
+    t1.join();
+    t2.join();
+    EXPECT_EQ(counter, 40000);
+}
