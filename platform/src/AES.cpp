@@ -1,0 +1,407 @@
+#include "RVX/AES.h"
+
+#include <openssl/crypto.h>
+#include <openssl/evp.h>
+#include <openssl/rand.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <mutex>
+#include <new>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+namespace RVX {
+namespace Crypt {
+namespace {
+
+constexpr size_t kKeyLength = 32;
+constexpr size_t kNonceLength = 12;
+constexpr size_t kTagLength = 16;
+constexpr char kPrefix[] = "ENC1(";
+constexpr size_t kPrefixLength = sizeof kPrefix - 1;
+// Texts longer than this are not handled (EVP counts in int).
+constexpr size_t kMaxPlainLength = static_cast<size_t>(INT_MAX) - 64;
+
+std::mutex g_KeyLock;
+unsigned char g_Key[kKeyLength];
+bool g_KeySet = false;
+
+thread_local const char* t_LastError = "";
+
+bool Fail(const char* why) noexcept {
+    t_LastError = why;
+    return false;
+}
+
+// A key or key material on the stack, wiped on every way out.
+template <size_t N> struct SecretBuffer {
+    unsigned char Bytes[N];
+    size_t Length = 0;
+    SecretBuffer() noexcept { std::memset(Bytes, 0, N); }
+    ~SecretBuffer() { OPENSSL_cleanse(Bytes, N); }
+    SecretBuffer(const SecretBuffer&) = delete;
+    SecretBuffer& operator=(const SecretBuffer&) = delete;
+};
+
+using Key = SecretBuffer<kKeyLength>;
+
+struct CipherContext {
+    EVP_CIPHER_CTX* Ctx = EVP_CIPHER_CTX_new();
+    ~CipherContext() { EVP_CIPHER_CTX_free(Ctx); } // also wipes the key schedule
+    CipherContext() = default;
+    CipherContext(const CipherContext&) = delete;
+    CipherContext& operator=(const CipherContext&) = delete;
+};
+
+// Wipes a byte vector before it goes.
+struct WipedBytes {
+    std::vector<unsigned char> Bytes;
+    ~WipedBytes() {
+        if (!Bytes.empty())
+            OPENSSL_cleanse(Bytes.data(), Bytes.size());
+    }
+};
+
+bool IsBlank(unsigned char c) noexcept {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\v' || c == '\f';
+}
+
+int HexValue(unsigned char c) noexcept {
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    if (c >= 'a' && c <= 'f')
+        return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F')
+        return c - 'A' + 10;
+    return -1;
+}
+
+// Reads at most N - 1 bytes of a small file; false when it cannot be read or
+// is larger than that.
+template <size_t N> bool ReadSmallFile(const char* path, SecretBuffer<N>& content) noexcept {
+    const int fd = ::open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY);
+    if (fd < 0)
+        return false;
+    size_t total = 0;
+    bool ok = true;
+    for (;;) {
+        if (total == N) { // one byte more than allowed: too large
+            ok = false;
+            break;
+        }
+        const ssize_t got = ::read(fd, content.Bytes + total, N - total);
+        if (got < 0) {
+            if (errno == EINTR)
+                continue;
+            ok = false;
+            break;
+        }
+        if (got == 0)
+            break;
+        total += static_cast<size_t>(got);
+    }
+    ::close(fd);
+    if (!ok || total >= N)
+        return false;
+    content.Length = total;
+    return true;
+}
+
+bool KeyFromFile(const char* path, Key& key) noexcept {
+    SecretBuffer<130> content;
+    if (!ReadSmallFile(path, content))
+        return Fail("the key file named by RVX_AES_KEY_FILE cannot be read or is too large");
+    if (content.Length == kKeyLength) {
+        std::memcpy(key.Bytes, content.Bytes, kKeyLength);
+        key.Length = kKeyLength;
+        return true;
+    }
+    size_t length = content.Length;
+    while (length > 0 && IsBlank(content.Bytes[length - 1]))
+        --length;
+    if (length != 2 * kKeyLength)
+        return Fail("the key file must hold 32 raw bytes or 64 hexadecimal characters");
+    for (size_t i = 0; i < kKeyLength; ++i) {
+        const int high = HexValue(content.Bytes[2 * i]);
+        const int low = HexValue(content.Bytes[2 * i + 1]);
+        if (high < 0 || low < 0)
+            return Fail("the key file must hold 32 raw bytes or 64 hexadecimal characters");
+        key.Bytes[i] = static_cast<unsigned char>(high * 16 + low);
+    }
+    key.Length = kKeyLength;
+    return true;
+}
+
+bool KeyFromMachineId(Key& key) noexcept {
+    SecretBuffer<256> id;
+    if (!ReadSmallFile("/etc/machine-id", id) && !ReadSmallFile("/var/lib/dbus/machine-id", id))
+        return Fail("no key: none set, no key file, no machine identity");
+    size_t first = 0;
+    size_t end = id.Length;
+    while (first < end && IsBlank(id.Bytes[first]))
+        ++first;
+    while (end > first && IsBlank(id.Bytes[end - 1]))
+        --end;
+    if (first == end)
+        return Fail("no key: none set, no key file, empty machine identity");
+    static const char kLabel[] = "RVX::Crypt::CAES machine key v1";
+    EVP_MD_CTX* md = EVP_MD_CTX_new();
+    unsigned int length = 0;
+    const bool ok = md != nullptr && EVP_DigestInit_ex(md, EVP_sha256(), nullptr) == 1 &&
+                    EVP_DigestUpdate(md, kLabel, sizeof kLabel) == 1 &&
+                    EVP_DigestUpdate(md, id.Bytes + first, end - first) == 1 &&
+                    EVP_DigestFinal_ex(md, key.Bytes, &length) == 1 && length == kKeyLength;
+    EVP_MD_CTX_free(md);
+    if (!ok)
+        return Fail("key derivation failed");
+    key.Length = kKeyLength;
+    return true;
+}
+
+bool GetKey(Key& key) noexcept {
+    {
+        std::lock_guard<std::mutex> lock(g_KeyLock);
+        if (g_KeySet) {
+            std::memcpy(key.Bytes, g_Key, kKeyLength);
+            key.Length = kKeyLength;
+            return true;
+        }
+    }
+    const char* file = std::getenv("RVX_AES_KEY_FILE");
+    if (file != nullptr && *file != '\0')
+        return KeyFromFile(file, key);
+    return KeyFromMachineId(key);
+}
+
+constexpr char kBase64[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+void Base64Encode(const unsigned char* data, size_t length, std::string& out) {
+    out.reserve(out.size() + (length + 2) / 3 * 4);
+    size_t i = 0;
+    for (; i + 3 <= length; i += 3) {
+        const unsigned v = (unsigned(data[i]) << 16) | (unsigned(data[i + 1]) << 8) | data[i + 2];
+        out.push_back(kBase64[(v >> 18) & 63]);
+        out.push_back(kBase64[(v >> 12) & 63]);
+        out.push_back(kBase64[(v >> 6) & 63]);
+        out.push_back(kBase64[v & 63]);
+    }
+    if (length - i == 1) {
+        const unsigned v = unsigned(data[i]) << 16;
+        out.push_back(kBase64[(v >> 18) & 63]);
+        out.push_back(kBase64[(v >> 12) & 63]);
+        out.append("==");
+    } else if (length - i == 2) {
+        const unsigned v = (unsigned(data[i]) << 16) | (unsigned(data[i + 1]) << 8);
+        out.push_back(kBase64[(v >> 18) & 63]);
+        out.push_back(kBase64[(v >> 12) & 63]);
+        out.push_back(kBase64[(v >> 6) & 63]);
+        out.push_back('=');
+    }
+}
+
+int Base64Value(char c) noexcept {
+    if (c >= 'A' && c <= 'Z')
+        return c - 'A';
+    if (c >= 'a' && c <= 'z')
+        return c - 'a' + 26;
+    if (c >= '0' && c <= '9')
+        return c - '0' + 52;
+    if (c == '+')
+        return 62;
+    if (c == '/')
+        return 63;
+    return -1;
+}
+
+// Strict decoding: a multiple of four characters, padding only at the end,
+// and unused bits zero, so that every byte sequence has exactly one text.
+bool Base64Decode(const char* text, size_t length, std::vector<unsigned char>& out) {
+    if (length == 0 || length % 4 != 0)
+        return false;
+    size_t padding = 0;
+    if (text[length - 1] == '=')
+        padding = text[length - 2] == '=' ? 2 : 1;
+    out.clear();
+    out.reserve(length / 4 * 3);
+    for (size_t i = 0; i < length; i += 4) {
+        const bool last = i + 4 == length;
+        int v[4];
+        for (size_t j = 0; j < 4; ++j) {
+            const bool isPad = last && j >= 4 - padding;
+            v[j] = isPad ? 0 : Base64Value(text[i + j]);
+            if (v[j] < 0)
+                return false;
+        }
+        const unsigned bits = (unsigned(v[0]) << 18) | (unsigned(v[1]) << 12) |
+                              (unsigned(v[2]) << 6) | unsigned(v[3]);
+        out.push_back(static_cast<unsigned char>(bits >> 16));
+        if (last && padding == 2) {
+            if ((bits & 0xFFFF) != 0)
+                return false;
+            break;
+        }
+        out.push_back(static_cast<unsigned char>(bits >> 8));
+        if (last && padding == 1) {
+            if ((bits & 0xFF) != 0)
+                return false;
+            break;
+        }
+        out.push_back(static_cast<unsigned char>(bits));
+    }
+    return true;
+}
+
+} // namespace
+
+CAES::CAES() noexcept = default;
+CAES::~CAES() = default;
+
+bool CAES::IsEncrypted(const Strings::CStringRef& text) noexcept {
+    return text.Length() > kPrefixLength &&
+           std::memcmp(text.Data(), kPrefix, kPrefixLength) == 0 &&
+           text[text.Length() - 1] == ')';
+}
+
+bool CAES::Encrypt(const Strings::CStringRef& plain, const Strings::CStringRef& associated,
+                   Strings::CStringVar& out) noexcept {
+    (void)associated; // see the header: no part of the cipher
+    t_LastError = "";
+    try {
+        if (plain.Length() > kMaxPlainLength) {
+            out.Empty();
+            return Fail("text too long");
+        }
+        Key key;
+        if (!GetKey(key)) {
+            out.Empty();
+            return false;
+        }
+        const int plainLength = static_cast<int>(plain.Length());
+        WipedBytes sealed;
+        sealed.Bytes.resize(kNonceLength + plain.Length() + kTagLength);
+        unsigned char* nonce = sealed.Bytes.data();
+        unsigned char* cipher = nonce + kNonceLength;
+        unsigned char* tag = cipher + plain.Length();
+        if (RAND_bytes(nonce, static_cast<int>(kNonceLength)) != 1) {
+            out.Empty();
+            return Fail("the random source failed");
+        }
+        CipherContext context;
+        int length = 0;
+        int finalLength = 0;
+        const bool ok =
+            context.Ctx != nullptr &&
+            EVP_EncryptInit_ex(context.Ctx, EVP_aes_256_gcm(), nullptr, nullptr, nullptr) == 1 &&
+            EVP_CIPHER_CTX_ctrl(context.Ctx, EVP_CTRL_GCM_SET_IVLEN, static_cast<int>(kNonceLength),
+                                nullptr) == 1 &&
+            EVP_EncryptInit_ex(context.Ctx, nullptr, nullptr, key.Bytes, nonce) == 1 &&
+            (plainLength == 0 ||
+             EVP_EncryptUpdate(context.Ctx, cipher, &length,
+                               reinterpret_cast<const unsigned char*>(plain.Data()),
+                               plainLength) == 1) &&
+            EVP_EncryptFinal_ex(context.Ctx, cipher + length, &finalLength) == 1 &&
+            length + finalLength == plainLength &&
+            EVP_CIPHER_CTX_ctrl(context.Ctx, EVP_CTRL_GCM_GET_TAG, static_cast<int>(kTagLength),
+                                tag) == 1;
+        if (!ok) {
+            out.Empty();
+            return Fail("the cipher failed");
+        }
+        std::string text(kPrefix);
+        Base64Encode(sealed.Bytes.data(), sealed.Bytes.size(), text);
+        text.push_back(')');
+        out.Str().swap(text);
+        return true;
+    } catch (...) {
+        out.Empty();
+        return Fail("out of memory");
+    }
+}
+
+bool CAES::Decrypt(const Strings::CStringRef& encrypted, Strings::CStringVar& plain) noexcept {
+    t_LastError = "";
+    try {
+        // `encrypted` may refer to `plain`: everything is read before `plain` is written.
+        if (!IsEncrypted(encrypted)) {
+            plain.Empty();
+            return Fail("not an encrypted text");
+        }
+        WipedBytes sealed;
+        if (!Base64Decode(encrypted.Data() + kPrefixLength,
+                          encrypted.Length() - kPrefixLength - 1, sealed.Bytes)) {
+            plain.Empty();
+            return Fail("bad base64 in the encrypted text");
+        }
+        if (sealed.Bytes.size() < kNonceLength + kTagLength ||
+            sealed.Bytes.size() - kNonceLength - kTagLength > kMaxPlainLength) {
+            plain.Empty();
+            return Fail("the encrypted text is too short");
+        }
+        const size_t cipherLength = sealed.Bytes.size() - kNonceLength - kTagLength;
+        const unsigned char* nonce = sealed.Bytes.data();
+        const unsigned char* cipher = nonce + kNonceLength;
+        unsigned char tag[kTagLength];
+        std::memcpy(tag, cipher + cipherLength, kTagLength);
+
+        Key key;
+        if (!GetKey(key)) {
+            plain.Empty();
+            return false;
+        }
+        WipedBytes opened;
+        opened.Bytes.resize(cipherLength + 1);
+        CipherContext context;
+        int length = 0;
+        int finalLength = 0;
+        const bool ok =
+            context.Ctx != nullptr &&
+            EVP_DecryptInit_ex(context.Ctx, EVP_aes_256_gcm(), nullptr, nullptr, nullptr) == 1 &&
+            EVP_CIPHER_CTX_ctrl(context.Ctx, EVP_CTRL_GCM_SET_IVLEN, static_cast<int>(kNonceLength),
+                                nullptr) == 1 &&
+            EVP_DecryptInit_ex(context.Ctx, nullptr, nullptr, key.Bytes, nonce) == 1 &&
+            (cipherLength == 0 ||
+             EVP_DecryptUpdate(context.Ctx, opened.Bytes.data(), &length, cipher,
+                               static_cast<int>(cipherLength)) == 1) &&
+            EVP_CIPHER_CTX_ctrl(context.Ctx, EVP_CTRL_GCM_SET_TAG, static_cast<int>(kTagLength),
+                                tag) == 1;
+        if (!ok) {
+            plain.Empty();
+            return Fail("the cipher failed");
+        }
+        if (EVP_DecryptFinal_ex(context.Ctx, opened.Bytes.data() + length, &finalLength) != 1 ||
+            static_cast<size_t>(length + finalLength) != cipherLength) {
+            plain.Empty();
+            return Fail("the encrypted text fails its check (changed, or another key)");
+        }
+        plain.Str().assign(reinterpret_cast<const char*>(opened.Bytes.data()), cipherLength);
+        return true;
+    } catch (...) {
+        plain.Empty();
+        return Fail("out of memory");
+    }
+}
+
+bool CAES::SetKey(const unsigned char* key, size_t length) noexcept {
+    if (key == nullptr || length != kKeyLength)
+        return false;
+    std::lock_guard<std::mutex> lock(g_KeyLock);
+    std::memcpy(g_Key, key, kKeyLength);
+    g_KeySet = true;
+    return true;
+}
+
+void CAES::ClearKey() noexcept {
+    std::lock_guard<std::mutex> lock(g_KeyLock);
+    OPENSSL_cleanse(g_Key, kKeyLength);
+    g_KeySet = false;
+}
+
+const char* CAES::LastError() noexcept { return t_LastError; }
+
+} // namespace Crypt
+} // namespace RVX

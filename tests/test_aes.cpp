@@ -1,0 +1,285 @@
+// RVX::Crypt::CAES: AES-256-GCM text encryption with the "ENC1(" form.
+#include <RVX/AES.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+using RVX::Crypt::CAES;
+using RVX::Strings::CStringRef;
+using RVX::Strings::CStringVar;
+
+namespace {
+
+const unsigned char kKeyA[32] = {1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14, 15, 16,
+                                 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30, 31, 32};
+const unsigned char kKeyB[32] = {0xA0, 0xA1, 0xA2, 0xA3, 0xA4, 0xA5, 0xA6, 0xA7,
+                                 0xA8, 0xA9, 0xAA, 0xAB, 0xAC, 0xAD, 0xAE, 0xAF,
+                                 0xB0, 0xB1, 0xB2, 0xB3, 0xB4, 0xB5, 0xB6, 0xB7,
+                                 0xB8, 0xB9, 0xBA, 0xBB, 0xBC, 0xBD, 0xBE, 0xBF};
+
+std::string TempPath(const char* name) {
+    return std::string(::testing::TempDir()) + "pi_aes_" + std::to_string(::getpid()) + "_" + name;
+}
+
+void WriteFile(const std::string& path, const std::string& content) {
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out << content;
+}
+
+class AESTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ::unsetenv("RVX_AES_KEY_FILE");
+        ASSERT_TRUE(CAES::SetKey(kKeyA, sizeof kKeyA));
+    }
+    void TearDown() override {
+        ::unsetenv("RVX_AES_KEY_FILE");
+        CAES::ClearKey();
+    }
+
+    static std::string Encrypt(const std::string& plain, const char* associated = "12345") {
+        CAES aes;
+        CStringVar out;
+        EXPECT_TRUE(aes.Encrypt(CStringRef(plain), CStringRef(associated), out)) << CAES::LastError();
+        return out.Str();
+    }
+    static bool Decrypt(const std::string& encrypted, std::string& plain) {
+        CAES aes;
+        CStringVar out("stale text");
+        const bool ok = aes.Decrypt(CStringRef(encrypted), out);
+        plain = out.Str();
+        return ok;
+    }
+};
+
+TEST_F(AESTest, RoundTripOfVariousTexts) {
+    const std::string texts[] = {"", "s", "secret password", std::string("nul\0inside", 10),
+                                 std::string(100000, 'x'), "\xff\xfe binary \x01"};
+    for (const std::string& text : texts) {
+        const std::string encrypted = Encrypt(text);
+        ASSERT_GT(encrypted.size(), 6u);
+        EXPECT_EQ(encrypted.compare(0, 5, "ENC1("), 0);
+        EXPECT_EQ(encrypted.back(), ')');
+        EXPECT_TRUE(CAES::IsEncrypted(CStringRef(encrypted)));
+        std::string plain;
+        ASSERT_TRUE(Decrypt(encrypted, plain)) << CAES::LastError();
+        EXPECT_EQ(plain, text);
+    }
+}
+
+TEST_F(AESTest, PlainTextDoesNotShowInTheOutput) {
+    const std::string encrypted = Encrypt("VerySecretPassword");
+    EXPECT_EQ(encrypted.find("VerySecret"), std::string::npos);
+}
+
+TEST_F(AESTest, TwoEncryptionsOfTheSameTextDiffer) {
+    const std::string a = Encrypt("same", "1000");
+    const std::string b = Encrypt("same", "1000");
+    EXPECT_NE(a, b);
+    std::string pa, pb;
+    ASSERT_TRUE(Decrypt(a, pa));
+    ASSERT_TRUE(Decrypt(b, pb));
+    EXPECT_EQ(pa, "same");
+    EXPECT_EQ(pb, "same");
+}
+
+TEST_F(AESTest, AssociatedTextIsNotNeededToDecrypt) {
+    const std::string encrypted = Encrypt("value", "1700000000000");
+    std::string plain;
+    ASSERT_TRUE(Decrypt(encrypted, plain));
+    EXPECT_EQ(plain, "value");
+}
+
+TEST_F(AESTest, EveryChangedCharacterIsRefused) {
+    const std::string encrypted = Encrypt("tamper me");
+    const std::string alphabet =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    for (size_t i = 0; i < encrypted.size(); ++i) {
+        std::string changed = encrypted;
+        // Another character of the base64 alphabet, so that only the check can refuse it.
+        const size_t at = alphabet.find(changed[i]);
+        changed[i] = at == std::string::npos ? 'Q' : alphabet[(at + 1) % alphabet.size()];
+        if (changed == encrypted)
+            changed[i] = 'R';
+        std::string plain;
+        EXPECT_FALSE(Decrypt(changed, plain)) << "position " << i;
+        EXPECT_TRUE(plain.empty());
+        EXPECT_STRNE(CAES::LastError(), "");
+    }
+}
+
+TEST_F(AESTest, TruncatedOrExtendedTextIsRefused) {
+    const std::string encrypted = Encrypt("some text");
+    std::string plain;
+    for (size_t length = 0; length < encrypted.size(); ++length) {
+        EXPECT_FALSE(Decrypt(encrypted.substr(0, length), plain)) << length;
+        EXPECT_TRUE(plain.empty());
+    }
+    // Cut inside the base64 but keep the closing parenthesis.
+    EXPECT_FALSE(Decrypt(encrypted.substr(0, encrypted.size() - 5) + ")", plain));
+    EXPECT_FALSE(Decrypt(encrypted.substr(0, encrypted.size() - 1) + "AAAA)", plain));
+    EXPECT_FALSE(Decrypt(encrypted + " ", plain));
+    EXPECT_FALSE(Decrypt(" " + encrypted, plain));
+}
+
+TEST_F(AESTest, ForeignTextIsRefused) {
+    const char* foreign[] = {"",
+                             "plain text",
+                             "ENC1",
+                             "ENC1(",
+                             "ENC1()",
+                             "ENC1(abc)",
+                             "ENC1(====)",
+                             "ENC1(AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA)", // 30 zero bytes
+                             "ENC1(AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA)",    // 28 bytes
+                             "ENC1(AAAA AAAA)",
+                             "ENC1(AAAA\nAAAA)",
+                             "enc1(AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA)"};
+    for (const char* text : foreign) {
+        std::string plain;
+        EXPECT_FALSE(Decrypt(text, plain)) << text;
+        EXPECT_TRUE(plain.empty());
+    }
+}
+
+TEST_F(AESTest, AnotherKeyCannotDecrypt) {
+    const std::string encrypted = Encrypt("for key A only");
+    ASSERT_TRUE(CAES::SetKey(kKeyB, sizeof kKeyB));
+    std::string plain;
+    EXPECT_FALSE(Decrypt(encrypted, plain));
+    EXPECT_TRUE(plain.empty());
+    ASSERT_TRUE(CAES::SetKey(kKeyA, sizeof kKeyA));
+    ASSERT_TRUE(Decrypt(encrypted, plain));
+    EXPECT_EQ(plain, "for key A only");
+}
+
+TEST_F(AESTest, SetKeyNeedsThirtyTwoBytes) {
+    EXPECT_FALSE(CAES::SetKey(kKeyB, 31));
+    EXPECT_FALSE(CAES::SetKey(kKeyB, 33));
+    EXPECT_FALSE(CAES::SetKey(nullptr, 32));
+    // The refused calls left key A in place.
+    const std::string encrypted = Encrypt("still A");
+    ASSERT_TRUE(CAES::SetKey(kKeyA, sizeof kKeyA));
+    std::string plain;
+    EXPECT_TRUE(Decrypt(encrypted, plain));
+}
+
+TEST_F(AESTest, DecryptMayReadItsOwnOutput) {
+    CAES aes;
+    CStringVar text;
+    ASSERT_TRUE(aes.Encrypt(CStringRef("aliased"), CStringRef("1"), text));
+    ASSERT_TRUE(aes.Decrypt(CStringRef(text), text));
+    EXPECT_EQ(text.Str(), "aliased");
+}
+
+TEST_F(AESTest, RawKeyFileIsUsed) {
+    const std::string path = TempPath("raw.key");
+    WriteFile(path, std::string(reinterpret_cast<const char*>(kKeyB), sizeof kKeyB));
+    CAES::ClearKey();
+    ::setenv("RVX_AES_KEY_FILE", path.c_str(), 1);
+    const std::string encrypted = Encrypt("file key");
+    ::unsetenv("RVX_AES_KEY_FILE");
+    ASSERT_TRUE(CAES::SetKey(kKeyB, sizeof kKeyB));
+    std::string plain;
+    ASSERT_TRUE(Decrypt(encrypted, plain));
+    EXPECT_EQ(plain, "file key");
+    std::remove(path.c_str());
+}
+
+TEST_F(AESTest, HexKeyFileIsUsed) {
+    std::string hex;
+    char pair[3];
+    for (unsigned char byte : kKeyB) {
+        std::snprintf(pair, sizeof pair, "%02x", byte);
+        hex += pair;
+    }
+    const std::string path = TempPath("hex.key");
+    WriteFile(path, hex + "\n");
+    CAES::ClearKey();
+    ::setenv("RVX_AES_KEY_FILE", path.c_str(), 1);
+    const std::string encrypted = Encrypt("hex key");
+    ::unsetenv("RVX_AES_KEY_FILE");
+    ASSERT_TRUE(CAES::SetKey(kKeyB, sizeof kKeyB));
+    std::string plain;
+    ASSERT_TRUE(Decrypt(encrypted, plain));
+    EXPECT_EQ(plain, "hex key");
+    std::remove(path.c_str());
+}
+
+TEST_F(AESTest, BadKeyFileIsAnErrorNotAFallback) {
+    const std::string path = TempPath("bad.key");
+    const std::string bad[] = {std::string(31, 'k'), std::string(33, 'k'), std::string(64, 'g'),
+                               std::string(63, 'a'), std::string(4096, 'a'), ""};
+    CAES::ClearKey();
+    for (const std::string& content : bad) {
+        WriteFile(path, content);
+        ::setenv("RVX_AES_KEY_FILE", path.c_str(), 1);
+        CAES aes;
+        CStringVar out("stale");
+        EXPECT_FALSE(aes.Encrypt(CStringRef("x"), CStringRef("1"), out)) << content.size();
+        EXPECT_TRUE(out.IsEmpty());
+        EXPECT_STRNE(CAES::LastError(), "");
+    }
+    std::remove(path.c_str());
+    ::setenv("RVX_AES_KEY_FILE", path.c_str(), 1); // now missing
+    CAES aes;
+    CStringVar out;
+    EXPECT_FALSE(aes.Encrypt(CStringRef("x"), CStringRef("1"), out));
+    EXPECT_TRUE(out.IsEmpty());
+}
+
+TEST_F(AESTest, ErrorTextNeverShowsTheKey) {
+    const std::string path = TempPath("almost.key");
+    const std::string content = "00112233445566778899aabbccddeeff00112233445566778899aabbccddeeZZ";
+    WriteFile(path, content);
+    CAES::ClearKey();
+    ::setenv("RVX_AES_KEY_FILE", path.c_str(), 1);
+    CAES aes;
+    CStringVar out;
+    EXPECT_FALSE(aes.Encrypt(CStringRef("x"), CStringRef("1"), out));
+    EXPECT_EQ(std::string(CAES::LastError()).find("0011"), std::string::npos);
+    std::remove(path.c_str());
+}
+
+TEST_F(AESTest, MachineIdentityKeyWorksWithoutConfiguration) {
+    if (::access("/etc/machine-id", R_OK) != 0 && ::access("/var/lib/dbus/machine-id", R_OK) != 0)
+        GTEST_SKIP() << "no machine identity on this host";
+    CAES::ClearKey();
+    const std::string encrypted = Encrypt("casual");
+    std::string plain;
+    ASSERT_TRUE(Decrypt(encrypted, plain)) << CAES::LastError();
+    EXPECT_EQ(plain, "casual");
+    // Not the application key.
+    ASSERT_TRUE(CAES::SetKey(kKeyA, sizeof kKeyA));
+    EXPECT_FALSE(Decrypt(encrypted, plain));
+}
+
+TEST_F(AESTest, ConcurrentUseRoundTrips) {
+    std::vector<std::thread> threads;
+    std::vector<int> failures(8, 0);
+    for (int t = 0; t < 8; ++t) {
+        threads.emplace_back([t, &failures] {
+            CAES aes;
+            for (int i = 0; i < 200; ++i) {
+                const std::string text = "thread " + std::to_string(t) + " item " + std::to_string(i);
+                CStringVar encrypted, plain;
+                if (!aes.Encrypt(CStringRef(text), CStringRef("0"), encrypted) ||
+                    !aes.Decrypt(CStringRef(encrypted), plain) || plain.Str() != text)
+                    ++failures[t];
+            }
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    for (int count : failures)
+        EXPECT_EQ(count, 0);
+}
+
+} // namespace
