@@ -1,0 +1,271 @@
+// RVX::XML::CMarkup: navigation over a parsed document, and hostile input.
+#include <RVX/Markup.h>
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <random>
+#include <string>
+
+using RVX::XML::CMarkup;
+
+namespace {
+
+const char* kConfig = "<LogicalDriveConfiguration version=\"2\">"
+                      "<LogicalDrive id=\"1\" level=\"RAID5\">"
+                      "<Drive n=\"a\"/><Spare n=\"s\"/><Drive n=\"b\"/>"
+                      "</LogicalDrive>"
+                      "<LogicalDrive id=\"2\"/>"
+                      "</LogicalDriveConfiguration>";
+
+TEST(MarkupTest, NavigatesDownAcrossAndUp) {
+    CMarkup markup;
+    ASSERT_TRUE(markup.SetDoc(kConfig));
+    ASSERT_TRUE(markup.FindElem("LogicalDriveConfiguration"));
+    EXPECT_EQ(markup.GetAttrib("version"), "2");
+    ASSERT_TRUE(markup.IntoElem());
+    EXPECT_EQ(markup.GetTagName(), "");  // no current element until FindElem
+    EXPECT_EQ(markup.GetAttrib("id"), "");
+    ASSERT_TRUE(markup.FindElem("LogicalDrive"));
+    EXPECT_EQ(markup.GetAttrib("id"), "1");
+    EXPECT_EQ(markup.GetAttrib("level"), "RAID5");
+    ASSERT_TRUE(markup.IntoElem());
+    ASSERT_TRUE(markup.FindElem("Drive"));
+    EXPECT_EQ(markup.GetAttrib("n"), "a");
+    ASSERT_TRUE(markup.FindElem("Drive")); // skips the Spare
+    EXPECT_EQ(markup.GetAttrib("n"), "b");
+    EXPECT_FALSE(markup.FindElem("Drive"));
+    EXPECT_EQ(markup.GetAttrib("n"), "b"); // stayed
+    ASSERT_TRUE(markup.OutOfElem());
+    EXPECT_EQ(markup.GetTagName(), "LogicalDrive");
+    EXPECT_EQ(markup.GetAttrib("id"), "1");
+    ASSERT_TRUE(markup.FindElem("LogicalDrive"));
+    EXPECT_EQ(markup.GetAttrib("id"), "2");
+    EXPECT_FALSE(markup.IntoElem() && markup.FindElem()); // no children
+    ASSERT_TRUE(markup.OutOfElem());
+    ASSERT_TRUE(markup.OutOfElem());
+    EXPECT_EQ(markup.GetTagName(), "LogicalDriveConfiguration");
+    EXPECT_FALSE(markup.OutOfElem()); // top level
+}
+
+TEST(MarkupTest, AnyNameFindsEveryChildInOrder) {
+    CMarkup markup;
+    ASSERT_TRUE(markup.SetDoc(kConfig));
+    ASSERT_TRUE(markup.FindElem());
+    ASSERT_TRUE(markup.IntoElem());
+    ASSERT_TRUE(markup.FindElem());
+    ASSERT_TRUE(markup.IntoElem());
+    std::string order;
+    while (markup.FindElem(""))
+        order += markup.GetTagName() + "," + markup.GetAttrib("n") + ";";
+    EXPECT_EQ(order, "Drive,a;Spare,s;Drive,b;");
+}
+
+TEST(MarkupTest, SeveralTopLevelElementsAfterResettingThePosition) {
+    CMarkup markup;
+    ASSERT_TRUE(markup.SetDoc("<a x=\"1\"/>\n<b/>\n<a x=\"2\"><a x=\"inner\"/></a>"));
+    markup.x_SetPos(0, 0, 0);
+    ASSERT_TRUE(markup.FindElem("a"));
+    EXPECT_EQ(markup.GetAttrib("x"), "1");
+    ASSERT_TRUE(markup.FindElem("a"));
+    EXPECT_EQ(markup.GetAttrib("x"), "2"); // a top-level one, not the nested one
+    EXPECT_FALSE(markup.FindElem("a"));
+    markup.x_SetPos(0, 0, 0);
+    ASSERT_TRUE(markup.FindElem());
+    ASSERT_TRUE(markup.FindElem());
+    EXPECT_EQ(markup.GetTagName(), "b");
+    EXPECT_FALSE(markup.FindElem("B")); // names compare exactly
+}
+
+TEST(MarkupTest, ElementsAreNumberedInDocumentOrder) {
+    CMarkup markup;
+    ASSERT_TRUE(markup.SetDoc("<r n=\"1\"><c n=\"2\"><g n=\"3\"/></c><c n=\"4\"/></r><s n=\"5\"/>"));
+    for (int i = 1; i <= 5; ++i)
+        EXPECT_EQ(markup.x_GetAttrib(i, "n"), std::to_string(i));
+    // A position set directly: children of element 1, after element 2.
+    markup.x_SetPos(1, 2, 0);
+    ASSERT_TRUE(markup.FindElem());
+    EXPECT_EQ(markup.GetAttrib("n"), "4");
+    // An element that is not a child of the parent: the search starts afresh.
+    markup.x_SetPos(1, 3, 0);
+    ASSERT_TRUE(markup.FindElem());
+    EXPECT_EQ(markup.GetAttrib("n"), "2");
+}
+
+TEST(MarkupTest, PositionsOutOfRangeFindNothing) {
+    CMarkup markup;
+    ASSERT_TRUE(markup.SetDoc("<a x=\"1\"><b/></a>"));
+    for (int element : {-1, 0, 3, 1000, INT_MAX, INT_MIN})
+        EXPECT_EQ(markup.x_GetAttrib(element, "x"), "") << element;
+    EXPECT_EQ(markup.x_GetAttrib(1, nullptr), "");
+    EXPECT_EQ(markup.x_GetAttrib(1, "missing"), "");
+    for (int parent : {-5, 3, INT_MAX, INT_MIN}) {
+        markup.x_SetPos(parent, 0, 0);
+        EXPECT_FALSE(markup.FindElem()) << parent;
+        EXPECT_FALSE(markup.OutOfElem()) << parent;
+        EXPECT_EQ(markup.GetAttrib("x"), "");
+    }
+    markup.x_SetPos(0, INT_MAX, INT_MIN);
+    EXPECT_FALSE(markup.IntoElem());
+    EXPECT_EQ(markup.GetTagName(), "");
+    EXPECT_EQ(markup.GetAttrib("x"), "");
+    ASSERT_TRUE(markup.FindElem()); // ignores the stray element position
+    EXPECT_EQ(markup.GetAttrib("x"), "1");
+}
+
+TEST(MarkupTest, AttributeEscapesAreDecoded) {
+    CMarkup markup;
+    ASSERT_TRUE(markup.SetDoc("<?xml version=\"1.0\"?><!-- note --><a t=\"&lt;x&amp;y&gt; &#65;\"/>"));
+    ASSERT_TRUE(markup.FindElem("a"));
+    EXPECT_EQ(markup.GetAttrib("t"), "<x&y> A");
+}
+
+TEST(MarkupTest, SetDocStartsOverAndKeepsTheText) {
+    CMarkup markup;
+    ASSERT_TRUE(markup.SetDoc("<a/>"));
+    ASSERT_TRUE(markup.FindElem("a"));
+    ASSERT_TRUE(markup.SetDoc(std::string("<b k=\"v\"/>")));
+    EXPECT_EQ(markup.GetDoc(), "<b k=\"v\"/>");
+    EXPECT_EQ(markup.GetTagName(), "");
+    ASSERT_TRUE(markup.FindElem());
+    EXPECT_EQ(markup.GetTagName(), "b");
+    // A failed parse leaves an empty document but keeps the text.
+    EXPECT_FALSE(markup.SetDoc("<b k=\"v\">"));
+    EXPECT_EQ(markup.GetDoc(), "<b k=\"v\">");
+    EXPECT_FALSE(markup.FindElem());
+    EXPECT_EQ(markup.x_GetAttrib(1, "k"), "");
+    EXPECT_FALSE(markup.SetDoc(static_cast<const char*>(nullptr)));
+    EXPECT_EQ(markup.GetDoc(), "");
+}
+
+TEST(MarkupTest, DefaultIsAnEmptyDocument) {
+    CMarkup markup;
+    EXPECT_EQ(markup.GetDoc(), "");
+    EXPECT_FALSE(markup.FindElem());
+    EXPECT_FALSE(markup.IntoElem());
+    EXPECT_FALSE(markup.OutOfElem());
+    EXPECT_EQ(markup.GetAttrib("x"), "");
+}
+
+TEST(MarkupTest, CopiesAreIndependentAndKeepThePosition) {
+    CMarkup original;
+    ASSERT_TRUE(original.SetDoc(kConfig));
+    ASSERT_TRUE(original.FindElem());
+    ASSERT_TRUE(original.IntoElem());
+    ASSERT_TRUE(original.FindElem());
+    CMarkup copy(original);
+    EXPECT_EQ(copy.GetDoc(), original.GetDoc());
+    EXPECT_EQ(copy.GetAttrib("id"), "1");
+    ASSERT_TRUE(copy.FindElem());
+    EXPECT_EQ(copy.GetAttrib("id"), "2");
+    EXPECT_EQ(original.GetAttrib("id"), "1");
+    CMarkup assigned;
+    assigned = original;
+    ASSERT_TRUE(assigned.SetDoc("<other/>"));
+    EXPECT_EQ(original.GetDoc(), kConfig);
+    EXPECT_EQ(original.GetAttrib("id"), "1");
+    assigned = assigned; // self-assignment keeps it
+    EXPECT_EQ(assigned.GetDoc(), "<other/>");
+}
+
+TEST(MarkupTest, TextThatIsNotAWellFormedFragmentIsRefused) {
+    const std::string refused[] = {
+        "", "   \n", "plain text", "<!-- only a comment -->", "<?xml version=\"1.0\"?>",
+        "<a>", "<a></b>", "<a", "<a x=\"1></a>", "</a>", "<a/></a>", "text<a/>", "<a/>text",
+        "<a/><![CDATA[x]]>", "<a><b></a></b>", std::string("<a/>\0<b/>", 9),
+        std::string("<a>\0</a>", 8), "<1a/>", "<a x=1/>", "\xff\xfe<\0a\0/\0>\0"};
+    for (const std::string& text : refused) {
+        CMarkup markup;
+        EXPECT_FALSE(markup.SetDoc(text)) << text;
+        EXPECT_EQ(markup.GetDoc(), text);
+        EXPECT_FALSE(markup.FindElem());
+        EXPECT_FALSE(markup.IntoElem());
+    }
+}
+
+TEST(MarkupTest, EveryTruncationOfADocumentIsHandled) {
+    const std::string text = kConfig;
+    for (size_t length = 0; length <= text.size(); ++length) {
+        CMarkup markup;
+        const bool parsed = markup.SetDoc(text.substr(0, length));
+        if (!parsed) {
+            EXPECT_FALSE(markup.FindElem()) << length;
+        }
+        // Navigation is harmless either way.
+        while (markup.FindElem())
+            markup.IntoElem();
+        while (markup.OutOfElem()) {
+        }
+    }
+}
+
+TEST(MarkupTest, RandomBytesNeverCrash) {
+    std::mt19937 random(12345);
+    const std::string pieces[] = {"<", ">", "/", "a", "=", "\"", " ", "<a>", "</a>", "<!--",
+                                  "-->", "&", ";", "<![CDATA[", "]]>", "<?", "?>", "\x80", "\0"};
+    for (int round = 0; round < 3000; ++round) {
+        std::string text;
+        const int count = static_cast<int>(random() % 40);
+        for (int i = 0; i < count; ++i) {
+            if (random() % 3 == 0)
+                text.push_back(static_cast<char>(random() % 256));
+            else
+                text += pieces[random() % (sizeof pieces / sizeof pieces[0])];
+        }
+        CMarkup markup;
+        const bool parsed = markup.SetDoc(text);
+        int steps = 0;
+        while (steps++ < 200 && (markup.FindElem() ? markup.IntoElem() : markup.OutOfElem())) {
+            (void)markup.GetAttrib("a");
+        }
+        if (!parsed) {
+            EXPECT_FALSE(CMarkup(markup).FindElem());
+        }
+    }
+}
+
+TEST(MarkupTest, VeryDeepNestingIsHandledWithoutRecursion) {
+    const int depth = 100000;
+    std::string text;
+    text.reserve(depth * 8);
+    for (int i = 0; i < depth; ++i)
+        text += "<a>";
+    std::string closed = text;
+    for (int i = 0; i < depth; ++i)
+        closed += "</a>";
+
+    CMarkup markup;
+    ASSERT_TRUE(markup.SetDoc(closed));
+    int level = 0;
+    while (markup.FindElem("a") && markup.IntoElem())
+        ++level;
+    EXPECT_EQ(level, depth);
+    int up = 0;
+    while (markup.OutOfElem())
+        ++up;
+    EXPECT_EQ(up, depth);
+    EXPECT_EQ(markup.GetTagName(), "a"); // back at the outermost element
+    EXPECT_FALSE(markup.FindElem("a")); // which has no sibling
+    CMarkup copy(markup); // copying a deep document is no deeper
+    copy.x_SetPos(0, 0, 0);
+    EXPECT_TRUE(copy.FindElem("a"));
+
+    EXPECT_FALSE(markup.SetDoc(text)); // never closed
+    EXPECT_FALSE(markup.FindElem());
+    EXPECT_FALSE(markup.SetDoc(closed.substr(0, closed.size() - 1)));
+}
+
+TEST(MarkupTest, EntityDeclarationsAreNotExpanded) {
+    std::string text = "<!DOCTYPE r [<!ENTITY a \"aaaaaaaaaa\">";
+    for (int i = 1; i < 10; ++i)
+        text += "<!ENTITY a" + std::to_string(i) + " \"&a" + (i > 1 ? std::to_string(i - 1) : "") +
+                ";&a" + (i > 1 ? std::to_string(i - 1) : "") + ";\">";
+    text += "]><r v=\"&a9;\"/>";
+    CMarkup markup;
+    markup.SetDoc(text);
+    if (markup.FindElem("r")) {
+        EXPECT_LT(markup.GetAttrib("v").size(), 16u);
+    }
+}
+
+} // namespace
