@@ -1,0 +1,362 @@
+#include "RVX/IniFiles.h"
+
+#include "IniFileDocument.h"
+#include "RVX/Exceptions.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <climits>
+#include <cstdlib>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+namespace RVX {
+namespace INI_Files {
+namespace {
+
+std::atomic<Internals::WriteStageHook> g_StageHook{nullptr};
+
+void Reached(Internals::WriteStage stage) {
+    if (Internals::WriteStageHook hook = g_StageHook.load(std::memory_order_acquire))
+        hook(stage);
+}
+
+[[noreturn]] void ThrowErrno(const char* what, const std::string& path) {
+    const int error = errno;
+    throw std::system_error(error, std::generic_category(), std::string(what) + " '" + path + "'");
+}
+
+// Owns a file descriptor; closing an flock'ed descriptor releases the lock.
+class CDescriptor {
+public:
+    explicit CDescriptor(int fd = -1) noexcept : m_Fd(fd) {}
+    ~CDescriptor() { Reset(); }
+    CDescriptor(const CDescriptor&) = delete;
+    CDescriptor& operator=(const CDescriptor&) = delete;
+
+    int Get() const noexcept { return m_Fd; }
+    int Release() noexcept { return std::exchange(m_Fd, -1); }
+    void Reset(int fd = -1) noexcept {
+        if (m_Fd >= 0)
+            ::close(m_Fd);
+        m_Fd = fd;
+    }
+
+private:
+    int m_Fd;
+};
+
+std::string ReadWholeFile(const std::string& path) {
+    if (path.empty()) {
+        errno = ENOENT;
+        ThrowErrno("cannot open", path);
+    }
+    CDescriptor fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (fd.Get() < 0)
+        ThrowErrno("cannot open", path);
+    std::string text;
+    char buffer[65536];
+    for (;;) {
+        const ssize_t n = ::read(fd.Get(), buffer, sizeof buffer);
+        if (n < 0) {
+            if (errno == EINTR)
+                continue;
+            ThrowErrno("cannot read", path);
+        }
+        if (n == 0)
+            return text;
+        text.append(buffer, static_cast<size_t>(n));
+    }
+}
+
+void WriteAll(int fd, const char* data, size_t size, const std::string& path) {
+    while (size > 0) {
+        const ssize_t n = ::write(fd, data, size);
+        if (n < 0) {
+            if (errno == EINTR)
+                continue;
+            ThrowErrno("cannot write", path);
+        }
+        data += n;
+        size -= static_cast<size_t>(n);
+    }
+}
+
+// Waits for the exclusive flock; false when a finite timeout ran out.
+bool TakeFlock(int fd, unsigned int timeout, std::chrono::steady_clock::time_point deadline,
+               const std::string& path) {
+    if (timeout == INI_WAIT_FOREVER) {
+        while (::flock(fd, LOCK_EX) != 0)
+            if (errno != EINTR)
+                ThrowErrno("cannot lock", path);
+        return true;
+    }
+    auto pause = std::chrono::milliseconds(1);
+    for (;;) {
+        if (::flock(fd, LOCK_EX | LOCK_NB) == 0)
+            return true;
+        if (errno == EINTR)
+            continue;
+        if (errno != EWOULDBLOCK)
+            ThrowErrno("cannot lock", path);
+        const auto now = std::chrono::steady_clock::now();
+        if (now >= deadline)
+            return false;
+        std::this_thread::sleep_for(
+            std::min<std::chrono::steady_clock::duration>(pause, deadline - now));
+        pause = std::min(pause * 2, std::chrono::milliseconds(20));
+    }
+}
+
+// Where the content is written: a symlinked file is replaced at its target,
+// so the link survives the rewrite.
+std::string ResolveTarget(const std::string& path) {
+    struct stat info;
+    if (::lstat(path.c_str(), &info) != 0 || !S_ISLNK(info.st_mode))
+        return path;
+    char* resolved = ::realpath(path.c_str(), nullptr);
+    if (resolved == nullptr)
+        ThrowErrno("cannot resolve", path);
+    std::string target = resolved;
+    std::free(resolved);
+    return target;
+}
+
+void SplitPath(const std::string& path, std::string& directory, std::string& name) {
+    const size_t slash = path.rfind('/');
+    if (slash == std::string::npos) {
+        directory = ".";
+        name = path;
+    } else {
+        directory = slash == 0 ? "/" : path.substr(0, slash);
+        name = path.substr(slash + 1);
+    }
+}
+
+std::string TempPrefix(const std::string& name) {
+    return "." + name + ".new-";
+}
+
+// Temporary files of writers that died before their rename. Only the lock
+// holder creates them, so under the lock every one of them is stale.
+void RemoveStaleTemps(const std::string& directory, const std::string& name) {
+    DIR* dir = ::opendir(directory.c_str());
+    if (dir == nullptr)
+        return; // the write itself will report the problem
+    const std::string prefix = TempPrefix(name);
+    while (const dirent* entry = ::readdir(dir)) {
+        const std::string entryName = entry->d_name;
+        if (entryName.size() == prefix.size() + 6 &&
+            entryName.compare(0, prefix.size(), prefix) == 0)
+            ::unlinkat(::dirfd(dir), entry->d_name, 0);
+    }
+    ::closedir(dir);
+}
+
+void SyncDirectory(const std::string& directory) {
+    CDescriptor fd(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (fd.Get() < 0)
+        ThrowErrno("cannot open directory", directory);
+    // Some file systems cannot sync a directory; they have nothing to lose.
+    if (::fsync(fd.Get()) != 0 && errno != EINVAL)
+        ThrowErrno("cannot sync directory", directory);
+}
+
+// Replaces `target` with `content` in one rename.
+void ReplaceFile(const std::string& target, const std::string& content) {
+    std::string directory;
+    std::string name;
+    SplitPath(target, directory, name);
+
+    mode_t mode = 0640;
+    struct stat original;
+    const bool exists = ::stat(target.c_str(), &original) == 0;
+    if (exists)
+        mode = original.st_mode & 07777;
+    else if (errno != ENOENT)
+        ThrowErrno("cannot examine", target);
+
+    RemoveStaleTemps(directory, name);
+    std::string temp = directory + "/" + TempPrefix(name) + "XXXXXX";
+    CDescriptor fd(::mkostemp(&temp[0], O_CLOEXEC));
+    if (fd.Get() < 0)
+        ThrowErrno("cannot create a temporary file beside", target);
+    // Removes the temporary file on every failure before the rename.
+    struct CTempGuard {
+        const std::string* Path;
+        ~CTempGuard() {
+            if (Path != nullptr)
+                ::unlink(Path->c_str());
+        }
+    } guard{&temp};
+    Reached(Internals::WRITE_TEMP_CREATED);
+
+    const size_t half = content.size() / 2;
+    WriteAll(fd.Get(), content.data(), half, temp);
+    Reached(Internals::WRITE_HALF_WRITTEN);
+    WriteAll(fd.Get(), content.data() + half, content.size() - half, temp);
+    Reached(Internals::WRITE_WRITTEN);
+
+    // The owner is kept where the process may give files away (as root);
+    // elsewhere the file passes to the writer, with the same mode.
+    if (exists && ::fchown(fd.Get(), original.st_uid, original.st_gid) != 0 && errno != EPERM)
+        ThrowErrno("cannot set the owner of", temp);
+    // After fchown, which clears set-id bits.
+    if (::fchmod(fd.Get(), mode) != 0)
+        ThrowErrno("cannot set the mode of", temp);
+    if (::fsync(fd.Get()) != 0)
+        ThrowErrno("cannot sync", temp);
+    if (::close(fd.Release()) != 0)
+        ThrowErrno("cannot close", temp);
+    Reached(Internals::WRITE_SYNCED);
+
+    if (::rename(temp.c_str(), target.c_str()) != 0)
+        ThrowErrno("cannot replace", target);
+    guard.Path = nullptr;
+    Reached(Internals::WRITE_RENAMED);
+
+    SyncDirectory(directory);
+    Reached(Internals::WRITE_DONE);
+}
+
+} // namespace
+
+CIniKey::CIniKey(CIniFile& file, std::string section, std::string key)
+    : m_File(&file), m_Section(std::move(section)), m_Key(std::move(key)) {}
+
+int CIniKey::GetValue(std::string& value) const {
+    const CIniFile::Document::Line* line = m_File->m_Document->FindKey(m_Section, m_Key);
+    if (line == nullptr) {
+        value.clear();
+        return 0;
+    }
+    value = line->Value;
+    return 1;
+}
+
+void CIniKey::SetValue(const std::string& value) {
+    m_File->m_Document->SetKey(m_Section, m_Key, value);
+}
+
+void CIniKey::Remove() {
+    m_File->m_Document->RemoveKey(m_Section, m_Key);
+}
+
+CIniSection::CIniSection(CIniFile& file, std::string name)
+    : m_File(&file), m_Name(std::move(name)) {}
+
+bool CIniSection::Exists() const {
+    return m_File->m_Document->HasSection(m_Name);
+}
+
+unsigned int CIniSection::KeyCount() const {
+    return m_File->m_Document->KeyCount(m_Name);
+}
+
+void CIniSection::Remove() {
+    m_File->m_Document->RemoveSection(m_Name);
+}
+
+CIniKey CIniSection::operator[](const std::string& key) {
+    return CIniKey(*m_File, m_Name, key);
+}
+
+CIniFile::CIniFile() : m_Document(new Document) {}
+
+CIniFile::~CIniFile() {
+    Unlock();
+}
+
+CIniSection CIniFile::operator[](const std::string& section) {
+    return CIniSection(*this, section);
+}
+
+void CIniFile::Read(const std::string& path, unsigned int /*timeout*/) {
+    if (m_LockFd >= 0)
+        throw Exceptions::CException(INI_ERROR_LOCKED);
+    std::unique_ptr<Document> document(new Document);
+    document->Parse(ReadWholeFile(path));
+    m_Document.swap(document);
+}
+
+void CIniFile::Lock(const std::string& path, unsigned int timeout) {
+    if (m_LockFd >= 0)
+        throw Exceptions::CException(INI_ERROR_LOCKED);
+    if (path.empty()) {
+        errno = ENOENT;
+        ThrowErrno("cannot lock", path);
+    }
+    const std::string lockPath = path + ".lck";
+    const auto deadline = std::chrono::steady_clock::now() +
+                          std::chrono::milliseconds(timeout == INI_WAIT_FOREVER ? 0 : timeout);
+
+    CDescriptor fd;
+    for (;;) {
+        // O_NOFOLLOW: a planted symlink must not make us create or lock
+        // some other file.
+        fd.Reset(::open(lockPath.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0640));
+        if (fd.Get() < 0)
+            ThrowErrno("cannot open lock file", lockPath);
+        struct stat locked;
+        if (::fstat(fd.Get(), &locked) != 0)
+            ThrowErrno("cannot examine lock file", lockPath);
+        if (!S_ISREG(locked.st_mode))
+            throw Exceptions::CException(INI_ERROR_BAD_LOCK_FILE);
+        if (!TakeFlock(fd.Get(), timeout, deadline, lockPath))
+            throw Exceptions::CException(INI_ERROR_LOCK_TIMEOUT);
+        // The lock file may have been deleted or replaced while we waited;
+        // a lock on a file that is no longer at the path excludes nobody.
+        struct stat onDisk;
+        if (::lstat(lockPath.c_str(), &onDisk) == 0) {
+            if (onDisk.st_dev == locked.st_dev && onDisk.st_ino == locked.st_ino)
+                break;
+        } else if (errno != ENOENT) {
+            ThrowErrno("cannot examine lock file", lockPath);
+        }
+    }
+
+    const std::string target = ResolveTarget(path);
+    std::unique_ptr<Document> document(new Document);
+    document->Parse(ReadWholeFile(target));
+    m_Document.swap(document);
+    m_Target = target;
+    m_LockFd = fd.Release();
+    Reached(Internals::WRITE_LOCKED);
+}
+
+void CIniFile::Flush(unsigned int /*timeout*/) {
+    if (m_LockFd < 0)
+        throw Exceptions::CException(INI_ERROR_NOT_LOCKED);
+    if (m_Document->Dirty) {
+        ReplaceFile(m_Target, m_Document->Serialize());
+        m_Document->Dirty = false;
+    }
+    Unlock();
+}
+
+void CIniFile::Unlock() noexcept {
+    if (m_LockFd >= 0)
+        ::close(m_LockFd);
+    m_LockFd = -1;
+    m_Target.clear();
+}
+
+namespace Internals {
+
+void SetWriteStageHook(WriteStageHook hook) noexcept {
+    g_StageHook.store(hook, std::memory_order_release);
+}
+
+} // namespace Internals
+} // namespace INI_Files
+} // namespace RVX
