@@ -27,10 +27,10 @@ CFormatStream::~CFormatStream() {
     }
 }
 
-CFormatStream::Spec CFormatStream::NextSpec() {
-    Spec spec;
+CFormatStream::Conversion CFormatStream::NextSpec() {
+    Conversion conv;
     if (m_Finished)
-        return spec;
+        return conv;
     while (*m_Format) {
         if (m_Format[0] != '%') {
             const char* end = m_Format;
@@ -48,43 +48,43 @@ CFormatStream::Spec CFormatStream::NextSpec() {
         const char* p = m_Format + 1;
         for (;; ++p) {
             if (*p == '-')
-                spec.leftAlign = true;
+                conv.leftAlign = true;
             else if (*p == '0')
-                spec.zeroPad = true;
+                conv.zeroPad = true;
             else
                 break;
         }
-        while (std::isdigit(static_cast<unsigned char>(*p)) && spec.width < 1000)
-            spec.width = spec.width * 10 + static_cast<unsigned>(*p++ - '0');
+        while (std::isdigit(static_cast<unsigned char>(*p)) && conv.width < 1000)
+            conv.width = conv.width * 10 + static_cast<unsigned>(*p++ - '0');
         while (*p == 'l' || *p == 'h' || *p == 'z' || *p == 'j')
             ++p;
         if (*p == '\0') {
             // A lone '%' at the end is literal text.
             m_Target->append(m_Format, p);
             m_Format = p;
-            return Spec{};
+            return Conversion{};
         }
-        spec.conversion = *p;
+        conv.conversion = *p;
         m_Format = p + 1;
-        return spec;
+        return conv;
     }
-    return spec;
+    return conv;
 }
 
-void CFormatStream::Pad(const std::string& digits, const Spec& spec) {
-    size_t fill = spec.width > digits.size() ? spec.width - digits.size() : 0;
-    if (spec.leftAlign) {
+void CFormatStream::Pad(const std::string& digits, const Conversion& conv) {
+    size_t fill = conv.width > digits.size() ? conv.width - digits.size() : 0;
+    if (conv.leftAlign) {
         m_Target->append(digits);
         m_Target->append(fill, ' ');
         return;
     }
-    if (spec.zeroPad && fill > 0 && !digits.empty() && digits[0] == '-') {
+    if (conv.zeroPad && fill > 0 && !digits.empty() && digits[0] == '-') {
         m_Target->push_back('-');
         m_Target->append(fill, '0');
         m_Target->append(digits, 1, std::string::npos);
         return;
     }
-    m_Target->append(fill, spec.zeroPad ? '0' : ' ');
+    m_Target->append(fill, conv.zeroPad ? '0' : ' ');
     m_Target->append(digits);
 }
 
@@ -106,58 +106,58 @@ std::string Digits(unsigned long long value, char conversion) {
 
 } // namespace
 
-void CFormatStream::PutUnsigned(unsigned long long value, const Spec& spec) {
-    Pad(Digits(value, spec.conversion), spec);
+void CFormatStream::PutUnsigned(unsigned long long value, const Conversion& conv) {
+    Pad(Digits(value, conv.conversion), conv);
 }
 
-void CFormatStream::PutSigned(long long value, const Spec& spec) {
-    if (spec.conversion != 'd' && spec.conversion != 'i') {
-        PutUnsigned(static_cast<unsigned long long>(value), spec);
+void CFormatStream::PutSigned(long long value, const Conversion& conv) {
+    if (conv.conversion != 'd' && conv.conversion != 'i') {
+        PutUnsigned(static_cast<unsigned long long>(value), conv);
         return;
     }
     const unsigned long long magnitude = value < 0 ? 0ULL - static_cast<unsigned long long>(value)
                                                    : static_cast<unsigned long long>(value);
-    Pad(value < 0 ? "-" + Digits(magnitude, 'u') : Digits(magnitude, 'u'), spec);
+    Pad(value < 0 ? "-" + Digits(magnitude, 'u') : Digits(magnitude, 'u'), conv);
 }
 
 CFormatStream& CFormatStream::FormatInt(unsigned int value) {
-    Spec spec = NextSpec();
-    if (spec.conversion == 'd' || spec.conversion == 'i')
-        PutSigned(static_cast<int>(value), spec); // a %d shows the bits as a signed int
-    else if (spec.conversion != 0)
-        PutUnsigned(value, spec);
+    Conversion conv = NextSpec();
+    if (conv.conversion == 'd' || conv.conversion == 'i')
+        PutSigned(static_cast<int>(value), conv); // a %d shows the bits as a signed int
+    else if (conv.conversion != 0)
+        PutUnsigned(value, conv);
     return *this;
 }
 
 CFormatStream& CFormatStream::FormatInt(int value) {
-    Spec spec = NextSpec();
-    if (spec.conversion == 'd' || spec.conversion == 'i')
-        PutSigned(value, spec);
-    else if (spec.conversion != 0)
-        PutUnsigned(static_cast<unsigned int>(value), spec);
+    Conversion conv = NextSpec();
+    if (conv.conversion == 'd' || conv.conversion == 'i')
+        PutSigned(value, conv);
+    else if (conv.conversion != 0)
+        PutUnsigned(static_cast<unsigned int>(value), conv);
     return *this;
 }
 
 CFormatStream& CFormatStream::FormatInt64(unsigned long long value) {
-    Spec spec = NextSpec();
-    if (spec.conversion == 'd' || spec.conversion == 'i')
-        PutSigned(static_cast<long long>(value), spec);
-    else if (spec.conversion != 0)
-        PutUnsigned(value, spec);
+    Conversion conv = NextSpec();
+    if (conv.conversion == 'd' || conv.conversion == 'i')
+        PutSigned(static_cast<long long>(value), conv);
+    else if (conv.conversion != 0)
+        PutUnsigned(value, conv);
     return *this;
 }
 
 CFormatStream& CFormatStream::FormatInt64(long long value) {
-    Spec spec = NextSpec();
-    if (spec.conversion != 0)
-        PutSigned(value, spec);
+    Conversion conv = NextSpec();
+    if (conv.conversion != 0)
+        PutSigned(value, conv);
     return *this;
 }
 
 CFormatStream& CFormatStream::FormatStr(const Strings::CStringRef& value) {
-    Spec spec = NextSpec();
-    if (spec.conversion != 0)
-        Pad(value.ToString(), Spec{spec.leftAlign, false, spec.width, 's'});
+    Conversion conv = NextSpec();
+    if (conv.conversion != 0)
+        Pad(value.ToString(), Conversion{conv.leftAlign, false, conv.width, 's'});
     return *this;
 }
 

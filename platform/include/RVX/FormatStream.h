@@ -34,16 +34,16 @@ public:
     void Finish();
 
 private:
-    struct Spec {
+    struct Conversion {
         bool leftAlign = false;
         bool zeroPad = false;
         unsigned width = 0;
         char conversion = 0; // 0: no conversion left
     };
-    Spec NextSpec();
-    void Pad(const std::string& digits, const Spec& spec);
-    void PutSigned(long long value, const Spec& spec);
-    void PutUnsigned(unsigned long long value, const Spec& spec);
+    Conversion NextSpec();
+    void Pad(const std::string& digits, const Conversion& conv);
+    void PutSigned(long long value, const Conversion& conv);
+    void PutUnsigned(unsigned long long value, const Conversion& conv);
 
     std::string* m_Target;
     const char* m_Format;
