@@ -133,8 +133,10 @@ bool ParseKeyLine(CIniFile::Document::Line& line) {
     return true;
 }
 
-CIniFile::Document::Line MakeKeyLine(const std::string& key, const std::string& value) {
+CIniFile::Document::Line MakeKeyLine(const std::string& key, const std::string& value,
+                                     const std::string& eol) {
     CIniFile::Document::Line line;
+    line.Eol = eol;
     line.IsKey = true;
     line.Key = key;
     line.Value = value;
@@ -310,7 +312,7 @@ void CIniFile::Document::SetKey(const std::string& section, const std::string& k
         return;
     }
 
-    Line line = MakeKeyLine(key, value);
+    Line line = MakeKeyLine(key, value, NewEol);
     for (size_t i = Blocks.size(); i-- > 0;) {
         Block& block = Blocks[i];
         if (!block.HasHeader || block.Name != section)
@@ -331,13 +333,17 @@ void CIniFile::Document::SetKey(const std::string& section, const std::string& k
     block.HasHeader = true;
     block.Name = section;
     block.Header.Text = "[" + section + "]";
+    block.Header.Eol = NewEol;
     block.Lines.push_back(std::move(line));
     const Block& last = Blocks.back();
     const Line* lastLine = !last.Lines.empty() ? &last.Lines.back()
                            : last.HasHeader    ? &last.Header
                                                : nullptr;
-    if (lastLine != nullptr && !IsBlankLine(*lastLine))
-        Blocks.back().Lines.push_back(Line());
+    if (lastLine != nullptr && !IsBlankLine(*lastLine)) {
+        Line blank;
+        blank.Eol = NewEol;
+        Blocks.back().Lines.push_back(std::move(blank));
+    }
     Blocks.push_back(std::move(block));
     Dirty = true;
 }
