@@ -1,0 +1,87 @@
+#include "PI/AllocHook.h"
+
+#include "PropertyBlock.h"
+
+#include <cstdlib>
+
+namespace PI {
+namespace {
+
+#if defined(PI_WITH_TEST_HOOKS)
+struct HookState {
+    unsigned int Skip = 0;
+    unsigned int FailCount = 0;
+    Test::AllocFilter Filter = nullptr;
+    void* Context = nullptr;
+    unsigned long long Attempts = 0;
+    unsigned long long Failures = 0;
+};
+
+thread_local HookState t_Hook;
+
+// True when the hook makes this allocation fail.
+bool HookRefuses(size_t size) noexcept {
+    HookState& hook = t_Hook;
+    ++hook.Attempts;
+    bool refuse = false;
+    if (hook.Skip > 0)
+        --hook.Skip;
+    else if (hook.FailCount > 0) {
+        --hook.FailCount;
+        refuse = true;
+    }
+    if (!refuse && hook.Filter != nullptr && !hook.Filter(size, hook.Context))
+        refuse = true;
+    if (refuse)
+        ++hook.Failures;
+    return refuse;
+}
+#endif
+
+} // namespace
+
+namespace Internal {
+
+unsigned char* AllocBlock(size_t size) noexcept {
+#if defined(PI_WITH_TEST_HOOKS)
+    if (HookRefuses(size))
+        return nullptr;
+#endif
+    return static_cast<unsigned char*>(std::malloc(size != 0 ? size : 1));
+}
+
+void FreeBlock(void* block) noexcept { std::free(block); }
+
+} // namespace Internal
+
+namespace Test {
+
+#if defined(PI_WITH_TEST_HOOKS)
+bool AllocHooksAvailable() noexcept { return true; }
+
+void FailAllocations(unsigned int skip, unsigned int count) noexcept {
+    t_Hook.Skip = skip;
+    t_Hook.FailCount = count;
+}
+
+void SetAllocFilter(AllocFilter filter, void* context) noexcept {
+    t_Hook.Filter = filter;
+    t_Hook.Context = context;
+}
+
+void ResetAllocHook() noexcept { t_Hook = HookState{}; }
+
+unsigned long long AllocationCount() noexcept { return t_Hook.Attempts; }
+
+unsigned long long FailedAllocationCount() noexcept { return t_Hook.Failures; }
+#else
+bool AllocHooksAvailable() noexcept { return false; }
+void FailAllocations(unsigned int, unsigned int) noexcept {}
+void SetAllocFilter(AllocFilter, void*) noexcept {}
+void ResetAllocHook() noexcept {}
+unsigned long long AllocationCount() noexcept { return 0; }
+unsigned long long FailedAllocationCount() noexcept { return 0; }
+#endif
+
+} // namespace Test
+} // namespace PI

@@ -1,0 +1,56 @@
+#pragma once
+
+// A hook for the tests into the allocation of property value blocks.
+//
+// Every value block of PI::CProperty (setters, copy construction, copy
+// assignment) is obtained through this hook, with malloc underneath, and
+// released with free. A test can make the next allocations fail to reach the
+// out-of-memory paths (result 20007 of the setters, exception 0x21130003 of
+// copying).
+//
+// The hook is compiled in when the library is built with PI_WITH_TEST_HOOKS
+// (the CMake option PI_TEST_HOOKS, on by default). Without it the functions
+// below exist but do nothing, AllocHooksAvailable() is false, and tests that
+// need the hook should skip.
+//
+// Every setting is per thread: only allocations made on the thread that set
+// it are affected, so tests cannot disturb each other's threads.
+
+#include "PI/Export.h"
+
+#include <cstddef>
+
+namespace PI {
+namespace Test {
+
+// True when the library was built with the hook.
+PI_API bool AllocHooksAvailable() noexcept;
+
+// Lets the next `skip` allocations succeed and then fails `count` of them.
+PI_API void FailAllocations(unsigned int skip, unsigned int count = 1) noexcept;
+
+// A filter called with the requested size before each allocation; it returns
+// false to make that allocation fail. Null removes it. It is consulted after
+// the FailAllocations countdown.
+using AllocFilter = bool (*)(size_t size, void* context);
+PI_API void SetAllocFilter(AllocFilter filter, void* context) noexcept;
+
+// Removes every setting of this thread and sets its counters to zero.
+PI_API void ResetAllocHook() noexcept;
+
+// Allocations attempted on this thread since the last reset, and how many of
+// them the hook made fail.
+PI_API unsigned long long AllocationCount() noexcept;
+PI_API unsigned long long FailedAllocationCount() noexcept;
+
+// Resets the hook of this thread on entry and on every way out of a scope.
+class CAllocHookScope {
+public:
+    CAllocHookScope() noexcept { ResetAllocHook(); }
+    ~CAllocHookScope() { ResetAllocHook(); }
+    CAllocHookScope(const CAllocHookScope&) = delete;
+    CAllocHookScope& operator=(const CAllocHookScope&) = delete;
+};
+
+} // namespace Test
+} // namespace PI

@@ -1,0 +1,750 @@
+// CProperty (Part 1.2): setters and their byte encodings, copy, comparison,
+// the encrypted string route and the out-of-memory paths.
+#include <PI/AllocHook.h>
+#include <PI/Identifiers.h>
+#include <PI/Property.h>
+
+#include <RVX/AES.h>
+#include <RVX/Exceptions.h>
+#include <RVX/Markup.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <locale>
+#include <stdlib.h>
+#include <type_traits>
+#include <string>
+#include <vector>
+
+using PI::CProperty;
+using RVX::Strings::CStringEx;
+using RVX::Strings::CStringRef;
+using RVX::Strings::CStringVar;
+
+namespace {
+
+const PI::_PROPERTY_ID kId = static_cast<PI::_PROPERTY_ID>(23001);
+
+std::vector<unsigned char> BlockOf(const CProperty& p) {
+    if (p.Data == nullptr)
+        return {};
+    return std::vector<unsigned char>(p.Data, p.Data + p.DataSize);
+}
+
+// Little-endian bytes, built independently of the library's memcpy.
+void PutLE(std::vector<unsigned char>& out, unsigned long long value, int bytes) {
+    for (int i = 0; i < bytes; ++i)
+        out.push_back(static_cast<unsigned char>(value >> (8 * i)));
+}
+std::vector<unsigned char> Words32(std::initializer_list<long long> words) {
+    std::vector<unsigned char> out;
+    for (long long w : words)
+        PutLE(out, static_cast<unsigned long long>(w), 4);
+    return out;
+}
+std::vector<unsigned char> Chars(const char* text, size_t length) {
+    return std::vector<unsigned char>(text, text + length);
+}
+std::vector<unsigned char> operator+(std::vector<unsigned char> a, const std::vector<unsigned char>& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
+std::string StoredText(const CProperty& p) {
+    EXPECT_NE(p.Data, nullptr);
+    EXPECT_GT(p.DataSize, 0u);
+    if (p.Data == nullptr || p.DataSize == 0)
+        return std::string();
+    EXPECT_EQ(p.Data[p.DataSize - 1], '\0');
+    return std::string(reinterpret_cast<const char*>(p.Data), p.DataSize - 1);
+}
+
+const unsigned char kKey[32] = {9, 8, 7, 6, 5, 4, 3, 2, 1, 0, 9, 8, 7, 6, 5, 4,
+                                3, 2, 1, 0, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0, 9, 8};
+
+std::string Decrypt(const std::string& text) {
+    RVX::Crypt::CAES aes;
+    CStringVar plain;
+    EXPECT_TRUE(aes.Decrypt(CStringRef(text), plain)) << RVX::Crypt::CAES::LastError();
+    return plain.Str();
+}
+
+// ---- Construction ---------------------------------------------------------
+
+TEST(PropertyTest, DefaultEqualsIdentifierOneWithoutFlag) {
+    CProperty a;
+    CProperty b(static_cast<PI::_PROPERTY_ID>(1), false);
+    EXPECT_TRUE(a == b);
+    EXPECT_EQ(a.Type, unsigned(PI::VT_NONE));
+    EXPECT_EQ(a.Data, nullptr);
+    EXPECT_EQ(a.DataSize, 0u);
+}
+
+TEST(PropertyTest, IdentifierConstructorSetsBothIdentifiersAndTheFlag) {
+    CProperty p(kId, true);
+    EXPECT_EQ(p.PropertyID, kId);
+    EXPECT_EQ(p.SecondaryID, 23001u);
+    EXPECT_TRUE(p.Flag);
+    EXPECT_TRUE(p.Flag2);
+    EXPECT_EQ(p.SelectionMask, 0xFFFFFFFFu);
+    EXPECT_EQ(p.Attribute3, -1);
+    EXPECT_EQ(p.Attribute8, -1);
+    CProperty d;
+    d.PropertyID = kId;
+    d.SecondaryID = 23001;
+    d.Flag = true;
+    EXPECT_TRUE(p == d); // every other field as in the default
+}
+
+// ---- Encodings --------------------------------------------------------------
+
+TEST(PropertyTest, IntWithListEncodesLeadingIntThenList) {
+    CProperty p(kId, false);
+    std::vector<int> list{1, -2};
+    ASSERT_EQ(p.SetValue(7, list), 0u);
+    EXPECT_EQ(p.Type, 3u);
+    EXPECT_EQ(p.SubType, 0u);
+    EXPECT_EQ(p.DataSize, 12u);
+    EXPECT_EQ(p.SplitSize, 0u);
+    EXPECT_EQ(BlockOf(p), Words32({7, 1, -2}));
+    EXPECT_EQ(list, (std::vector<int>{1, -2})); // not changed
+}
+
+TEST(PropertyTest, IntWithEmptyListIsRefusedAndChangesNothing) {
+    CProperty p(kId, false);
+    ASSERT_EQ(p.SetValue(true), 0u);
+    const CProperty before(p);
+    const unsigned char* block = p.Data;
+    std::vector<int> empty;
+    EXPECT_EQ(p.SetValue(5, empty), PI::RESULT_EMPTY_LIST);
+    EXPECT_TRUE(p == before);
+    EXPECT_EQ(p.Data, block);
+}
+
+TEST(PropertyTest, RangeClampsInTheDocumentedOrder) {
+    struct Case {
+        int value, minimum, maximum, stored;
+    };
+    const Case cases[] = {{15, 0, 10, 10}, {-3, 0, 10, 0}, {10, 0, 10, 10}, {5, 0, 10, 5},
+                          {0, 0, 10, 0},   {10, 9, 3, 3},  {7, 9, 3, 9},    {9, 9, 3, 3},
+                          {-2147483647 - 1, -5, 5, -5}};
+    for (const Case& c : cases) {
+        CProperty p(kId, false);
+        ASSERT_EQ(p.SetValue(c.value, c.minimum, c.maximum, 1u), 0u);
+        EXPECT_EQ(p.Type, 6u);
+        EXPECT_EQ(p.SubType, 0u);
+        EXPECT_EQ(p.DataSize, 16u);
+        EXPECT_EQ(BlockOf(p), Words32({c.stored, c.minimum, c.maximum, 1}))
+            << c.value << " in " << c.minimum << ".." << c.maximum;
+    }
+    CProperty big(kId, false);
+    ASSERT_EQ(big.SetValue(1, 0, 2, 0xFFFFFFFFu), 0u);
+    EXPECT_EQ(BlockOf(big), Words32({1, 0, 2, 0xFFFFFFFFll}));
+}
+
+TEST(PropertyTest, EveryStringRouteTrims) {
+    CProperty a(kId, false), b(kId, false), c(kId, false);
+    CStringRef mutableRef("  abc  ");
+    ASSERT_EQ(a.SetValue(mutableRef), 0u);
+    ASSERT_EQ(b.SetValue(static_cast<const CStringRef&>(CStringRef("  abc  "))), 0u);
+    ASSERT_EQ(c.SetValue(std::string("  abc  ")), 0u);
+    for (const CProperty* p : {&a, &b, &c}) {
+        EXPECT_EQ(p->Type, 2u);
+        EXPECT_EQ(p->SubType, 0u);
+        EXPECT_EQ(p->DataSize, 4u);
+        EXPECT_EQ(p->SplitSize, 0u);
+        EXPECT_EQ(BlockOf(*p), Chars("abc", 4));
+    }
+    EXPECT_TRUE(a == b);
+    EXPECT_TRUE(a == c);
+}
+
+TEST(PropertyTest, StringEdgeCases) {
+    CProperty p(kId, false);
+    ASSERT_EQ(p.SetValue(CStringRef(" \t\r\n\v\f ")), 0u);
+    EXPECT_EQ(BlockOf(p), Chars("", 1));
+    ASSERT_EQ(p.SetValue(CStringRef("a b")), 0u);
+    EXPECT_EQ(StoredText(p), "a b");
+    // Only the referenced characters count, terminated or not.
+    ASSERT_EQ(p.SetValue(CStringRef("xyz-tail", 3)), 0u);
+    EXPECT_EQ(BlockOf(p), Chars("xyz", 4));
+    ASSERT_EQ(p.SetValue(std::string("")), 0u);
+    EXPECT_EQ(p.DataSize, 1u);
+}
+
+TEST(PropertyTest, StringMayComeFromTheOwnBlock) {
+    CProperty p(kId, false);
+    ASSERT_EQ(p.SetValue(CStringRef("  own text ")), 0u);
+    CStringRef own(reinterpret_cast<const char*>(p.Data), p.DataSize - 1);
+    ASSERT_EQ(p.SetValue(own), 0u);
+    EXPECT_EQ(StoredText(p), "own text");
+    p.SubType = PI::PROPERTY_SUBTYPE_ENCRYPTED;
+    ASSERT_TRUE(RVX::Crypt::CAES::SetKey(kKey, sizeof kKey));
+    ASSERT_EQ(p.SetValue(CStringRef("x")), 0u);
+    const std::string stored = StoredText(p);
+    CStringRef ownEncrypted(reinterpret_cast<const char*>(p.Data), p.DataSize - 1);
+    ASSERT_EQ(p.SetValue(ownEncrypted), 0u);
+    EXPECT_EQ(StoredText(p), stored);
+    RVX::Crypt::CAES::ClearKey();
+}
+
+// A locale in which '_' is white space and ' ' is not.
+class UnderscoreSpace : public std::ctype<char> {
+public:
+    UnderscoreSpace() : std::ctype<char>(Table()) {}
+
+private:
+    static const mask* Table() {
+        static std::vector<mask> table(classic_table(), classic_table() + table_size);
+        table[static_cast<unsigned char>('_')] |= space;
+        table[static_cast<unsigned char>(' ')] &= static_cast<mask>(~space);
+        return table.data();
+    }
+};
+
+TEST(PropertyTest, StandardStringRouteTrimsByTheDefaultLocale) {
+    const std::locale previous = std::locale::global(std::locale(std::locale::classic(), new UnderscoreSpace));
+    CProperty viaStd(kId, false), viaRef(kId, false);
+    const unsigned int r1 = viaStd.SetValue(std::string("__ x __"));
+    const unsigned int r2 = viaRef.SetValue(CStringRef(" _x_ "));
+    std::locale::global(previous);
+    ASSERT_EQ(r1, 0u);
+    ASSERT_EQ(r2, 0u);
+    EXPECT_EQ(StoredText(viaStd), " x ");
+    EXPECT_EQ(StoredText(viaRef), "_x_"); // the C isspace rule, whatever the locale
+}
+
+TEST(PropertyTest, BoolIsOneWord) {
+    CProperty p(kId, false);
+    ASSERT_EQ(p.SetValue(true), 0u);
+    EXPECT_EQ(p.Type, 4u);
+    EXPECT_EQ(p.SubType, 0u);
+    EXPECT_EQ(BlockOf(p), Words32({1}));
+    ASSERT_EQ(p.SetValue(false), 0u);
+    EXPECT_EQ(BlockOf(p), Words32({0}));
+}
+
+TEST(PropertyTest, UInt64IsEightBytesWithSubTypeOne) {
+    CProperty p(kId, false);
+    ASSERT_EQ(p.SetValue(0x0102030405060708ull), 0u);
+    EXPECT_EQ(p.Type, 5u);
+    EXPECT_EQ(p.SubType, 1u);
+    EXPECT_EQ(p.DataSize, 8u);
+    std::vector<unsigned char> expected;
+    PutLE(expected, 0x0102030405060708ull, 8);
+    EXPECT_EQ(BlockOf(p), expected);
+}
+
+TEST(PropertyTest, IntListPairKeepsTheSplit) {
+    CProperty p(kId, false);
+    std::vector<int> first{1, 2}, second{3, 4, -5};
+    ASSERT_EQ(p.SetValue(first, second), 0u);
+    EXPECT_EQ(p.Type, 7u);
+    EXPECT_EQ(p.SubType, 0u);
+    EXPECT_EQ(p.DataSize, 20u);
+    EXPECT_EQ(p.SplitSize, 8u);
+    EXPECT_EQ(BlockOf(p), Words32({1, 2, 3, 4, -5}));
+
+    std::vector<int> none;
+    ASSERT_EQ(p.SetValue(none, second), 0u);
+    EXPECT_EQ(p.SplitSize, 0u);
+    EXPECT_EQ(BlockOf(p), Words32({3, 4, -5}));
+    ASSERT_EQ(p.SetValue(first, none), 0u);
+    EXPECT_EQ(p.SplitSize, 8u);
+    EXPECT_EQ(p.DataSize, 8u);
+}
+
+TEST(PropertyTest, EmptyIntListPairHoldsNoBlock) {
+    CProperty p(kId, false);
+    ASSERT_EQ(p.SetValue(CStringRef("old")), 0u);
+    std::vector<int> a, b;
+    ASSERT_EQ(p.SetValue(a, b), 0u);
+    EXPECT_EQ(p.Type, 7u);
+    EXPECT_EQ(p.DataSize, 0u);
+    EXPECT_EQ(p.SplitSize, 0u);
+    EXPECT_EQ(p.Data, nullptr);
+}
+
+TEST(PropertyTest, FloatIsItsFourBytes) {
+    CProperty p(kId, false);
+    ASSERT_EQ(p.SetValue(1.5f), 0u);
+    EXPECT_EQ(p.Type, 8u);
+    EXPECT_EQ(p.SubType, 0u);
+    EXPECT_EQ(BlockOf(p), Words32({0x3FC00000}));
+}
+
+TEST(PropertyTest, UInt64ListWithSubTypeOne) {
+    CProperty p(kId, false);
+    std::vector<unsigned long long> list{1, 0xFFFFFFFF00000002ull};
+    ASSERT_EQ(p.SetValue(list), 0u);
+    EXPECT_EQ(p.Type, 9u);
+    EXPECT_EQ(p.SubType, 1u);
+    EXPECT_EQ(p.DataSize, 16u);
+    std::vector<unsigned char> expected;
+    PutLE(expected, 1, 8);
+    PutLE(expected, 0xFFFFFFFF00000002ull, 8);
+    EXPECT_EQ(BlockOf(p), expected);
+
+    std::vector<unsigned long long> empty;
+    ASSERT_EQ(p.SetValue(empty), 0u);
+    EXPECT_EQ(p.Type, 9u);
+    EXPECT_EQ(p.SubType, 1u);
+    EXPECT_EQ(p.DataSize, 0u);
+    EXPECT_EQ(p.Data, nullptr);
+}
+
+TEST(PropertyTest, MarkupStoresItsDocumentText) {
+    RVX::XML::CMarkup markup;
+    const std::string doc = "<LogicalDriveConfiguration><LD id=\"1\"/></LogicalDriveConfiguration>";
+    ASSERT_TRUE(markup.SetDoc(doc));
+    CProperty p(kId, false);
+    ASSERT_EQ(p.SetValue(markup), 0u);
+    EXPECT_EQ(p.Type, 10u);
+    EXPECT_EQ(p.SubType, 0u);
+    EXPECT_EQ(p.DataSize, doc.size() + 1);
+    EXPECT_EQ(StoredText(p), doc);
+
+    RVX::XML::CMarkup empty;
+    ASSERT_EQ(p.SetValue(empty), 0u);
+    EXPECT_EQ(BlockOf(p), Chars("", 1));
+}
+
+TEST(PropertyTest, StringListHasALengthTableThenTheTexts) {
+    CProperty p(kId, false);
+    ASSERT_EQ(p.SetValue(std::vector<std::string>{"a", "bc"}, 1u), 0u);
+    EXPECT_EQ(p.Type, 11u);
+    EXPECT_EQ(p.SubType, 0u);
+    EXPECT_EQ(p.DataSize, 13u);
+    EXPECT_EQ(p.SplitSize, 8u);
+    EXPECT_EQ(p.SelectionMask, 1u);
+    EXPECT_EQ(BlockOf(p), Words32({2, 3}) + Chars("a\0bc", 5));
+
+    CProperty q(kId, false);
+    ASSERT_EQ(q.SetValue(std::vector<CStringEx>{CStringEx("a"), CStringEx("bc")}, 1u), 0u);
+    EXPECT_TRUE(p == q);
+}
+
+TEST(PropertyTest, StringListEntriesAreNeitherTrimmedNorEncrypted) {
+    CProperty p(kId, false);
+    p.SubType = PI::PROPERTY_SUBTYPE_ENCRYPTED;
+    ASSERT_EQ(p.SetValue(std::vector<std::string>{" x ", "", "secret"}, 6u), 0u);
+    EXPECT_EQ(p.SubType, 0u);
+    EXPECT_EQ(p.SplitSize, 12u);
+    EXPECT_EQ(BlockOf(p), Words32({4, 1, 7}) + Chars(" x \0\0secret", 12));
+}
+
+TEST(PropertyTest, EmptyStringListHoldsAZeroByteBlock) {
+    CProperty p(kId, false);
+    ASSERT_EQ(p.SetValue(std::vector<std::string>{}, 0u), 0u);
+    EXPECT_EQ(p.Type, 11u);
+    EXPECT_EQ(p.DataSize, 0u);
+    EXPECT_EQ(p.SplitSize, 0u);
+    EXPECT_EQ(p.SelectionMask, 0u);
+    EXPECT_NE(p.Data, nullptr);
+}
+
+TEST(PropertyTest, ANewKindReplacesTheOldOne) {
+    CProperty p(kId, false);
+    std::vector<std::string> list{"a", "b"};
+    ASSERT_EQ(p.SetValue(list, 3u), 0u);
+    ASSERT_EQ(p.SetValue(true), 0u);
+    EXPECT_EQ(p.Type, 4u);
+    EXPECT_EQ(p.SplitSize, 0u); // the list's split is gone
+    EXPECT_EQ(p.DataSize, 4u);
+}
+
+// ---- Encrypted strings ------------------------------------------------------
+
+class EncryptedPropertyTest : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(RVX::Crypt::CAES::SetKey(kKey, sizeof kKey)); }
+    void TearDown() override { RVX::Crypt::CAES::ClearKey(); }
+    static CProperty Secret() {
+        CProperty p(kId, false);
+        p.SubType = PI::PROPERTY_SUBTYPE_ENCRYPTED;
+        return p;
+    }
+};
+
+TEST_F(EncryptedPropertyTest, PlainTextIsEncryptedUntrimmed) {
+    CProperty p = Secret();
+    ASSERT_EQ(p.SetValue(CStringRef("  pass word ")), 0u);
+    EXPECT_EQ(p.Type, 2u);
+    EXPECT_EQ(p.SubType, 4u);
+    const std::string stored = StoredText(p);
+    EXPECT_EQ(stored.compare(0, 5, "ENC1("), 0);
+    EXPECT_EQ(p.DataSize, stored.size() + 1);
+    EXPECT_EQ(stored.find("pass"), std::string::npos);
+    EXPECT_EQ(Decrypt(stored), "  pass word ");
+}
+
+TEST_F(EncryptedPropertyTest, AlreadyEncryptedTextIsKeptAsGiven) {
+    CProperty p = Secret();
+    ASSERT_EQ(p.SetValue(CStringRef("ENC1(xyz)")), 0u);
+    EXPECT_EQ(StoredText(p), "ENC1(xyz)");
+    EXPECT_EQ(p.SubType, 4u);
+    ASSERT_EQ(p.SetValue(CStringRef("ENC1(")), 0u);
+    EXPECT_EQ(StoredText(p), "ENC1(");
+    // Not trimmed either.
+    ASSERT_EQ(p.SetValue(CStringRef("ENC1(abc) ")), 0u);
+    EXPECT_EQ(StoredText(p), "ENC1(abc) ");
+}
+
+TEST_F(EncryptedPropertyTest, SettingTheStoredTextAgainKeepsItUnchanged) {
+    CProperty p = Secret();
+    ASSERT_EQ(p.SetValue(CStringRef("secret")), 0u);
+    const std::string stored = StoredText(p);
+    CProperty q = Secret();
+    ASSERT_EQ(q.SetValue(CStringRef(stored)), 0u);
+    EXPECT_EQ(StoredText(q), stored);
+    EXPECT_EQ(Decrypt(StoredText(q)), "secret");
+}
+
+TEST_F(EncryptedPropertyTest, TextsThatOnlyLookEncryptedAreEncrypted) {
+    for (const char* text : {"ENC1", "ENC", " ENC1(x)", "enc1(x)", "ENC2(x)"}) {
+        CProperty p = Secret();
+        ASSERT_EQ(p.SetValue(CStringRef(text)), 0u);
+        const std::string stored = StoredText(p);
+        EXPECT_NE(stored, text);
+        EXPECT_EQ(stored.compare(0, 5, "ENC1("), 0) << text;
+        EXPECT_EQ(Decrypt(stored), text);
+    }
+}
+
+TEST_F(EncryptedPropertyTest, EveryEncryptionIsFresh) {
+    CProperty a = Secret(), b = Secret();
+    ASSERT_EQ(a.SetValue(CStringRef("same")), 0u);
+    ASSERT_EQ(b.SetValue(CStringRef("same")), 0u);
+    EXPECT_NE(StoredText(a), StoredText(b));
+    EXPECT_FALSE(a == b);
+}
+
+TEST_F(EncryptedPropertyTest, StandardStringRouteNeverEncrypts) {
+    CProperty p = Secret();
+    ASSERT_EQ(p.SetValue(std::string("  visible  ")), 0u);
+    EXPECT_EQ(p.SubType, 0u);
+    EXPECT_EQ(StoredText(p), "visible");
+    // And the property is plain from then on.
+    ASSERT_EQ(p.SetValue(CStringRef(" again ")), 0u);
+    EXPECT_EQ(StoredText(p), "again");
+}
+
+TEST_F(EncryptedPropertyTest, WithoutAKeyNothingReadableIsStored) {
+    RVX::Crypt::CAES::ClearKey();
+    ::setenv("RVX_AES_KEY_FILE", "/nonexistent/pi-test.key", 1);
+    CProperty p = Secret();
+    const unsigned int result = p.SetValue(CStringRef("secret"));
+    ::unsetenv("RVX_AES_KEY_FILE");
+    EXPECT_EQ(result, 0u);
+    EXPECT_EQ(p.SubType, 4u);
+    EXPECT_EQ(StoredText(p), ""); // the cipher's (empty) result, never the plain text
+}
+
+// ---- Equality ---------------------------------------------------------------
+
+TEST(PropertyTest, EveryFieldTakesPartInEquality) {
+    CProperty base(kId, false);
+    ASSERT_EQ(base.SetValue(std::vector<std::string>{"a", "b"}, 3u), 0u);
+    const std::vector<std::pair<const char*, std::function<void(CProperty&)>>> changes = {
+        {"PropertyID", [](CProperty& p) { p.PropertyID = static_cast<PI::_PROPERTY_ID>(23002); }},
+        {"SecondaryID", [](CProperty& p) { p.SecondaryID = 5; }},
+        {"Attribute1", [](CProperty& p) { p.Attribute1 = 2; }},
+        {"Attribute2", [](CProperty& p) { p.Attribute2 = 2; }},
+        {"Attribute3", [](CProperty& p) { p.Attribute3 = 0; }},
+        {"Attribute4", [](CProperty& p) { p.Attribute4 = 2; }},
+        {"Attribute5", [](CProperty& p) { p.Attribute5 = 2; }},
+        {"Type", [](CProperty& p) { p.Type = 2; }},
+        {"SubType", [](CProperty& p) { p.SubType = 4; }},
+        {"Flag", [](CProperty& p) { p.Flag = true; }},
+        {"Attribute6", [](CProperty& p) { p.Attribute6 = 2; }},
+        {"Flag2", [](CProperty& p) { p.Flag2 = false; }},
+        {"Attribute7", [](CProperty& p) { p.Attribute7 = 1; }},
+        {"Attribute8", [](CProperty& p) { p.Attribute8 = 0; }},
+        {"SelectionMask", [](CProperty& p) { p.SelectionMask = 1; }},
+        {"DataSize", [](CProperty& p) { p.DataSize -= 1; }},
+        {"SplitSize", [](CProperty& p) { p.SplitSize = 4; }},
+        {"last value byte", [](CProperty& p) { p.Data[p.DataSize - 1] = 'x'; }},
+        {"first value byte", [](CProperty& p) { p.Data[0] ^= 1; }},
+    };
+    for (const auto& change : changes) {
+        CProperty other(base);
+        ASSERT_TRUE(other == base);
+        change.second(other);
+        EXPECT_FALSE(other == base) << change.first;
+        EXPECT_FALSE(base == other) << change.first;
+        EXPECT_TRUE(other != base) << change.first;
+    }
+}
+
+TEST(PropertyTest, FloatsCompareByTheirBytes) {
+    CProperty plus(kId, false), minus(kId, false);
+    ASSERT_EQ(plus.SetValue(0.0f), 0u);
+    ASSERT_EQ(minus.SetValue(-0.0f), 0u);
+    EXPECT_FALSE(plus == minus);
+    ASSERT_EQ(minus.SetValue(0.0f), 0u);
+    EXPECT_TRUE(plus == minus);
+}
+
+TEST(PropertyTest, EmptyValuesAreEqualWhateverTheBlocks) {
+    CProperty a(kId, false), b(kId, false);
+    ASSERT_EQ(a.SetValue(std::vector<std::string>{}, 7u), 0u);
+    ASSERT_EQ(b.SetValue(std::vector<std::string>{}, 7u), 0u);
+    EXPECT_NE(a.Data, b.Data);
+    EXPECT_TRUE(a == b);
+}
+
+TEST(PropertyTest, StringsCompareWithoutCaseFolding) {
+    CProperty a(kId, false), b(kId, false);
+    ASSERT_EQ(a.SetValue(CStringRef("abc")), 0u);
+    ASSERT_EQ(b.SetValue(CStringRef("ABC")), 0u);
+    EXPECT_FALSE(a == b);
+}
+
+// ---- Copy, assignment, move -------------------------------------------------
+
+TEST(PropertyTest, CopyOwnsItsBlock) {
+    CProperty source(kId, true);
+    ASSERT_EQ(source.SetValue(CStringRef("original")), 0u);
+    CProperty copy(source);
+    EXPECT_TRUE(copy == source);
+    EXPECT_NE(copy.Data, source.Data);
+    ASSERT_EQ(copy.SetValue(CStringRef("changed")), 0u);
+    EXPECT_EQ(StoredText(source), "original");
+    copy.Data[0] = 'X';
+    EXPECT_EQ(StoredText(source), "original");
+}
+
+TEST(PropertyTest, AssignmentCopiesEveryFieldAndTheBlock) {
+    CProperty source(kId, true);
+    source.Attribute7 = 42;
+    std::vector<int> first{1}, second{2, 3};
+    ASSERT_EQ(source.SetValue(first, second), 0u);
+    CProperty target;
+    ASSERT_EQ(target.SetValue(CStringRef("will go")), 0u);
+    target = source;
+    EXPECT_TRUE(target == source);
+    EXPECT_NE(target.Data, source.Data);
+    target.Data[0] = 9;
+    EXPECT_EQ(BlockOf(source), Words32({1, 2, 3}));
+
+    CProperty none;
+    target = none; // no value: the block goes
+    EXPECT_EQ(target.Data, nullptr);
+    EXPECT_TRUE(target == none);
+}
+
+TEST(PropertyTest, SelfAssignmentLeavesThePropertyUnchanged) {
+    CProperty p(kId, false);
+    ASSERT_EQ(p.SetValue(CStringRef("keep")), 0u);
+    const CProperty before(p);
+    CProperty& alias = p;
+    p = alias;
+    EXPECT_TRUE(p == before);
+    EXPECT_EQ(StoredText(p), "keep");
+    p = std::move(alias);
+    EXPECT_TRUE(p == before);
+}
+
+TEST(PropertyTest, CopyOfASizeWithoutBlockHasNeither) {
+    CProperty broken(kId, false);
+    broken.Type = PI::VT_STRING;
+    broken.DataSize = 10; // as after a setter that ran out of memory
+    CProperty copy(broken);
+    EXPECT_EQ(copy.Data, nullptr);
+    EXPECT_EQ(copy.DataSize, 0u);
+    EXPECT_EQ(copy.Type, 2u);
+    CProperty assigned;
+    ASSERT_EQ(assigned.SetValue(true), 0u);
+    assigned = broken;
+    EXPECT_EQ(assigned.Data, nullptr);
+    EXPECT_EQ(assigned.DataSize, 0u);
+    // Comparing a size without a block never touches memory.
+    CProperty other(broken);
+    other.DataSize = 10;
+    EXPECT_TRUE(broken == other);
+    ASSERT_EQ(other.SetValue(CStringRef("123456789")), 0u);
+    other.SubType = broken.SubType;
+    EXPECT_FALSE(broken == other);
+    EXPECT_FALSE(other == broken);
+}
+
+TEST(PropertyTest, MoveTakesTheBlockAndLeavesNoValue) {
+    CProperty source(kId, true);
+    ASSERT_EQ(source.SetValue(CStringRef("moved")), 0u);
+    const CProperty snapshot(source);
+    const unsigned char* block = source.Data;
+    CProperty target(std::move(source));
+    EXPECT_TRUE(target == snapshot);
+    EXPECT_EQ(target.Data, block);
+    EXPECT_EQ(source.Data, nullptr);
+    EXPECT_EQ(source.DataSize, 0u);
+    EXPECT_EQ(source.Type, unsigned(PI::VT_NONE));
+    EXPECT_EQ(source.PropertyID, kId);
+
+    CProperty assigned;
+    ASSERT_EQ(assigned.SetValue(1.0f), 0u);
+    assigned = std::move(target);
+    EXPECT_TRUE(assigned == snapshot);
+    EXPECT_EQ(target.Data, nullptr);
+    static_assert(std::is_nothrow_move_constructible<CProperty>::value, "");
+    static_assert(std::is_nothrow_move_assignable<CProperty>::value, "");
+}
+
+TEST(PropertyTest, ListsOfPropertiesCopyDeeply) {
+    std::vector<CProperty> list(3, CProperty(kId, false));
+    for (size_t i = 0; i < list.size(); ++i)
+        ASSERT_EQ(list[i].SetValue(CStringRef(std::to_string(i))), 0u);
+    std::vector<CProperty> copy = list;
+    EXPECT_TRUE(copy == list);
+    ASSERT_EQ(copy[1].SetValue(CStringRef("x")), 0u);
+    EXPECT_FALSE(copy == list);
+    EXPECT_EQ(StoredText(list[1]), "1");
+}
+
+// ---- Out of memory ------------------------------------------------------------
+
+class PropertyMemoryTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (!PI::Test::AllocHooksAvailable())
+            GTEST_SKIP() << "library built without PI_TEST_HOOKS";
+    }
+    PI::Test::CAllocHookScope m_Scope;
+};
+
+TEST_F(PropertyMemoryTest, EverySetterReportsExhaustedMemoryWithTheNewKind) {
+    struct Case {
+        const char* name;
+        std::function<unsigned int(CProperty&)> set;
+        unsigned int type, subType, dataSize, splitSize;
+    };
+    std::vector<int> list{1, 2};
+    std::vector<int> first{1}, second{2, 3};
+    std::vector<unsigned long long> wide{1, 2, 3};
+    RVX::XML::CMarkup markup;
+    markup.SetDoc("<a/>");
+    const std::vector<Case> cases = {
+        {"int list", [&](CProperty& p) { return p.SetValue(4, list); }, 3, 0, 12, 0},
+        {"range", [](CProperty& p) { return p.SetValue(1, 0, 2, 1u); }, 6, 0, 16, 0},
+        {"ref", [](CProperty& p) { return p.SetValue(CStringRef(" ab ")); }, 2, 0, 3, 0},
+        {"std", [](CProperty& p) { return p.SetValue(std::string("abc")); }, 2, 0, 4, 0},
+        {"bool", [](CProperty& p) { return p.SetValue(true); }, 4, 0, 4, 0},
+        {"uint64", [](CProperty& p) { return p.SetValue(5ull); }, 5, 1, 8, 0},
+        {"pair", [&](CProperty& p) { return p.SetValue(first, second); }, 7, 0, 12, 4},
+        {"float", [](CProperty& p) { return p.SetValue(2.0f); }, 8, 0, 4, 0},
+        {"uint64 list", [&](CProperty& p) { return p.SetValue(wide); }, 9, 1, 24, 0},
+        {"xml", [&](CProperty& p) { return p.SetValue(markup); }, 10, 0, 5, 0},
+        {"strings", [](CProperty& p) { return p.SetValue(std::vector<std::string>{"a"}, 1u); },
+         11, 0, 6, 4},
+        {"empty strings",
+         [](CProperty& p) { return p.SetValue(std::vector<CStringEx>{}, 1u); }, 11, 0, 0, 0},
+    };
+    for (const Case& c : cases) {
+        CProperty p(kId, false);
+        std::vector<std::string> old{"old", "value"};
+        ASSERT_EQ(p.SetValue(old, 1u), 0u);
+        PI::Test::FailAllocations(0, 1);
+        EXPECT_EQ(c.set(p), PI::RESULT_OUT_OF_MEMORY) << c.name;
+        EXPECT_EQ(p.Type, c.type) << c.name;
+        EXPECT_EQ(p.SubType, c.subType) << c.name;
+        EXPECT_EQ(p.DataSize, c.dataSize) << c.name;
+        EXPECT_EQ(p.SplitSize, c.splitSize) << c.name;
+        EXPECT_EQ(p.Data, nullptr) << c.name;
+        // The next attempt succeeds again.
+        EXPECT_EQ(c.set(p), 0u) << c.name;
+        EXPECT_NE(p.Data, nullptr) << c.name;
+    }
+}
+
+bool NoBlockHeld(size_t, void* context) {
+    const CProperty* p = static_cast<const CProperty*>(context);
+    return p->Data == nullptr; // refuses (and so shows up) if the old block is still held
+}
+
+TEST_F(PropertyMemoryTest, SettersReleaseTheOldBlockBeforeObtainingTheNewOne) {
+    CProperty p(kId, false);
+    ASSERT_EQ(p.SetValue(CStringRef("old")), 0u);
+    const unsigned long long before = PI::Test::AllocationCount();
+    PI::Test::SetAllocFilter(&NoBlockHeld, &p);
+    EXPECT_EQ(p.SetValue(true), 0u);
+    EXPECT_EQ(p.SetValue(CStringRef("new")), 0u);
+    EXPECT_EQ(p.SetValue(std::vector<std::string>{"x"}, 1u), 0u);
+    EXPECT_EQ(PI::Test::FailedAllocationCount(), 0u);
+    EXPECT_EQ(PI::Test::AllocationCount(), before + 3);
+}
+
+TEST_F(PropertyMemoryTest, TheBlockIsObtainedOnlyThroughTheHook) {
+    CProperty p(kId, false);
+    std::vector<unsigned long long> empty;
+    ASSERT_EQ(p.SetValue(empty), 0u); // no block for an empty list
+    EXPECT_EQ(PI::Test::AllocationCount(), 0u);
+    ASSERT_EQ(p.SetValue(1.0f), 0u);
+    CProperty copy(p);
+    CProperty assigned;
+    assigned = p;
+    EXPECT_EQ(PI::Test::AllocationCount(), 3u);
+}
+
+TEST_F(PropertyMemoryTest, FailedSetterLeavesAPropertyThatCopiesAndCompares) {
+    CProperty p(kId, false);
+    PI::Test::FailAllocations(0, 1);
+    ASSERT_EQ(p.SetValue(CStringRef("abc")), PI::RESULT_OUT_OF_MEMORY);
+    CProperty copy(p);
+    EXPECT_EQ(copy.Data, nullptr);
+    EXPECT_EQ(copy.DataSize, 0u);
+    EXPECT_FALSE(copy == p);
+    CProperty same(p.PropertyID, false);
+    same.Type = p.Type;
+    same.DataSize = p.DataSize;
+    EXPECT_TRUE(same == p);
+}
+
+TEST_F(PropertyMemoryTest, CopyRaisesInvalidDataWhenMemoryRunsOut) {
+    CProperty source(kId, false);
+    ASSERT_EQ(source.SetValue(CStringRef("abc")), 0u);
+    PI::Test::FailAllocations(0, 1);
+    try {
+        CProperty copy(source);
+        ADD_FAILURE() << "no exception";
+    } catch (const RVX::Exceptions::CException& e) {
+        EXPECT_EQ(e.GetCode(), PI::EXCEPTION_INVALID_DATA);
+        EXPECT_EQ(e.GetCode(), 0x21130003u);
+        ASSERT_FALSE(e.GetSources().empty());
+        EXPECT_STREQ(e.GetSources()[0].Path, "Src/Objects");
+        EXPECT_EQ(e.GetSources()[0].Module, 275u);
+    }
+}
+
+TEST_F(PropertyMemoryTest, AssignmentRaisesInvalidDataAndKeepsNoBlock) {
+    CProperty source(kId, false);
+    ASSERT_EQ(source.SetValue(CStringRef("abc")), 0u);
+    CProperty target;
+    ASSERT_EQ(target.SetValue(true), 0u);
+    PI::Test::FailAllocations(0, 1);
+    try {
+        target = source;
+        ADD_FAILURE() << "no exception";
+    } catch (const RVX::Exceptions::CException& e) {
+        EXPECT_EQ(e.GetCode(), 0x21130003u);
+    }
+    EXPECT_EQ(target.Data, nullptr);
+    EXPECT_EQ(target.Type, 2u); // the fields were copied before the block
+}
+
+TEST_F(PropertyMemoryTest, CopyFailureDoesNotThrowWhileThrowingIsDisabled) {
+    CProperty source(kId, false);
+    ASSERT_EQ(source.SetValue(CStringRef("abc")), 0u);
+    RVX::Threading::CDisableThrow disable;
+    PI::Test::FailAllocations(0, 2);
+    CProperty copy(source);
+    EXPECT_EQ(copy.Data, nullptr);
+    EXPECT_EQ(RVX::Threading::CThrowState::PendingCode(), 0x21130003u);
+    CProperty assigned;
+    assigned = source;
+    EXPECT_EQ(assigned.Data, nullptr);
+}
+
+} // namespace
