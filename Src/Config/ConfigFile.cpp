@@ -1,0 +1,275 @@
+#include "PI/ConfigFile.h"
+
+#include "../Raise.h"
+#include "PI/Identifiers.h"
+
+#include <RVX/Application.h>
+#include <RVX/Exceptions.h>
+#include <RVX/IniFiles.h>
+
+#include <boost/filesystem/operations.hpp>
+#include <boost/format.hpp>
+#include <boost/system/error_code.hpp>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+namespace PI {
+namespace {
+
+using RVX::INI_Files::CIniFile;
+using RVX::Threading::CThrowState;
+
+const char DEFAULT_SECTION[] = "DefaultConfig";
+const unsigned int FLUSH_TIMEOUT = 2000;
+
+RVX::Exceptions::SOURCE_INFO Here(unsigned int line) {
+    return RVX::Exceptions::SOURCE_INFO{Internal::SOURCE_CONFIG, line, MODULE_NUMBER};
+}
+
+std::string NumberSection(int first, int second) {
+    if (second >= 0)
+        return (boost::format("Config.%d.%d") % first % second).str();
+    if (first >= 0)
+        return (boost::format("Config.%d") % first).str();
+    return DEFAULT_SECTION;
+}
+
+std::string NamedSection(const std::string& name) {
+    if (name.empty())
+        return DEFAULT_SECTION;
+    std::string section = (boost::format("Config.%s") % name).str();
+    std::replace(section.begin(), section.end(), '=', '_');
+    return section;
+}
+
+// True and `value` set when the section exists, holds keys and has `key`.
+bool Lookup(CIniFile& ini, const std::string& section, const std::string& key, std::string& value) {
+    RVX::INI_Files::CIniSection handle = ini[section];
+    if (!handle.Exists() || handle.KeyCount() == 0)
+        return false;
+    std::string text;
+    if (handle[key].GetValue(text) != 1)
+        return false;
+    value.swap(text);
+    return true;
+}
+
+bool ReadFile(CIniFile& ini, const boost::filesystem::path& path) {
+    try {
+        ini.Read(path.string(), RVX::INI_Files::INI_WAIT_FOREVER);
+        return true;
+    } catch (...) {
+        CThrowState::ContinueException(Here(__LINE__));
+        return false;
+    }
+}
+
+// O_EXCL: a file that another process has just created and written must not
+// be truncated. New configuration files are 0640 whatever the umask.
+void CreateEmptyFile(const boost::filesystem::path& path) {
+    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0640);
+    if (fd < 0)
+        return;               // the next Lock reports why
+    (void)::fchmod(fd, 0640); // best effort: the file exists either way
+    ::close(fd);
+}
+
+// Takes the file lock; a missing file is created and locked. A second
+// failure reaches the caller.
+void LockForWrite(CIniFile& ini, const boost::filesystem::path& path) {
+    try {
+        ini.Lock(path.string(), RVX::INI_Files::INI_WAIT_FOREVER);
+        return;
+    } catch (...) {
+        CThrowState::ContinueException(Here(__LINE__));
+    }
+    boost::system::error_code error;
+    if (boost::filesystem::status(path, error).type() == boost::filesystem::file_not_found)
+        CreateEmptyFile(path);
+    ini.Lock(path.string(), RVX::INI_Files::INI_WAIT_FOREVER);
+}
+
+// After a failed write. The lock is still held, so nobody is inside;
+// whoever waits on this lock file finds it gone and takes a new one.
+void RemoveLockFile(const boost::filesystem::path& path) {
+    boost::filesystem::path lockPath = path;
+    lockPath += ".lck";
+    boost::system::error_code error;
+    boost::filesystem::remove(lockPath, error);
+}
+
+void Apply(CIniFile& ini, const std::string& section, const std::string& key,
+           const std::string& value) {
+    if (key.empty())
+        ini[section].Remove();
+    else
+        ini[section][key].SetValue(value);
+}
+
+} // namespace
+
+CConfigFile::CConfigFile() {
+    m_Lock.Init(1000);
+}
+
+void CConfigFile::SetFileName(const boost::filesystem::path& name) {
+    RVX::Threading::CSyncGuard guard(m_Lock);
+    std::string process;
+    RVX::Misc::CRvxApplication::GetProcessPath(process);
+    m_FilePath = process;
+    m_FilePath.remove_filename();
+    m_FilePath /= "bin";
+    m_FilePath /= name;
+}
+
+void CConfigFile::SetFilePath(const boost::filesystem::path& path) {
+    RVX::Threading::CSyncGuard guard(m_Lock);
+    m_FilePath = path;
+}
+
+boost::filesystem::path CConfigFile::GetFilePath() {
+    RVX::Threading::CSyncGuard guard(m_Lock);
+    return m_FilePath;
+}
+
+unsigned CConfigFile::ReadKeyValue(const std::string& key, std::string& value, int first,
+                                   int second) {
+    RVX::Threading::CSyncGuard guard(m_Lock);
+    value.clear();
+    return ReadScoped(NumberSection(first, second), key, value);
+}
+
+unsigned CConfigFile::ReadKeyValue(const std::string& key, std::string& value,
+                                   const std::string& name) {
+    RVX::Threading::CSyncGuard guard(m_Lock);
+    value.clear();
+    return ReadScoped(NamedSection(name), key, value);
+}
+
+unsigned CConfigFile::ReadScoped(const std::string& section, const std::string& key,
+                                 std::string& value) {
+    RVX::Threading::CThrowStateGuard state;
+    CIniFile ini;
+    if (!ReadFile(ini, m_FilePath))
+        return RESULT_CONFIG_NOT_READ;
+    if (section != DEFAULT_SECTION) {
+        try {
+            if (Lookup(ini, section, key, value))
+                return RESULT_SUCCESS;
+        } catch (...) {
+            CThrowState::ContinueException(Here(__LINE__));
+        }
+    }
+    try {
+        if (Lookup(ini, DEFAULT_SECTION, key, value))
+            return RESULT_SUCCESS;
+    } catch (...) {
+        CThrowState::EndException(Here(__LINE__));
+    }
+    value.clear();
+    return RESULT_CONFIG_NOT_READ;
+}
+
+unsigned CConfigFile::ReadSectionKeyValue(const std::string& section, const std::string& key,
+                                          std::string& value) {
+    RVX::Threading::CSyncGuard guard(m_Lock);
+    RVX::Threading::CThrowStateGuard state;
+    value.clear();
+    CIniFile ini;
+    if (!ReadFile(ini, m_FilePath))
+        return RESULT_CONFIG_NOT_READ;
+    try {
+        if (Lookup(ini, section, key, value))
+            return RESULT_SUCCESS;
+    } catch (...) {
+        CThrowState::EndException(Here(__LINE__));
+    }
+    value.clear();
+    return RESULT_CONFIG_NOT_READ;
+}
+
+unsigned CConfigFile::ReadKeyValueList(std::vector<CConfigValue>& items) {
+    RVX::Threading::CSyncGuard guard(m_Lock);
+    RVX::Threading::CThrowStateGuard state;
+    for (CConfigValue& item : items)
+        item.Value.clear();
+    CIniFile ini;
+    if (!ReadFile(ini, m_FilePath))
+        return RESULT_CONFIG_NOT_READ;
+    for (CConfigValue& item : items) {
+        if (item.Name.empty())
+            continue;
+        try {
+            if (!Lookup(ini, NamedSection(item.Name), item.Key, item.Value))
+                item.Value.clear();
+        } catch (...) {
+            CThrowState::EndException(Here(__LINE__));
+            item.Value.clear();
+        }
+    }
+    return RESULT_SUCCESS;
+}
+
+unsigned CConfigFile::WriteKeyValue(const std::string& key, const std::string& value, int first,
+                                    int second) {
+    RVX::Threading::CSyncGuard guard(m_Lock);
+    return WriteOne(NumberSection(first, second), key, value);
+}
+
+unsigned CConfigFile::WriteKeyValue(const std::string& key, const std::string& value,
+                                    const std::string& name) {
+    RVX::Threading::CSyncGuard guard(m_Lock);
+    return WriteOne(NamedSection(name), key, value);
+}
+
+unsigned CConfigFile::WriteSectionKeyValue(const std::string& section, const std::string& key,
+                                           const std::string& value) {
+    RVX::Threading::CSyncGuard guard(m_Lock);
+    return WriteOne(section, key, value);
+}
+
+unsigned CConfigFile::WriteOne(const std::string& section, const std::string& key,
+                               const std::string& value) {
+    RVX::Threading::CThrowStateGuard state;
+    if (m_FilePath.empty())
+        return RESULT_NOT_FOUND; // SetFileName was never called
+    // Declared outside the try: the lock must still be held while a failed
+    // write removes the lock file.
+    CIniFile ini;
+    LockForWrite(ini, m_FilePath);
+    try {
+        Apply(ini, section, key, value);
+        ini.Flush(FLUSH_TIMEOUT);
+        return RESULT_SUCCESS;
+    } catch (...) {
+        CThrowState::ContinueException(Here(__LINE__));
+        RemoveLockFile(m_FilePath);
+        return RESULT_NOT_FOUND;
+    }
+}
+
+unsigned CConfigFile::WriteKeyValueList(const std::vector<CConfigValue>& items) {
+    RVX::Threading::CSyncGuard guard(m_Lock);
+    RVX::Threading::CThrowStateGuard state;
+    if (m_FilePath.empty())
+        return RESULT_NOT_FOUND;
+    CIniFile ini;
+    LockForWrite(ini, m_FilePath);
+    try {
+        for (const CConfigValue& item : items)
+            if (!item.Name.empty())
+                Apply(ini, NamedSection(item.Name), item.Key, item.Value);
+        ini.Flush(FLUSH_TIMEOUT);
+        return RESULT_SUCCESS;
+    } catch (...) {
+        CThrowState::ContinueException(Here(__LINE__));
+        RemoveLockFile(m_FilePath);
+        return RESULT_NOT_FOUND;
+    }
+}
+
+} // namespace PI

@@ -1,0 +1,70 @@
+#pragma once
+
+// The configuration store: a key/value INI file shared by the management
+// programs, serialised between threads by each object's critical section and
+// between processes by the file's lock file.
+//
+// Sections: "Config.<first>.<second>" and "Config.<first>" per adapter and
+// logical unit, "Config.<name>" per named scope (each "=" becomes "_"),
+// "DefaultConfig" for common values and as the fallback of scoped reads.
+//
+// Results: 0 success; RESULT_CONFIG_NOT_READ (20014) from reads when the
+// value is not found or the file cannot be read; RESULT_NOT_FOUND (20000)
+// from writes that failed, the file then being unchanged. Outputs are
+// emptied first. Keys and section names are case-sensitive.
+
+#include "PI/Export.h"
+
+#include <RVX/Sync.h>
+
+#include <boost/filesystem/path.hpp>
+
+#include <string>
+#include <vector>
+
+namespace PI {
+
+// One item of a list read or write; the section is "Config." + Name.
+struct PI_API CConfigValue {
+    std::string Key;
+    std::string Value;
+    std::string Name;
+};
+
+class PI_API CConfigFile {
+public:
+    CConfigFile();
+    CConfigFile(const CConfigFile&) = delete;
+    CConfigFile& operator=(const CConfigFile&) = delete;
+
+    // The file `name` in the directory "bin" inside the directory of the
+    // running program. Nothing is opened or created here.
+    void SetFileName(const boost::filesystem::path& name);
+    // The file at `path`, as given.
+    void SetFilePath(const boost::filesystem::path& path);
+    boost::filesystem::path GetFilePath();
+
+    unsigned ReadKeyValue(const std::string& key, std::string& value, int first, int second);
+    unsigned ReadKeyValue(const std::string& key, std::string& value, const std::string& name);
+    unsigned ReadSectionKeyValue(const std::string& section, const std::string& key,
+                                 std::string& value);
+    unsigned ReadKeyValueList(std::vector<CConfigValue>& items);
+
+    // An empty key removes the whole section. A missing file is created.
+    unsigned WriteKeyValue(const std::string& key, const std::string& value, int first, int second);
+    unsigned WriteKeyValue(const std::string& key, const std::string& value,
+                           const std::string& name);
+    unsigned WriteSectionKeyValue(const std::string& section, const std::string& key,
+                                  const std::string& value);
+    // Items with an empty Name are skipped; all others are written at once.
+    unsigned WriteKeyValueList(const std::vector<CConfigValue>& items);
+
+private:
+    unsigned ReadScoped(const std::string& section, const std::string& key, std::string& value);
+    unsigned WriteOne(const std::string& section, const std::string& key, const std::string& value);
+
+    boost::filesystem::path m_FilePath;
+    RVX::Threading::Native_OS::CCriticalSection m_Lock;
+};
+
+} // namespace PI

@@ -1,0 +1,315 @@
+#include <PI/ConfigFile.h>
+#include <PI/Identifiers.h>
+
+#include <RVX/Application.h>
+#include <RVX/IniFiles.h>
+
+#include <gtest/gtest.h>
+
+#include <boost/filesystem.hpp>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using PI::CConfigFile;
+using PI::CConfigValue;
+
+class ConfigFileTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        char pattern[] = "/tmp/pi-config-XXXXXX";
+        ASSERT_NE(::mkdtemp(pattern), nullptr);
+        m_Dir = pattern;
+        m_File = m_Dir + "/pi.ini";
+        m_Store.SetFilePath(m_File);
+    }
+    void TearDown() override { boost::filesystem::remove_all(m_Dir); }
+
+    static void WriteBytes(const std::string& path, const std::string& text) {
+        std::ofstream out(path, std::ios::binary | std::ios::trunc);
+        out << text;
+    }
+    static std::string ReadBytes(const std::string& path) {
+        std::ifstream in(path, std::ios::binary);
+        std::ostringstream text;
+        text << in.rdbuf();
+        return text.str();
+    }
+    // The value as the file holds it, bypassing the store's section choice.
+    std::string InFile(const std::string& section, const std::string& key) {
+        RVX::INI_Files::CIniFile ini;
+        ini.Read(m_File, RVX::INI_Files::INI_WAIT_FOREVER);
+        std::string value;
+        if (ini[section][key].GetValue(value) != 1)
+            return "<missing>";
+        return value;
+    }
+    bool SectionInFile(const std::string& section) {
+        RVX::INI_Files::CIniFile ini;
+        ini.Read(m_File, RVX::INI_Files::INI_WAIT_FOREVER);
+        return ini[section].Exists();
+    }
+
+    std::string m_Dir;
+    std::string m_File;
+    CConfigFile m_Store;
+};
+
+TEST_F(ConfigFileTest, FileNameLiesInBinBesideTheProgram) {
+    std::string program;
+    ASSERT_TRUE(RVX::Misc::CRvxApplication::GetProcessPath(program));
+    CConfigFile store;
+    EXPECT_TRUE(store.GetFilePath().empty());
+    store.SetFileName("pi.ini");
+    EXPECT_EQ(store.GetFilePath(),
+              boost::filesystem::path(program).parent_path() / "bin" / "pi.ini");
+    store.SetFilePath(m_File);
+    EXPECT_EQ(store.GetFilePath(), boost::filesystem::path(m_File));
+}
+
+TEST_F(ConfigFileTest, NumbersAndNamesChooseTheSection) {
+    EXPECT_EQ(m_Store.WriteKeyValue("k", "unit", -1, 2), 0u);
+    EXPECT_EQ(m_Store.WriteKeyValue("k", "zero", 3, 0), 0u);
+    EXPECT_EQ(m_Store.WriteKeyValue("k", "adapter", 4, -1), 0u);
+    EXPECT_EQ(m_Store.WriteKeyValue("k", "default", -1, -1), 0u);
+    EXPECT_EQ(m_Store.WriteKeyValue("k", "named", "a=b=c"), 0u);
+    EXPECT_EQ(m_Store.WriteKeyValue("n", "empty name", ""), 0u);
+    EXPECT_EQ(m_Store.WriteSectionKeyValue("a=b", "k", "verbatim"), 0u);
+    EXPECT_EQ(m_Store.WriteKeyValueList({{"k", "listed", "x=y"}}), 0u);
+
+    EXPECT_EQ(InFile("Config.-1.2", "k"), "unit");
+    EXPECT_EQ(InFile("Config.3.0", "k"), "zero");
+    EXPECT_EQ(InFile("Config.4", "k"), "adapter");
+    EXPECT_EQ(InFile("DefaultConfig", "k"), "default");
+    EXPECT_EQ(InFile("Config.a_b_c", "k"), "named");
+    EXPECT_EQ(InFile("DefaultConfig", "n"), "empty name");
+    EXPECT_EQ(InFile("a=b", "k"), "verbatim");
+    EXPECT_EQ(InFile("Config.x_y", "k"), "listed");
+    EXPECT_FALSE(SectionInFile("Config.-1"));
+
+    std::string value;
+    EXPECT_EQ(m_Store.ReadKeyValue("k", value, -1, 2), 0u);
+    EXPECT_EQ(value, "unit");
+    EXPECT_EQ(m_Store.ReadKeyValue("k", value, 4, -7), 0u);
+    EXPECT_EQ(value, "adapter");
+    EXPECT_EQ(m_Store.ReadKeyValue("k", value, -3, -3), 0u);
+    EXPECT_EQ(value, "default");
+    EXPECT_EQ(m_Store.ReadKeyValue("k", value, "a=b=c"), 0u);
+    EXPECT_EQ(value, "named");
+    EXPECT_EQ(m_Store.ReadKeyValue("k", value, "a_b_c"), 0u) << "the same section";
+    EXPECT_EQ(value, "named");
+    EXPECT_EQ(m_Store.ReadSectionKeyValue("a=b", "k", value), 0u);
+    EXPECT_EQ(value, "verbatim");
+}
+
+TEST_F(ConfigFileTest, ScopedReadsFallBackToDefaultConfig) {
+    ASSERT_EQ(m_Store.WriteKeyValue("shared", "from default", -1, -1), 0u);
+    ASSERT_EQ(m_Store.WriteKeyValue("both", "from default", -1, -1), 0u);
+    ASSERT_EQ(m_Store.WriteKeyValue("both", "from adapter", 3, -1), 0u);
+    ASSERT_EQ(m_Store.WriteKeyValue("both", "from name", "n"), 0u);
+
+    std::string value = "stale";
+    EXPECT_EQ(m_Store.ReadKeyValue("shared", value, 3, -1), 0u);
+    EXPECT_EQ(value, "from default");
+    EXPECT_EQ(m_Store.ReadKeyValue("shared", value, 9, 9), 0u) << "a missing section falls back";
+    EXPECT_EQ(value, "from default");
+    EXPECT_EQ(m_Store.ReadKeyValue("both", value, 3, -1), 0u);
+    EXPECT_EQ(value, "from adapter");
+    EXPECT_EQ(m_Store.ReadKeyValue("shared", value, "n"), 0u);
+    EXPECT_EQ(value, "from default");
+    EXPECT_EQ(m_Store.ReadKeyValue("both", value, "n"), 0u);
+    EXPECT_EQ(value, "from name");
+
+    value = "stale";
+    EXPECT_EQ(m_Store.ReadKeyValue("absent", value, 3, -1), PI::RESULT_CONFIG_NOT_READ);
+    EXPECT_EQ(value, "");
+    value = "stale";
+    EXPECT_EQ(m_Store.ReadSectionKeyValue("Config.3", "shared", value), PI::RESULT_CONFIG_NOT_READ)
+        << "no fallback for a verbatim section";
+    EXPECT_EQ(value, "");
+
+    std::vector<CConfigValue> items = {{"shared", "stale", "n"}, {"both", "stale", "n"}};
+    EXPECT_EQ(m_Store.ReadKeyValueList(items), 0u);
+    EXPECT_EQ(items[0].Value, "") << "no fallback in a list";
+    EXPECT_EQ(items[1].Value, "from name");
+}
+
+TEST_F(ConfigFileTest, EmptyKeyRemovesTheSectionEmptyValueIsKept) {
+    ASSERT_EQ(m_Store.WriteKeyValue("a", "1", 3, -1), 0u);
+    ASSERT_EQ(m_Store.WriteKeyValue("b", "2", 3, -1), 0u);
+    ASSERT_EQ(m_Store.WriteKeyValue("a", "1", 4, -1), 0u);
+    ASSERT_EQ(m_Store.WriteKeyValue("blank", "", 4, -1), 0u);
+
+    EXPECT_EQ(m_Store.WriteKeyValue("", "ignored", 3, -1), 0u);
+    EXPECT_FALSE(SectionInFile("Config.3"));
+    EXPECT_EQ(InFile("Config.4", "a"), "1");
+    EXPECT_EQ(InFile("Config.4", "blank"), "");
+    std::string value = "stale";
+    EXPECT_EQ(m_Store.ReadKeyValue("blank", value, 4, -1), 0u);
+    EXPECT_EQ(value, "");
+
+    EXPECT_EQ(m_Store.WriteSectionKeyValue("Config.4", "", ""), 0u);
+    EXPECT_FALSE(SectionInFile("Config.4"));
+    EXPECT_EQ(m_Store.WriteKeyValue("", "", "never there"), 0u) << "removing nothing is fine";
+}
+
+TEST_F(ConfigFileTest, ListsSkipEmptyNamesAndApplyInOrder) {
+    const std::vector<CConfigValue> writes = {
+        {"a", "1", "one"}, {"b", "2", "one"}, {"c", "3", ""},       {"d", "4", "two"},
+        {"", "", "two"},   {"e", "5", "two"}, {"f", "6", "th=ree"},
+    };
+    ASSERT_EQ(m_Store.WriteKeyValueList(writes), 0u);
+    EXPECT_EQ(InFile("DefaultConfig", "c"), "<missing>");
+    EXPECT_EQ(InFile("Config.two", "d"), "<missing>") << "undone by the later removal";
+    EXPECT_EQ(InFile("Config.two", "e"), "5");
+
+    std::vector<CConfigValue> reads = {
+        {"a", "stale", "one"}, {"c", "stale", ""},       {"d", "stale", "two"},
+        {"e", "stale", "two"}, {"f", "stale", "th=ree"}, {"x", "stale", "none"},
+    };
+    ASSERT_EQ(m_Store.ReadKeyValueList(reads), 0u);
+    const std::vector<std::string> expected = {"1", "", "", "5", "6", ""};
+    for (size_t i = 0; i < reads.size(); ++i)
+        EXPECT_EQ(reads[i].Value, expected[i]) << "item " << i;
+}
+
+TEST_F(ConfigFileTest, MissingFileReadsNothingAndFirstWriteCreatesIt) {
+    std::string value = "stale";
+    EXPECT_EQ(m_Store.ReadKeyValue("k", value, 1, 2), PI::RESULT_CONFIG_NOT_READ);
+    EXPECT_EQ(value, "");
+    value = "stale";
+    EXPECT_EQ(m_Store.ReadSectionKeyValue("S", "k", value), PI::RESULT_CONFIG_NOT_READ);
+    EXPECT_EQ(value, "");
+    std::vector<CConfigValue> items = {{"k", "stale", "n"}, {"k", "stale", ""}};
+    EXPECT_EQ(m_Store.ReadKeyValueList(items), PI::RESULT_CONFIG_NOT_READ);
+    EXPECT_EQ(items[0].Value, "");
+    EXPECT_EQ(items[1].Value, "");
+    EXPECT_FALSE(boost::filesystem::exists(m_File)) << "reads never create the file";
+
+    // New files are 0640 whatever the umask.
+    const mode_t previous = ::umask(0077);
+    EXPECT_EQ(m_Store.WriteKeyValue("k", "v", 1, 2), 0u);
+    ::umask(previous);
+    struct stat info;
+    ASSERT_EQ(::stat(m_File.c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 07777, 0640u);
+    EXPECT_EQ(m_Store.ReadKeyValue("k", value, 1, 2), 0u);
+    EXPECT_EQ(value, "v");
+
+    // An existing file keeps its mode.
+    ASSERT_EQ(::chmod(m_File.c_str(), 0600), 0);
+    EXPECT_EQ(m_Store.WriteKeyValue("k", "w", 1, 2), 0u);
+    ASSERT_EQ(::stat(m_File.c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 07777, 0600u);
+}
+
+TEST_F(ConfigFileTest, WithoutAPathOrDirectoryNothingIsWritten) {
+    CConfigFile store;
+    std::string value = "stale";
+    EXPECT_EQ(store.ReadKeyValue("k", value, 1, 1), PI::RESULT_CONFIG_NOT_READ);
+    EXPECT_EQ(value, "");
+    EXPECT_EQ(store.WriteKeyValue("k", "v", 1, 1), PI::RESULT_NOT_FOUND);
+    EXPECT_EQ(store.WriteKeyValueList({{"k", "v", "n"}}), PI::RESULT_NOT_FOUND);
+
+    // A file that cannot be created: the second lock attempt's failure
+    // reaches the caller.
+    store.SetFilePath(m_Dir + "/no/such/dir/pi.ini");
+    EXPECT_THROW(store.WriteKeyValue("k", "v", 1, 1), std::exception);
+    EXPECT_EQ(store.ReadKeyValue("k", value, 1, 1), PI::RESULT_CONFIG_NOT_READ);
+}
+
+TEST_F(ConfigFileTest, RefusedWriteLeavesTheFileByteIdentical) {
+    const std::string lockFile = m_File + ".lck";
+    ASSERT_EQ(m_Store.WriteKeyValue("k", "v", "n"), 0u);
+    ASSERT_TRUE(boost::filesystem::exists(lockFile));
+    const std::string before = ReadBytes(m_File);
+
+    EXPECT_EQ(m_Store.WriteKeyValue(" padded", "v", "n"), PI::RESULT_NOT_FOUND);
+    EXPECT_FALSE(boost::filesystem::exists(lockFile)) << "a failed write removes the lock file";
+    EXPECT_EQ(m_Store.WriteKeyValue("a=b", "v", 1, -1), PI::RESULT_NOT_FOUND);
+    EXPECT_EQ(m_Store.WriteKeyValue("line\nbreak", "v", -1, -1), PI::RESULT_NOT_FOUND);
+    EXPECT_EQ(m_Store.WriteKeyValue("k", std::string("nul\0", 4), "n"), PI::RESULT_NOT_FOUND);
+    EXPECT_EQ(m_Store.WriteSectionKeyValue("a]b", "k", "v"), PI::RESULT_NOT_FOUND);
+    EXPECT_EQ(m_Store.WriteKeyValue("k", "v", "br]acket"), PI::RESULT_NOT_FOUND);
+    EXPECT_EQ(ReadBytes(m_File), before);
+
+    // One bad item refuses the whole list.
+    ASSERT_EQ(m_Store.WriteKeyValue("k", "v2", "n"), 0u);
+    const std::string second = ReadBytes(m_File);
+    ASSERT_TRUE(boost::filesystem::exists(lockFile));
+    EXPECT_EQ(m_Store.WriteKeyValueList({{"good", "1", "n"}, {"#bad", "2", "n"}}),
+              PI::RESULT_NOT_FOUND);
+    EXPECT_EQ(ReadBytes(m_File), second);
+    EXPECT_FALSE(boost::filesystem::exists(lockFile));
+
+    EXPECT_EQ(m_Store.WriteKeyValue("good", "1", "n"), 0u) << "the store works on";
+    std::string value;
+    EXPECT_EQ(m_Store.ReadKeyValue("good", value, "n"), 0u);
+    EXPECT_EQ(value, "1");
+}
+
+TEST_F(ConfigFileTest, AwkwardTextRoundTripsThroughTheStore) {
+    const std::vector<std::string> texts = {
+        "  both ends  ",      "a=b",           "semi;colon", "hash # tag", "\"quotes\"",
+        "multi\nline\r\nend", "back\\slash\\", "",
+    };
+    for (size_t i = 0; i < texts.size(); ++i) {
+        const std::string key = "key " + std::to_string(i) + " ;#\"";
+        ASSERT_EQ(m_Store.WriteKeyValue(key, texts[i], 7, 1), 0u) << i;
+        ASSERT_EQ(m_Store.WriteKeyValue(key, texts[i], "name ;#\"\\"), 0u) << i;
+    }
+    for (size_t i = 0; i < texts.size(); ++i) {
+        const std::string key = "key " + std::to_string(i) + " ;#\"";
+        std::string value;
+        EXPECT_EQ(m_Store.ReadKeyValue(key, value, 7, 1), 0u);
+        EXPECT_EQ(value, texts[i]);
+        EXPECT_EQ(m_Store.ReadKeyValue(key, value, "name ;#\"\\"), 0u);
+        EXPECT_EQ(value, texts[i]);
+    }
+}
+
+// The sample file, as an editor on another system might have saved it.
+std::string SampleWithCrlfAndBom() {
+    std::ifstream in(std::string(PI_SOURCE_DIR) + "/examples/pi.ini", std::ios::binary);
+    std::string text = "\xEF\xBB\xBF";
+    std::string line;
+    while (std::getline(in, line))
+        text += line + "\r\n";
+    return text;
+}
+
+TEST_F(ConfigFileTest, HandWrittenFileReadsAndKeepsItsCommentsOnRewrite) {
+    const std::string original = SampleWithCrlfAndBom();
+    ASSERT_NE(original.find("; battery missing"), std::string::npos);
+    WriteBytes(m_File, original);
+
+    std::string value;
+    EXPECT_EQ(m_Store.ReadKeyValue("PollInterval", value, 0, -1), 0u);
+    EXPECT_EQ(value, "10");
+    EXPECT_EQ(m_Store.ReadKeyValue("PollInterval", value, 1, -1), 0u);
+    EXPECT_EQ(value, "30");
+    EXPECT_EQ(m_Store.ReadKeyValue("WriteCache", value, 0, 1), 0u);
+    EXPECT_EQ(value, "off");
+    EXPECT_EQ(m_Store.ReadKeyValue("Greeting", value, "Mail"), 0u);
+    EXPECT_EQ(value, " Welcome; please log in ");
+    EXPECT_EQ(m_Store.ReadKeyValue("Subject", value, "Mail"), 0u);
+    EXPECT_EQ(value, "Storage event #%d");
+    EXPECT_EQ(m_Store.ReadSectionKeyValue("DefaultConfig", "LogLevel", value), 0u);
+    EXPECT_EQ(value, "2");
+
+    ASSERT_EQ(m_Store.WriteKeyValue("WriteCache", "on", 0, 1), 0u);
+    std::string expected = original;
+    const std::string from = "WriteCache = off   ; battery missing";
+    expected.replace(expected.find(from), from.size(), "WriteCache = on   ; battery missing");
+    EXPECT_EQ(ReadBytes(m_File), expected);
+}
+
+} // namespace
