@@ -36,12 +36,17 @@ PI_API int TranslateSenseASC(unsigned char asc, unsigned char ascq, std::string&
 
 // ---- Help anchors and icons --------------------------------------------
 
-// The help page and anchor of a property or operation id: 0, or 20000 with
-// an empty path.
+// The help page and anchor of a property or operation id ("properties.htm#NAME",
+// "actions.htm#NAME"): 0, or 20000 with an empty path.
 PI_API int GetHelpPath(int id, RVX::Strings::CStringVar& path);
 // The image file of an icon id: 0, or 20000 with an empty name.
 PI_API int GetIconPath(int id, RVX::Strings::CStringVar& file);
-// The status icon id of a physical drive.
+// The status icon id of a physical drive. `state` is a drive state value
+// (40000s); `media` MEDIA_TYPE_SSD means a solid-state drive, anything else a
+// rotating disk; `power` POWER_STATE_POWER_SAVE means power save, anything
+// else normal. A combination without an image of its own (a foreign drive in
+// power save, a foreign drive rebuilding) gets the ok image of a rotating
+// disk with the same overlay and foreign marks.
 PI_API int GetPDStatusIcon(int state, int media, bool overlay, bool foreign, int power);
 // True for the eight controller kinds.
 PI_API bool IsAdapterType(_OBJECT_TYPE type);

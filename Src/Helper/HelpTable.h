@@ -1,0 +1,17 @@
+#pragma once
+
+#include "PI/Tables.h"
+
+#include <cstddef>
+
+namespace PI {
+
+constexpr size_t kHelpRowCount = 470;
+// Properties and operations with their help paths, in the order the help
+// pages number them.
+extern const HelpRow kHelpRows[kHelpRowCount];
+
+// The help path of `id`, or nullptr when no row has it.
+const char* FindHelpPath(int id) noexcept;
+
+} // namespace PI
