@@ -1,0 +1,299 @@
+// Writers that run at once, in threads and processes, and writers killed part
+// way: afterwards the file is whole and holds every completed write.
+
+#include <PI/ConfigFile.h>
+
+#include <RVX/Exceptions.h>
+#include <RVX/IniFiles.h>
+
+#include <gtest/gtest.h>
+
+#include <boost/filesystem.hpp>
+
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <fstream>
+#include <functional>
+#include <mutex>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using PI::CConfigFile;
+using RVX::INI_Files::CIniFile;
+namespace Hooks = RVX::INI_Files::Internals;
+
+const int MARKER_KEYS = 200;
+
+class DurabilityTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        char pattern[] = "/tmp/pi-durable-XXXXXX";
+        ASSERT_NE(::mkdtemp(pattern), nullptr);
+        m_Dir = pattern;
+        m_File = m_Dir + "/pi.ini";
+    }
+    void TearDown() override { boost::filesystem::remove_all(m_Dir); }
+
+    static std::string ReadBytes(const std::string& path) {
+        std::ifstream in(path, std::ios::binary);
+        std::ostringstream text;
+        text << in.rdbuf();
+        return text.str();
+    }
+    // A file big enough that a write takes several steps, with a comment
+    // that every rewrite must keep.
+    void WriteMarkers() {
+        std::ofstream out(m_File, std::ios::binary | std::ios::trunc);
+        out << "; hand-written header\n[Markers]\n";
+        for (int i = 0; i < MARKER_KEYS; ++i)
+            out << "m" << i << " = marker value " << i << "\n";
+        out << "[Config.5]\ntarget = old\n";
+    }
+    // The file is whole: header, every marker, and `target` one of `allowed`.
+    void ExpectWhole(const std::vector<std::string>& allowed) {
+        const std::string text = ReadBytes(m_File);
+        EXPECT_EQ(text.compare(0, 23, "; hand-written header\n["), 0);
+        CIniFile ini;
+        ini.Read(m_File, RVX::INI_Files::INI_WAIT_FOREVER);
+        EXPECT_EQ(ini["Markers"].KeyCount(), static_cast<unsigned>(MARKER_KEYS));
+        std::string value;
+        for (int i = 0; i < MARKER_KEYS; ++i) {
+            ASSERT_EQ(ini["Markers"]["m" + std::to_string(i)].GetValue(value), 1) << i;
+            ASSERT_EQ(value, "marker value " + std::to_string(i));
+        }
+        ASSERT_EQ(ini["Config.5"]["target"].GetValue(value), 1);
+        EXPECT_NE(std::find(allowed.begin(), allowed.end(), value), allowed.end()) << value;
+    }
+    // No other writer holds the lock: a zero timeout gets it at once.
+    void ExpectLockFree() {
+        CIniFile ini;
+        EXPECT_NO_THROW(ini.Lock(m_File, 0));
+    }
+    bool LockHeld() {
+        CIniFile ini;
+        try {
+            ini.Lock(m_File, 0);
+        } catch (const RVX::Exceptions::CException& e) {
+            return e.GetCode() == RVX::INI_Files::INI_ERROR_LOCK_TIMEOUT;
+        }
+        return false;
+    }
+    std::vector<std::string> DirectoryNames() {
+        std::vector<std::string> names;
+        for (const auto& entry : boost::filesystem::directory_iterator(m_Dir))
+            names.push_back(entry.path().filename().string());
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+    std::string m_Dir;
+    std::string m_File;
+};
+
+TEST_F(DurabilityTest, ProcessesWritingAtOnceLoseNothing) {
+    const int processes = 5;
+    const int keysEach = 12;
+    int go[2];
+    ASSERT_EQ(::pipe(go), 0);
+    std::vector<pid_t> children;
+    for (int p = 0; p < processes; ++p) {
+        const pid_t child = ::fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            ::close(go[1]);
+            char c;
+            if (::read(go[0], &c, 1) != 0) // the parent closes the pipe: all start
+                ::_exit(2);
+            int failures = 0;
+            try {
+                CConfigFile store;
+                store.SetFilePath(m_File);
+                for (int k = 0; k < keysEach; ++k) {
+                    const std::string key = "p" + std::to_string(p) + "k" + std::to_string(k);
+                    // Half into a section of its own, half into the shared one.
+                    failures += k % 2 == 0 ? store.WriteKeyValue(key, key, p, -1) != 0
+                                           : store.WriteKeyValue(key, key, -1, -1) != 0;
+                }
+            } catch (...) {
+                ::_exit(3);
+            }
+            ::_exit(failures == 0 ? 0 : 1);
+        }
+        children.push_back(child);
+    }
+    ::close(go[0]);
+    ::close(go[1]); // the file does not exist yet: the first writers also race to create it
+    for (pid_t child : children) {
+        int status = 0;
+        ASSERT_EQ(::waitpid(child, &status, 0), child);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    }
+
+    CConfigFile store;
+    store.SetFilePath(m_File);
+    for (int p = 0; p < processes; ++p) {
+        for (int k = 0; k < keysEach; ++k) {
+            const std::string key = "p" + std::to_string(p) + "k" + std::to_string(k);
+            std::string value;
+            EXPECT_EQ(store.ReadSectionKeyValue(
+                          k % 2 == 0 ? "Config." + std::to_string(p) : "DefaultConfig", key, value),
+                      0u)
+                << key;
+            EXPECT_EQ(value, key);
+        }
+    }
+}
+
+// Lets every thread start at the same moment.
+class CStartLine {
+public:
+    explicit CStartLine(int count) : m_Waiting(count) {}
+    void ArriveAndWait() {
+        std::unique_lock<std::mutex> lock(m_Mutex);
+        if (--m_Waiting == 0)
+            m_Open.notify_all();
+        m_Open.wait(lock, [this] { return m_Waiting == 0; });
+    }
+
+private:
+    std::mutex m_Mutex;
+    std::condition_variable m_Open;
+    int m_Waiting;
+};
+
+void RunThreads(int threads, const std::function<void(int)>& body) {
+    CStartLine start(threads);
+    std::vector<std::thread> workers;
+    for (int t = 0; t < threads; ++t)
+        workers.emplace_back([&, t] {
+            start.ArriveAndWait();
+            body(t);
+        });
+    for (std::thread& worker : workers)
+        worker.join();
+}
+
+TEST_F(DurabilityTest, ThreadsSharingOneObjectOrEachWithItsOwnLoseNothing) {
+    const int threads = 4;
+    const int keysEach = 8;
+    CConfigFile shared;
+    shared.SetFilePath(m_File);
+    std::atomic<int> failures{0};
+    RunThreads(threads * 2, [&](int t) {
+        CConfigFile own;
+        own.SetFilePath(m_File);
+        // Half the threads share one object, the others have their own.
+        CConfigFile& store = t < threads ? shared : own;
+        for (int k = 0; k < keysEach; ++k) {
+            const std::string key = "t" + std::to_string(t) + "k" + std::to_string(k);
+            if (store.WriteKeyValue(key, key, "threads") != 0)
+                ++failures;
+            std::string value;
+            if (store.ReadKeyValue(key, value, "threads") != 0 || value != key)
+                ++failures;
+        }
+    });
+    EXPECT_EQ(failures.load(), 0);
+
+    std::vector<PI::CConfigValue> items;
+    for (int t = 0; t < threads * 2; ++t)
+        for (int k = 0; k < keysEach; ++k)
+            items.push_back({"t" + std::to_string(t) + "k" + std::to_string(k), "", "threads"});
+    ASSERT_EQ(shared.ReadKeyValueList(items), 0u);
+    for (const PI::CConfigValue& item : items)
+        EXPECT_EQ(item.Value, item.Key);
+}
+
+Hooks::WriteStage g_StopAt = Hooks::WRITE_LOCKED;
+
+void StopAtStage(Hooks::WriteStage stage) {
+    if (stage == g_StopAt)
+        ::raise(SIGSTOP);
+}
+
+TEST_F(DurabilityTest, WriterKilledAtAnyStageLeavesOldOrNewFileAndNoLock) {
+    WriteMarkers();
+    for (int s = Hooks::WRITE_LOCKED; s <= Hooks::WRITE_DONE; ++s) {
+        SCOPED_TRACE("stage " + std::to_string(s));
+        const std::string before = ReadBytes(m_File);
+        const std::string newValue = "new at stage " + std::to_string(s);
+        const pid_t child = ::fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            g_StopAt = static_cast<Hooks::WriteStage>(s);
+            Hooks::SetWriteStageHook(&StopAtStage);
+            CConfigFile store;
+            store.SetFilePath(m_File);
+            store.WriteKeyValue("target", newValue, 5, -1);
+            ::_exit(0);
+        }
+        int status = 0;
+        ASSERT_EQ(::waitpid(child, &status, WUNTRACED), child);
+        ASSERT_TRUE(WIFSTOPPED(status));
+        EXPECT_TRUE(LockHeld()) << "the stopped writer holds the lock";
+        ASSERT_EQ(::kill(child, SIGKILL), 0);
+        ASSERT_EQ(::waitpid(child, &status, 0), child);
+        ASSERT_TRUE(WIFSIGNALED(status));
+
+        if (s < Hooks::WRITE_RENAMED) {
+            EXPECT_EQ(ReadBytes(m_File), before);
+        } else {
+            ExpectWhole({newValue});
+        }
+        ExpectLockFree();
+    }
+    // The next writer clears what the dead ones left and goes on.
+    CConfigFile store;
+    store.SetFilePath(m_File);
+    ASSERT_EQ(store.WriteKeyValue("target", "after", 5, -1), 0u);
+    ExpectWhole({"after"});
+    EXPECT_EQ(DirectoryNames(), (std::vector<std::string>{"pi.ini", "pi.ini.lck"}));
+}
+
+TEST_F(DurabilityTest, WriterKilledAtRandomMomentsLeavesAWholeFile) {
+    WriteMarkers();
+    std::vector<std::string> allowed = {"old"};
+    for (int i = 1; i <= 2000; ++i)
+        allowed.push_back(std::to_string(i));
+    for (int round = 0; round < 30; ++round) {
+        SCOPED_TRACE("round " + std::to_string(round));
+        int ready[2];
+        ASSERT_EQ(::pipe(ready), 0);
+        const pid_t child = ::fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            ::close(ready[0]);
+            CConfigFile store;
+            store.SetFilePath(m_File);
+            for (int i = 1; i <= 2000; ++i) {
+                store.WriteKeyValue("target", std::to_string(i), 5, -1);
+                if (i == 1 && ::write(ready[1], "x", 1) != 1)
+                    ::_exit(1);
+            }
+            ::_exit(0);
+        }
+        ::close(ready[1]);
+        char c;
+        ASSERT_EQ(::read(ready[0], &c, 1), 1);
+        ::close(ready[0]);
+        // Where the kill lands is left to chance; what is checked is not.
+        std::this_thread::sleep_for(std::chrono::microseconds(250 * (round % 12)));
+        ASSERT_EQ(::kill(child, SIGKILL), 0);
+        int status = 0;
+        ASSERT_EQ(::waitpid(child, &status, 0), child);
+        ExpectWhole(allowed);
+        ExpectLockFree();
+    }
+}
+
+} // namespace
