@@ -27,7 +27,7 @@ CFormatStream::~CFormatStream() {
     }
 }
 
-CFormatStream::Conversion CFormatStream::NextSpec() {
+CFormatStream::Conversion CFormatStream::NextConversion() {
     Conversion conv;
     if (m_Finished)
         return conv;
@@ -121,7 +121,7 @@ void CFormatStream::PutSigned(long long value, const Conversion& conv) {
 }
 
 CFormatStream& CFormatStream::FormatInt(unsigned int value) {
-    Conversion conv = NextSpec();
+    Conversion conv = NextConversion();
     if (conv.conversion == 'd' || conv.conversion == 'i')
         PutSigned(static_cast<int>(value), conv); // a %d shows the bits as a signed int
     else if (conv.conversion != 0)
@@ -130,7 +130,7 @@ CFormatStream& CFormatStream::FormatInt(unsigned int value) {
 }
 
 CFormatStream& CFormatStream::FormatInt(int value) {
-    Conversion conv = NextSpec();
+    Conversion conv = NextConversion();
     if (conv.conversion == 'd' || conv.conversion == 'i')
         PutSigned(value, conv);
     else if (conv.conversion != 0)
@@ -139,7 +139,7 @@ CFormatStream& CFormatStream::FormatInt(int value) {
 }
 
 CFormatStream& CFormatStream::FormatInt64(unsigned long long value) {
-    Conversion conv = NextSpec();
+    Conversion conv = NextConversion();
     if (conv.conversion == 'd' || conv.conversion == 'i')
         PutSigned(static_cast<long long>(value), conv);
     else if (conv.conversion != 0)
@@ -148,14 +148,14 @@ CFormatStream& CFormatStream::FormatInt64(unsigned long long value) {
 }
 
 CFormatStream& CFormatStream::FormatInt64(long long value) {
-    Conversion conv = NextSpec();
+    Conversion conv = NextConversion();
     if (conv.conversion != 0)
         PutSigned(value, conv);
     return *this;
 }
 
 CFormatStream& CFormatStream::FormatStr(const Strings::CStringRef& value) {
-    Conversion conv = NextSpec();
+    Conversion conv = NextConversion();
     if (conv.conversion != 0)
         Pad(value.ToString(), Conversion{conv.leftAlign, false, conv.width, 's'});
     return *this;
@@ -164,9 +164,9 @@ CFormatStream& CFormatStream::FormatStr(const Strings::CStringRef& value) {
 void CFormatStream::Finish() {
     if (m_Finished)
         return;
-    NextSpec(); // writes the literal tail; a conversion without argument is dropped
+    NextConversion(); // writes the literal tail; a conversion without argument is dropped
     while (*m_Format)
-        NextSpec();
+        NextConversion();
     m_Finished = true;
 }
 

@@ -40,7 +40,7 @@ private:
         unsigned width = 0;
         char conversion = 0; // 0: no conversion left
     };
-    Conversion NextSpec();
+    Conversion NextConversion();
     void Pad(const std::string& digits, const Conversion& conv);
     void PutSigned(long long value, const Conversion& conv);
     void PutUnsigned(unsigned long long value, const Conversion& conv);
