@@ -1,0 +1,638 @@
+// CProperty typed reading (Part 1.3): kind and data checks, decoding, the
+// string-list join, trace records, and the non-throwing mode.
+#include <PI/AllocHook.h>
+#include <PI/Identifiers.h>
+#include <PI/Module.h>
+#include <PI/Property.h>
+
+#include <RVX/AES.h>
+#include <RVX/Exceptions.h>
+#include <RVX/Markup.h>
+#include <RVX/Trace.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <random>
+#include <string>
+#include <vector>
+
+using PI::CProperty;
+using RVX::Strings::CStringEx;
+using RVX::Strings::CStringRef;
+using RVX::Strings::CStringVar;
+
+namespace {
+
+const PI::_PROPERTY_ID kId = static_cast<PI::_PROPERTY_ID>(23001);
+constexpr unsigned int kWrongType = 0x21130004;
+constexpr unsigned int kInvalidData = 0x21130003;
+constexpr unsigned int kLevel = 0x40000000;
+
+// The code that `read` raises, or 0 when it returns normally.
+unsigned int RaisedCode(const std::function<void()>& read) {
+    try {
+        read();
+    } catch (const RVX::Exceptions::CException& e) {
+        return e.GetCode();
+    }
+    return 0;
+}
+
+// Captures the trace records of the test and sets the PI module's mask.
+class TraceCapture {
+public:
+    explicit TraceCapture(unsigned int mask)
+        : m_OldMask(PI::GetModuleInfo().GetTraceMask()) {
+        PI::GetModuleInfo().SetTraceMask(mask);
+        m_OldSink = RVX::Internals::SetTraceSink(
+            [this](const RVX::Internals::TraceRecord& record) { Records.push_back(record); });
+    }
+    ~TraceCapture() {
+        RVX::Internals::SetTraceSink(m_OldSink);
+        PI::GetModuleInfo().SetTraceMask(m_OldMask);
+    }
+    std::vector<RVX::Internals::TraceRecord> Records;
+
+private:
+    unsigned int m_OldMask;
+    RVX::Internals::TraceSink m_OldSink;
+};
+
+// A property whose block is made by hand (malloc, as the property frees it).
+CProperty Crafted(unsigned int type, const std::vector<unsigned char>& block, unsigned int split) {
+    CProperty p(kId, false);
+    p.Type = type;
+    p.DataSize = static_cast<unsigned int>(block.size());
+    p.SplitSize = split;
+    p.Data = static_cast<unsigned char*>(std::malloc(block.empty() ? 1 : block.size()));
+    if (!block.empty())
+        std::memcpy(p.Data, block.data(), block.size());
+    return p;
+}
+
+void PutWord(std::vector<unsigned char>& out, unsigned int word) {
+    for (int i = 0; i < 4; ++i)
+        out.push_back(static_cast<unsigned char>(word >> (8 * i)));
+}
+
+// ---- Round trips ------------------------------------------------------------
+
+TEST(PropertyReadTest, IntWithListReadsBackAndEmptiesTheList) {
+    CProperty p(kId, false);
+    std::vector<int> one{-9};
+    ASSERT_EQ(p.SetValue(4, one), 0u);
+    int value = 0;
+    std::vector<int> list{1, 2, 3};
+    ASSERT_EQ(p.GetValue(value, list), 0u);
+    EXPECT_EQ(value, 4);
+    EXPECT_EQ(list, std::vector<int>{-9});
+}
+
+TEST(PropertyReadTest, RangeReadsBackClampedValueAndBounds) {
+    CProperty p(kId, false);
+    ASSERT_EQ(p.SetValue(15, 0, 10, 2u), 0u);
+    int value = -1, minimum = -1, maximum = -1;
+    unsigned int step = 0;
+    ASSERT_EQ(p.GetValue(value, minimum, maximum, step), 0u);
+    EXPECT_EQ(value, 10);
+    EXPECT_EQ(minimum, 0);
+    EXPECT_EQ(maximum, 10);
+    EXPECT_EQ(step, 2u);
+}
+
+TEST(PropertyReadTest, ScalarsReadBack) {
+    CProperty b(kId, false), u(kId, false), f(kId, false);
+    ASSERT_EQ(b.SetValue(true), 0u);
+    ASSERT_EQ(u.SetValue(0xFEDCBA9876543210ull), 0u);
+    ASSERT_EQ(f.SetValue(-2.25f), 0u);
+    bool flag = false;
+    unsigned long long wide = 0;
+    float number = 0;
+    ASSERT_EQ(b.GetValue(flag), 0u);
+    ASSERT_EQ(u.GetValue(wide), 0u);
+    ASSERT_EQ(f.GetValue(number), 0u);
+    EXPECT_TRUE(flag);
+    EXPECT_EQ(wide, 0xFEDCBA9876543210ull);
+    EXPECT_EQ(number, -2.25f);
+    ASSERT_EQ(b.SetValue(false), 0u);
+    ASSERT_EQ(b.GetValue(flag), 0u);
+    EXPECT_FALSE(flag);
+}
+
+TEST(PropertyReadTest, NonZeroWordReadsAsTrue) {
+    std::vector<unsigned char> block;
+    PutWord(block, 0x100);
+    CProperty p = Crafted(PI::VT_BOOL, block, 0);
+    bool flag = false;
+    ASSERT_EQ(p.GetValue(flag), 0u);
+    EXPECT_TRUE(flag);
+}
+
+TEST(PropertyReadTest, ListPairsAndWideListsReadBack) {
+    CProperty pair(kId, false), wide(kId, false);
+    std::vector<int> a{1, 2}, b{3, 4, 5};
+    std::vector<unsigned long long> w{7, 0xFFFFFFFFFFFFFFFFull};
+    ASSERT_EQ(pair.SetValue(a, b), 0u);
+    ASSERT_EQ(wide.SetValue(w), 0u);
+    std::vector<int> first{99}, second{98};
+    std::vector<unsigned long long> list{1};
+    ASSERT_EQ(pair.GetValue(first, second), 0u);
+    ASSERT_EQ(wide.GetValue(list), 0u);
+    EXPECT_EQ(first, a);
+    EXPECT_EQ(second, b);
+    EXPECT_EQ(list, w);
+}
+
+TEST(PropertyReadTest, MarkupReadsBackAsADocument) {
+    RVX::XML::CMarkup in;
+    ASSERT_TRUE(in.SetDoc("<LogicalDriveConfiguration><LD id=\"3\"/></LogicalDriveConfiguration>"));
+    CProperty p(kId, false);
+    ASSERT_EQ(p.SetValue(in), 0u);
+    RVX::XML::CMarkup out;
+    ASSERT_EQ(p.GetValue(out), 0u);
+    EXPECT_EQ(out.GetDoc(), in.GetDoc());
+    ASSERT_TRUE(out.FindElem("LogicalDriveConfiguration"));
+    ASSERT_TRUE(out.IntoElem());
+    ASSERT_TRUE(out.FindElem("LD"));
+    EXPECT_EQ(out.GetAttrib("id"), "3");
+
+    RVX::XML::CMarkup broken;
+    EXPECT_FALSE(broken.SetDoc("<unclosed>"));
+    ASSERT_EQ(p.SetValue(broken), 0u);
+    EXPECT_EQ(p.GetValue(out), 0u); // whatever the parser says
+    EXPECT_EQ(out.GetDoc(), "<unclosed>");
+}
+
+TEST(PropertyReadTest, StringReadsBackThroughBothTextTypes) {
+    CProperty p(kId, false);
+    ASSERT_EQ(p.SetValue(CStringRef(" text ")), 0u);
+    CStringVar var("old");
+    std::string str = "old";
+    ASSERT_EQ(p.GetValue(var), 0u);
+    ASSERT_EQ(p.GetValue(str), 0u);
+    EXPECT_EQ(var.Str(), "text");
+    EXPECT_EQ(str, "text");
+    ASSERT_EQ(p.SetValue(std::string("")), 0u);
+    ASSERT_EQ(p.GetValue(var), 0u);
+    ASSERT_EQ(p.GetValue(str), 0u);
+    EXPECT_EQ(var.Str(), "");
+    EXPECT_EQ(str, "");
+}
+
+TEST(PropertyReadTest, StringStopsAtTheFirstNul) {
+    CProperty p = Crafted(PI::VT_STRING, {'a', 'b', 0, 'c', 0}, 0);
+    std::string str;
+    CStringVar var;
+    ASSERT_EQ(p.GetValue(str), 0u);
+    ASSERT_EQ(p.GetValue(var), 0u);
+    EXPECT_EQ(str, "ab");
+    EXPECT_EQ(var.Str(), "ab");
+}
+
+TEST(PropertyReadTest, StringWithoutNulIsBoundedByTheBlock) {
+    CProperty p = Crafted(PI::VT_STRING, {'a', 'b', 'c'}, 0);
+    std::string str;
+    CStringVar var;
+    ASSERT_EQ(p.GetValue(str), 0u);
+    ASSERT_EQ(p.GetValue(var), 0u);
+    EXPECT_EQ(str, "abc");
+    EXPECT_EQ(var.Str(), "abc");
+    CProperty empty = Crafted(PI::VT_STRING, {}, 0);
+    ASSERT_EQ(empty.GetValue(var), 0u);
+    EXPECT_EQ(var.Str(), "");
+}
+
+TEST(PropertyReadTest, EncryptedStringIsDeliveredAsStored) {
+    const unsigned char key[32] = {42};
+    ASSERT_TRUE(RVX::Crypt::CAES::SetKey(key, sizeof key));
+    CProperty p(kId, false);
+    p.SubType = PI::PROPERTY_SUBTYPE_ENCRYPTED;
+    ASSERT_EQ(p.SetValue(CStringRef("secret")), 0u);
+    CStringVar var;
+    ASSERT_EQ(p.GetValue(var), 0u);
+    EXPECT_EQ(var.Str().compare(0, 5, "ENC1("), 0);
+    EXPECT_EQ(var.Str(), std::string(reinterpret_cast<const char*>(p.Data)));
+    RVX::Crypt::CAES::ClearKey();
+}
+
+// ---- String lists --------------------------------------------------------------
+
+TEST(PropertyReadTest, StringListReadsBackWithItsMask) {
+    CProperty p(kId, false);
+    const std::vector<std::string> in{"a", "", "longer text", " x "};
+    ASSERT_EQ(p.SetValue(in, 0x5u), 0u);
+    std::vector<std::string> out{"stale"};
+    unsigned int mask = 0;
+    ASSERT_EQ(p.GetValue(out, mask), 0u);
+    EXPECT_EQ(out, in);
+    EXPECT_EQ(mask, 0x5u);
+    std::vector<CStringEx> ex{CStringEx("stale")};
+    unsigned int exMask = 0;
+    ASSERT_EQ(p.GetValue(ex, exMask), 0u);
+    ASSERT_EQ(ex.size(), in.size());
+    for (size_t i = 0; i < in.size(); ++i)
+        EXPECT_EQ(ex[i].Str(), in[i]);
+    EXPECT_EQ(exMask, 0x5u);
+    std::vector<std::string> noMask;
+    std::vector<CStringEx> exNoMask;
+    ASSERT_EQ(p.GetValue(noMask), 0u);
+    ASSERT_EQ(p.GetValue(exNoMask), 0u);
+    EXPECT_EQ(noMask, in);
+    EXPECT_EQ(exNoMask.size(), in.size());
+}
+
+TEST(PropertyReadTest, EmptyStringListReadsAsEmpty) {
+    CProperty p(kId, false);
+    ASSERT_EQ(p.SetValue(std::vector<CStringEx>{}, 0x3u), 0u);
+    std::vector<std::string> list{"stale"};
+    unsigned int mask = 0;
+    ASSERT_EQ(p.GetValue(list, mask), 0u);
+    EXPECT_TRUE(list.empty());
+    EXPECT_EQ(mask, 0x3u);
+    std::string text = "stale";
+    CStringVar var("stale");
+    ASSERT_EQ(p.GetValue(text), 0u);
+    ASSERT_EQ(p.GetValue(var), 0u);
+    EXPECT_EQ(text, "");
+    EXPECT_EQ(var.Str(), "");
+}
+
+std::string Joined(const std::vector<std::string>& list, unsigned int mask) {
+    CProperty p(kId, false);
+    EXPECT_EQ(p.SetValue(list, mask), 0u);
+    std::string text = "stale";
+    CStringVar var("stale");
+    EXPECT_EQ(p.GetValue(text), 0u);
+    EXPECT_EQ(p.GetValue(var), 0u);
+    EXPECT_EQ(var.Str(), text);
+    return text;
+}
+
+TEST(PropertyReadTest, StringListReadAsOneStringJoinsTheSelectedEntries) {
+    const std::vector<std::string> list{"a", "bc", "d"};
+    EXPECT_EQ(Joined(list, 5), "a, d");
+    EXPECT_EQ(Joined(list, 2), "bc");
+    EXPECT_EQ(Joined(list, 4), "d");
+    EXPECT_EQ(Joined(list, 0xFFFFFFFFu), "a, bc, d");
+    EXPECT_EQ(Joined(list, 0), "");
+    EXPECT_EQ(Joined({"", "x", ""}, 7), ", x, ");
+}
+
+TEST(PropertyReadTest, JoinMaskWrapsEvery32Entries) {
+    std::vector<std::string> list;
+    for (int i = 0; i < 70; ++i)
+        list.push_back("e" + std::to_string(i));
+    EXPECT_EQ(Joined(list, 1), "e0, e32, e64");
+    EXPECT_EQ(Joined(list, 0x80000000u), "e31, e63");
+    EXPECT_EQ(Joined(list, 0x40u), "e6, e38");
+}
+
+TEST(PropertyReadTest, ReadersDoNotChangeTheProperty) {
+    CProperty p(kId, false);
+    ASSERT_EQ(p.SetValue(std::vector<std::string>{"a", "b"}, 2u), 0u);
+    const CProperty before(p);
+    std::string text;
+    std::vector<std::string> list;
+    unsigned int mask = 0;
+    ASSERT_EQ(p.GetValue(text), 0u);
+    ASSERT_EQ(p.GetValue(list, mask), 0u);
+    bool flag;
+    EXPECT_EQ(RaisedCode([&] { p.GetValue(flag); }), kWrongType);
+    EXPECT_TRUE(p == before);
+}
+
+// ---- Errors --------------------------------------------------------------------
+
+TEST(PropertyReadTest, UnsetPropertyGivesDataErrorAsStringAndTypeErrorOtherwise) {
+    CProperty p;
+    std::string text;
+    CStringVar var;
+    float number;
+    bool flag;
+    std::vector<std::string> list;
+    EXPECT_EQ(RaisedCode([&] { p.GetValue(text); }), kInvalidData);
+    EXPECT_EQ(RaisedCode([&] { p.GetValue(var); }), kInvalidData);
+    EXPECT_EQ(RaisedCode([&] { p.GetValue(number); }), kWrongType);
+    EXPECT_EQ(RaisedCode([&] { p.GetValue(flag); }), kWrongType);
+    EXPECT_EQ(RaisedCode([&] { p.GetValue(list); }), kWrongType);
+}
+
+TEST(PropertyReadTest, EveryReaderRefusesAnotherKind) {
+    CProperty p(kId, false);
+    ASSERT_EQ(p.SetValue(CStringRef("text")), 0u);
+    int i1, i2, i3;
+    unsigned int u;
+    bool b;
+    unsigned long long w;
+    float f;
+    std::vector<int> v1, v2;
+    std::vector<unsigned long long> wl;
+    RVX::XML::CMarkup m;
+    std::vector<CStringEx> ex;
+    std::vector<std::string> sl;
+    const std::vector<std::function<void()>> readers = {
+        [&] { p.GetValue(i1, v1); },     [&] { p.GetValue(i1, i2, i3, u); },
+        [&] { p.GetValue(b); },          [&] { p.GetValue(w); },
+        [&] { p.GetValue(v1, v2); },     [&] { p.GetValue(f); },
+        [&] { p.GetValue(wl); },         [&] { p.GetValue(m); },
+        [&] { p.GetValue(ex, u); },      [&] { p.GetValue(ex); },
+        [&] { p.GetValue(sl, u); },      [&] { p.GetValue(sl); },
+    };
+    for (size_t k = 0; k < readers.size(); ++k)
+        EXPECT_EQ(RaisedCode(readers[k]), kWrongType) << "reader " << k;
+    // And the single-string readers refuse a non-string kind.
+    ASSERT_EQ(p.SetValue(1.0f), 0u);
+    std::string text;
+    CStringVar var;
+    EXPECT_EQ(RaisedCode([&] { p.GetValue(text); }), kWrongType);
+    EXPECT_EQ(RaisedCode([&] { p.GetValue(var); }), kWrongType);
+}
+
+TEST(PropertyReadTest, EmptyListKindsWithoutBlockGiveTheDataError) {
+    CProperty pair(kId, false), wide(kId, false);
+    std::vector<int> a, b;
+    std::vector<unsigned long long> w;
+    ASSERT_EQ(pair.SetValue(a, b), 0u);
+    ASSERT_EQ(wide.SetValue(w), 0u);
+    EXPECT_EQ(RaisedCode([&] { pair.GetValue(a, b); }), kInvalidData);
+    EXPECT_EQ(RaisedCode([&] { wide.GetValue(w); }), kInvalidData);
+}
+
+TEST(PropertyReadTest, FixedSizeKindsCheckTheirSize) {
+    CProperty p(kId, false);
+    bool b;
+    unsigned long long w;
+    float f;
+    int i1, i2, i3;
+    unsigned int u;
+    std::vector<int> list;
+    ASSERT_EQ(p.SetValue(true), 0u);
+    p.DataSize = 3;
+    EXPECT_EQ(RaisedCode([&] { p.GetValue(b); }), kInvalidData);
+    ASSERT_EQ(p.SetValue(1ull), 0u);
+    p.DataSize = 4;
+    EXPECT_EQ(RaisedCode([&] { p.GetValue(w); }), kInvalidData);
+    ASSERT_EQ(p.SetValue(1.0f), 0u);
+    p.DataSize = 2;
+    EXPECT_EQ(RaisedCode([&] { p.GetValue(f); }), kInvalidData);
+    ASSERT_EQ(p.SetValue(1, 0, 2, 1u), 0u);
+    p.DataSize = 12;
+    EXPECT_EQ(RaisedCode([&] { p.GetValue(i1, i2, i3, u); }), kInvalidData);
+    std::vector<int> one{1};
+    ASSERT_EQ(p.SetValue(0, one), 0u);
+    p.DataSize = 4; // shorter than the leading int and one element
+    EXPECT_EQ(RaisedCode([&] { p.GetValue(i1, list); }), kInvalidData);
+}
+
+TEST(PropertyReadTest, EveryReaderRefusesAMissingBlock) {
+    unsigned int u;
+    int i1, i2, i3;
+    bool b;
+    unsigned long long w;
+    float f;
+    std::vector<int> v1, v2;
+    std::vector<unsigned long long> wl;
+    RVX::XML::CMarkup m;
+    std::vector<CStringEx> ex;
+    std::vector<std::string> sl;
+    std::string s;
+    const std::vector<std::pair<unsigned int, std::function<void(CProperty&)>>> readers = {
+        {3, [&](CProperty& p) { p.GetValue(i1, v1); }},
+        {6, [&](CProperty& p) { p.GetValue(i1, i2, i3, u); }},
+        {4, [&](CProperty& p) { p.GetValue(b); }},
+        {5, [&](CProperty& p) { p.GetValue(w); }},
+        {7, [&](CProperty& p) { p.GetValue(v1, v2); }},
+        {8, [&](CProperty& p) { p.GetValue(f); }},
+        {9, [&](CProperty& p) { p.GetValue(wl); }},
+        {10, [&](CProperty& p) { p.GetValue(m); }},
+        {11, [&](CProperty& p) { p.GetValue(ex, u); }},
+        {11, [&](CProperty& p) { p.GetValue(sl); }},
+        {2, [&](CProperty& p) { p.GetValue(s); }},
+        {11, [&](CProperty& p) { p.GetValue(s); }},
+    };
+    for (const auto& reader : readers) {
+        CProperty p(kId, false);
+        p.Type = reader.first;
+        p.DataSize = 16; // a size but no block, as after a failed setter
+        EXPECT_EQ(RaisedCode([&] { reader.second(p); }), kInvalidData) << "kind " << reader.first;
+    }
+}
+
+TEST(PropertyReadTest, ExceptionNamesTheModuleAndTheSource) {
+    CProperty p;
+    float f;
+    try {
+        p.GetValue(f);
+        FAIL() << "no exception";
+    } catch (const RVX::Exceptions::CException& e) {
+        ASSERT_FALSE(e.GetSources().empty());
+        EXPECT_STREQ(e.GetSources()[0].Path, "Src/Objects");
+        EXPECT_EQ(e.GetSources()[0].Module, 275u);
+        EXPECT_NE(std::string(e.what()).find("Src/Objects"), std::string::npos);
+    }
+}
+
+TEST(PropertyReadTest, SetterOutOfMemoryIsReadAsTheDataError) {
+    if (!PI::Test::AllocHooksAvailable())
+        GTEST_SKIP() << "library built without PI_TEST_HOOKS";
+    PI::Test::CAllocHookScope scope;
+    CProperty p(kId, false);
+    PI::Test::FailAllocations(0, 1);
+    ASSERT_EQ(p.SetValue(true), PI::RESULT_OUT_OF_MEMORY);
+    bool b;
+    EXPECT_EQ(RaisedCode([&] { p.GetValue(b); }), kInvalidData);
+}
+
+// ---- Trace records -----------------------------------------------------------
+
+TEST(PropertyReadTest, TypeErrorIsTracedWithIdentifierStoredAndWantedKind) {
+    TraceCapture trace(kLevel);
+    CProperty p(kId, false);
+    ASSERT_EQ(p.SetValue(true), 0u);
+    bool b = false;
+    ASSERT_EQ(p.GetValue(b), 0u);
+    EXPECT_TRUE(b);
+    EXPECT_TRUE(trace.Records.empty());
+    unsigned long long w;
+    EXPECT_EQ(RaisedCode([&] { p.GetValue(w); }), kWrongType);
+    ASSERT_EQ(trace.Records.size(), 1u);
+    const RVX::Internals::TraceRecord& record = trace.Records[0];
+    EXPECT_EQ(record.Text, "Property 23001 has type=4 but should have 5!");
+    EXPECT_EQ(record.Level, kLevel);
+    EXPECT_EQ(record.Module, 275u);
+    EXPECT_STREQ(record.SourcePath, "Src/Objects");
+    EXPECT_GT(record.Line, 0u);
+}
+
+TEST(PropertyReadTest, SingleStringReaderNamesKindTwo) {
+    TraceCapture trace(kLevel);
+    CProperty p(kId, false);
+    ASSERT_EQ(p.SetValue(3ull), 0u);
+    std::string s;
+    EXPECT_EQ(RaisedCode([&] { p.GetValue(s); }), kWrongType);
+    ASSERT_EQ(trace.Records.size(), 1u);
+    EXPECT_EQ(trace.Records[0].Text, "Property 23001 has type=5 but should have 2!");
+}
+
+TEST(PropertyReadTest, DataErrorIsTracedWithTheIdentifier) {
+    TraceCapture trace(kLevel | 0x1u);
+    CProperty p(static_cast<PI::_PROPERTY_ID>(23475), false);
+    std::string s;
+    EXPECT_EQ(RaisedCode([&] { p.GetValue(s); }), kInvalidData);
+    ASSERT_EQ(trace.Records.size(), 1u);
+    EXPECT_EQ(trace.Records[0].Text, "Property 23475 has no or invalid data!");
+    EXPECT_EQ(trace.Records[0].Level, kLevel);
+}
+
+TEST(PropertyReadTest, NothingIsTracedWhileTheLevelIsOff) {
+    TraceCapture trace(~kLevel);
+    CProperty p;
+    std::string s;
+    float f;
+    EXPECT_EQ(RaisedCode([&] { p.GetValue(s); }), kInvalidData);
+    EXPECT_EQ(RaisedCode([&] { p.GetValue(f); }), kWrongType);
+    EXPECT_TRUE(trace.Records.empty());
+}
+
+// ---- Non-throwing mode ----------------------------------------------------------
+
+TEST(PropertyReadTest, WithThrowingDisabledFailuresReturnTheCodeAndTouchNothing) {
+    RVX::Threading::CDisableThrow disable;
+    CProperty p(kId, false);
+    ASSERT_EQ(p.SetValue(CStringRef("text")), 0u);
+    int i1 = 11, i2 = 12, i3 = 13;
+    unsigned int u = 14;
+    bool b = true;
+    unsigned long long w = 15;
+    float f = 16.0f;
+    std::vector<int> v1{17}, v2{18};
+    std::vector<unsigned long long> wl{19};
+    std::vector<std::string> sl{"20"};
+    std::vector<CStringEx> ex{CStringEx("21")};
+    EXPECT_EQ(p.GetValue(i1, v1), kWrongType);
+    EXPECT_EQ(p.GetValue(i1, i2, i3, u), kWrongType);
+    EXPECT_EQ(p.GetValue(b), kWrongType);
+    EXPECT_EQ(p.GetValue(w), kWrongType);
+    EXPECT_EQ(p.GetValue(v1, v2), kWrongType);
+    EXPECT_EQ(p.GetValue(f), kWrongType);
+    EXPECT_EQ(p.GetValue(wl), kWrongType);
+    EXPECT_EQ(p.GetValue(sl, u), kWrongType);
+    EXPECT_EQ(p.GetValue(ex), kWrongType);
+    EXPECT_EQ(RVX::Threading::CThrowState::PendingCode(), kWrongType);
+    EXPECT_EQ(i1, 11);
+    EXPECT_EQ(i2, 12);
+    EXPECT_EQ(i3, 13);
+    EXPECT_EQ(u, 14u);
+    EXPECT_TRUE(b);
+    EXPECT_EQ(w, 15u);
+    EXPECT_EQ(f, 16.0f);
+    EXPECT_EQ(v1, std::vector<int>{17});
+    EXPECT_EQ(v2, std::vector<int>{18});
+    EXPECT_EQ(wl, std::vector<unsigned long long>{19});
+    EXPECT_EQ(sl, std::vector<std::string>{"20"});
+    EXPECT_EQ(ex.size(), 1u);
+
+    CProperty unset;
+    std::string s = "22";
+    CStringVar var("23");
+    EXPECT_EQ(unset.GetValue(s), kInvalidData);
+    EXPECT_EQ(unset.GetValue(var), kInvalidData);
+    EXPECT_EQ(s, "22");
+    EXPECT_EQ(var.Str(), "23");
+    CProperty sizeless(kId, false);
+    sizeless.Type = PI::VT_BOOL;
+    sizeless.DataSize = 4;
+    EXPECT_EQ(sizeless.GetValue(b), kInvalidData);
+    EXPECT_TRUE(b);
+}
+
+TEST(PropertyReadTest, WithThrowingDisabledReadsStillWork) {
+    RVX::Threading::CDisableThrow disable;
+    CProperty p(kId, false);
+    ASSERT_EQ(p.SetValue(std::vector<std::string>{"a", "b"}, 2u), 0u);
+    std::string s;
+    EXPECT_EQ(p.GetValue(s), 0u);
+    EXPECT_EQ(s, "b");
+}
+
+// ---- Kind 11 on arbitrary blocks ---------------------------------------------------
+
+std::vector<std::string> ReadList(CProperty& p) {
+    std::vector<std::string> list;
+    unsigned int mask = 0;
+    EXPECT_EQ(p.GetValue(list, mask), 0u);
+    std::vector<CStringEx> ex;
+    EXPECT_EQ(p.GetValue(ex), 0u);
+    EXPECT_EQ(ex.size(), list.size());
+    std::string joined;
+    EXPECT_EQ(p.GetValue(joined), 0u);
+    return list;
+}
+
+TEST(PropertyReadTest, StringListTableIsBoundedByTheBlock) {
+    {   // An entry length that runs past the end: the text stops at the block end.
+        std::vector<unsigned char> block;
+        PutWord(block, 1000);
+        PutWord(block, 2);
+        block.push_back('a');
+        block.push_back('b');
+        CProperty p = Crafted(PI::VT_STRING_LIST, block, 8);
+        EXPECT_EQ(ReadList(p), std::vector<std::string>{"ab"}); // the second starts outside
+    }
+    {   // A table longer than the block.
+        std::vector<unsigned char> block;
+        PutWord(block, 1);
+        CProperty p = Crafted(PI::VT_STRING_LIST, block, 4000);
+        EXPECT_TRUE(ReadList(p).empty());
+    }
+    {   // A split that is not a multiple of four, and a zero entry.
+        std::vector<unsigned char> block;
+        PutWord(block, 0);
+        PutWord(block, 0);
+        block.push_back('x');
+        block.push_back(0);
+        block.push_back('y');
+        CProperty p = Crafted(PI::VT_STRING_LIST, block, 9);
+        EXPECT_EQ(ReadList(p), (std::vector<std::string>{"", ""})); // both at byte 9, a NUL
+    }
+    {   // Lengths whose sum wraps a 32-bit counter.
+        std::vector<unsigned char> block;
+        PutWord(block, 0xFFFFFFFFu);
+        PutWord(block, 2);
+        PutWord(block, 2);
+        block.insert(block.end(), {'p', 0, 'q', 0});
+        CProperty p = Crafted(PI::VT_STRING_LIST, block, 12);
+        EXPECT_EQ(ReadList(p), std::vector<std::string>{"p"});
+    }
+}
+
+TEST(PropertyReadTest, StringListOfRandomBytesNeverReadsOutside) {
+    std::mt19937 random(2024);
+    for (int round = 0; round < 5000; ++round) {
+        const size_t size = random() % 64;
+        std::vector<unsigned char> block(size);
+        for (unsigned char& byte : block)
+            byte = static_cast<unsigned char>(random() % 4 == 0 ? 0 : random() % 256);
+        // Table entries that are often small, so that texts are reached.
+        for (size_t i = 0; i + 4 <= size && i < 16; i += 4) {
+            if (random() % 2) {
+                block[i] = static_cast<unsigned char>(random() % 8);
+                block[i + 1] = block[i + 2] = block[i + 3] = 0;
+            }
+        }
+        const unsigned int split = static_cast<unsigned int>(
+            random() % 3 == 0 ? random() : random() % (size + 8));
+        CProperty p = Crafted(PI::VT_STRING_LIST, block, split);
+        p.SelectionMask = static_cast<unsigned int>(random());
+        const std::vector<std::string> list = ReadList(p);
+        size_t total = 0;
+        for (const std::string& entry : list)
+            total += entry.size();
+        EXPECT_LE(total, size);
+    }
+}
+
+} // namespace
