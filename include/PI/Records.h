@@ -1,0 +1,4 @@
+#pragma once
+
+// The value records of the object model.
+#include "PI/Object.h"
