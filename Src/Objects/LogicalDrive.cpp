@@ -1,0 +1,240 @@
+#include "PI/LogicalDrive.h"
+
+#include "RecordList.h"
+
+#include <RVX/Markup.h>
+
+#include <boost/lexical_cast.hpp>
+
+namespace PI {
+
+using Internal::CheckedGet;
+using Internal::ListCount;
+
+// ---- CDrive ----
+
+CDrive::CDrive()
+    : ObjectID(0), StartAddress(0), UsedSize(0), Attribute1(0), Attribute2(0), Flag(true) {}
+
+CDrive::CDrive(const CDrive& other) = default;
+CDrive::CDrive(CDrive&& other) noexcept = default;
+CDrive& CDrive::operator=(const CDrive& other) = default;
+CDrive& CDrive::operator=(CDrive&& other) noexcept = default;
+CDrive::~CDrive() = default;
+
+bool CDrive::operator<(const CDrive& other) const {
+    if (ObjectID != other.ObjectID)
+        return ObjectID < other.ObjectID;
+    return StartAddress < other.StartAddress;
+}
+
+bool CDrive::operator==(const CDrive& other) const {
+    return ObjectID == other.ObjectID && StartAddress == other.StartAddress;
+}
+
+void CDrive::AddProperty(const CProperty& property) {
+    Properties.push_back(property);
+}
+
+CProperty& CDrive::GetProperty(unsigned int index) {
+    return CheckedGet(Properties, index, __LINE__);
+}
+
+unsigned int CDrive::GetPropertyCount() const {
+    return ListCount(Properties);
+}
+
+void CDrive::ClearProperties() {
+    Properties.clear();
+}
+
+// ---- CContainer ----
+
+CContainer::CContainer() = default;
+CContainer::CContainer(const CContainer& other) = default;
+CContainer::CContainer(CContainer&& other) noexcept = default;
+CContainer& CContainer::operator=(const CContainer& other) = default;
+CContainer& CContainer::operator=(CContainer&& other) noexcept = default;
+CContainer::~CContainer() = default;
+
+bool CContainer::operator==(const CContainer& other) const {
+    return Drives == other.Drives;
+}
+
+void CContainer::AddDrive(const CDrive& drive) {
+    Drives.push_back(drive);
+}
+
+CDrive& CContainer::GetDrive(unsigned int index) {
+    return CheckedGet(Drives, index, __LINE__);
+}
+
+unsigned int CContainer::GetDriveCount() const {
+    return ListCount(Drives);
+}
+
+void CContainer::ClearDrives() {
+    Drives.clear();
+}
+
+// ---- CLogicalDrive ----
+
+namespace {
+
+unsigned long long NumberAttribute(const RVX::XML::CMarkup& markup, const char* name) {
+    return boost::lexical_cast<unsigned long long>(markup.GetAttrib(name));
+}
+
+// Appends the "ObjectID" of every `item` child of the top-level element
+// `list`, when the document has one.
+void ReadIdList(RVX::XML::CMarkup& markup, const char* list, const char* item,
+                std::vector<unsigned long long>& ids) {
+    markup.x_SetPos(0, 0, 0);
+    if (!markup.FindElem(list))
+        return;
+    markup.IntoElem();
+    while (markup.FindElem(item))
+        ids.push_back(NumberAttribute(markup, "ObjectID"));
+    markup.OutOfElem();
+}
+
+} // namespace
+
+CLogicalDrive::CLogicalDrive()
+    : Attribute1(0), Attribute2(0), Size(0), Units(UNITS_LOGICAL_DRIVE_DEFAULT) {}
+
+CLogicalDrive::CLogicalDrive(const std::string& xml) : CLogicalDrive() {
+    RVX::XML::CMarkup markup;
+    if (!markup.SetDoc(xml))
+        return;
+
+    // The root's attributes are read wherever the search left the position:
+    // without a root they are missing and the conversion refuses them.
+    markup.FindElem("LogicalDriveConfiguration");
+    Size = NumberAttribute(markup, "Size");
+    // Units travel as a 64-bit number; the unit itself is 32 bits wide.
+    Units = static_cast<_UNITS>(
+        static_cast<int>(static_cast<unsigned int>(NumberAttribute(markup, "Units"))));
+
+    markup.IntoElem();
+    if (markup.FindElem("Containers")) {
+        markup.IntoElem();
+        while (markup.FindElem("Container")) {
+            CContainer container;
+            markup.IntoElem();
+            while (markup.FindElem("Drive")) {
+                CDrive drive;
+                drive.ObjectID = NumberAttribute(markup, "ObjectID");
+                drive.StartAddress = NumberAttribute(markup, "StartAddress");
+                drive.UsedSize = NumberAttribute(markup, "UsedSize");
+                container.AddDrive(drive);
+            }
+            markup.OutOfElem();
+            AddContainer(container);
+        }
+        markup.OutOfElem();
+    }
+
+    // Spares and associations are looked up afresh from the top of the
+    // document, so they may stand anywhere among the top-level elements.
+    ReadIdList(markup, "GlobalHotSpares", "Drive", GHS);
+    ReadIdList(markup, "DedicatedHotSpares", "Drive", DHS);
+    ReadIdList(markup, "AssociatedLogicalDrives", "LogicalDrive", ALD);
+    markup.OutOfElem();
+}
+
+CLogicalDrive::CLogicalDrive(const CLogicalDrive& other) = default;
+CLogicalDrive::CLogicalDrive(CLogicalDrive&& other) noexcept = default;
+CLogicalDrive& CLogicalDrive::operator=(const CLogicalDrive& other) = default;
+CLogicalDrive& CLogicalDrive::operator=(CLogicalDrive&& other) noexcept = default;
+CLogicalDrive::~CLogicalDrive() = default;
+
+// Spares and associated drives stay out on purpose: a drive whose spares
+// changed is still the same drive.
+bool CLogicalDrive::operator==(const CLogicalDrive& other) const {
+    return Attribute1 == other.Attribute1 && Properties == other.Properties &&
+           Attribute2 == other.Attribute2 && Size == other.Size && Units == other.Units &&
+           Containers == other.Containers;
+}
+
+void CLogicalDrive::AddProperty(const CProperty& property) {
+    Properties.push_back(property);
+}
+
+CProperty& CLogicalDrive::GetProperty(unsigned int index) {
+    return CheckedGet(Properties, index, __LINE__);
+}
+
+unsigned int CLogicalDrive::GetPropertyCount() const {
+    return ListCount(Properties);
+}
+
+void CLogicalDrive::ClearProperties() {
+    Properties.clear();
+}
+
+void CLogicalDrive::AddContainer(const CContainer& container) {
+    Containers.push_back(container);
+}
+
+CContainer& CLogicalDrive::GetContainer(unsigned int index) {
+    return CheckedGet(Containers, index, __LINE__);
+}
+
+unsigned int CLogicalDrive::GetContainerCount() const {
+    return ListCount(Containers);
+}
+
+void CLogicalDrive::ClearContainers() {
+    Containers.clear();
+}
+
+void CLogicalDrive::AddGHS(unsigned long long id) {
+    GHS.push_back(id);
+}
+
+unsigned long long& CLogicalDrive::GetGHS(unsigned int index) {
+    return CheckedGet(GHS, index, __LINE__);
+}
+
+unsigned int CLogicalDrive::GetGHSCount() const {
+    return ListCount(GHS);
+}
+
+void CLogicalDrive::ClearGHS() {
+    GHS.clear();
+}
+
+void CLogicalDrive::AddDHS(unsigned long long id) {
+    DHS.push_back(id);
+}
+
+unsigned long long& CLogicalDrive::GetDHS(unsigned int index) {
+    return CheckedGet(DHS, index, __LINE__);
+}
+
+unsigned int CLogicalDrive::GetDHSCount() const {
+    return ListCount(DHS);
+}
+
+void CLogicalDrive::ClearDHS() {
+    DHS.clear();
+}
+
+void CLogicalDrive::AddALD(unsigned long long id) {
+    ALD.push_back(id);
+}
+
+unsigned long long& CLogicalDrive::GetALD(unsigned int index) {
+    return CheckedGet(ALD, index, __LINE__);
+}
+
+unsigned int CLogicalDrive::GetALDCount() const {
+    return ListCount(ALD);
+}
+
+void CLogicalDrive::ClearALD() {
+    ALD.clear();
+}
+
+} // namespace PI
