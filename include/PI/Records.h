@@ -1,6 +1,7 @@
 #pragma once
 
 // The value records of the object model.
+#include "PI/Event.h"
 #include "PI/Level.h"
 #include "PI/LogicalDrive.h"
 #include "PI/Object.h"
