@@ -5,4 +5,5 @@
 #include "PI/Level.h"
 #include "PI/LogicalDrive.h"
 #include "PI/Object.h"
+#include "PI/Operation.h"
 #include "PI/Task.h"
