@@ -164,7 +164,8 @@ TEST(MarkupTest, CopiesAreIndependentAndKeepThePosition) {
     ASSERT_TRUE(assigned.SetDoc("<other/>"));
     EXPECT_EQ(original.GetDoc(), kConfig);
     EXPECT_EQ(original.GetAttrib("id"), "1");
-    assigned = assigned; // self-assignment keeps it
+    CMarkup& alias = assigned;
+    assigned = alias; // self-assignment keeps it
     EXPECT_EQ(assigned.GetDoc(), "<other/>");
 }
 

@@ -60,18 +60,39 @@ public:
     unsigned int SplitSize;
     unsigned char* Data;
 
+    // Identifier 1, no flag; all else at its default (VT_NONE, no block).
     CProperty();
+    // PropertyID and SecondaryID take `id`, Flag takes `flag`.
     CProperty(_PROPERTY_ID id, bool flag);
+    // Deep copy: every field, then a block of its own. A source with a size
+    // but no block gives a copy with neither. When memory runs out,
+    // CException 0x21130003 is raised (with throwing disabled: the copy keeps
+    // kind and size but has no block).
     CProperty(const CProperty& other);
+    // Takes the block; `other` keeps its identifiers and attribute words but
+    // is left VT_NONE with no block.
     CProperty(CProperty&& other) noexcept;
+    // As the copy constructor; the old block is released first. Assigning a
+    // property to itself leaves it unchanged.
     CProperty& operator=(const CProperty& other);
     CProperty& operator=(CProperty&& other) noexcept;
     virtual ~CProperty();
 
+    // Every field in declared order, then the first DataSize bytes of the
+    // blocks (no float tolerance, no case folding).
     bool operator==(const CProperty& other) const;
     bool operator!=(const CProperty& other) const { return !(*this == other); }
 
-    // Setters return 0, 20006 (empty list) or 20007 (out of memory).
+    // Setters return 0, 20006 (empty list, kind 3 only; nothing changed) or
+    // 20007 (out of memory: the new Type, SubType, DataSize and SplitSize are
+    // set and Data is null). Each releases the old block before obtaining the
+    // new one; blocks come from malloc through the hook of PI/AllocHook.h.
+    //
+    // The CStringRef routes trim with PI::Trim, unless SubType is 4: then a
+    // text longer than 4 characters beginning with "ENC1(" is kept as given
+    // and any other text is encrypted with RVX::Crypt::CAES (SubType stays 4).
+    // The std::string route sets SubType 0, trims by the default locale's
+    // ctype facet and never encrypts.
     unsigned int SetValue(int value, std::vector<int>& list);
     unsigned int SetValue(int value, int minimum, int maximum, unsigned int step);
     unsigned int SetValue(RVX::Strings::CStringRef& text);
@@ -88,8 +109,13 @@ public:
     unsigned int SetValue(const std::vector<std::string>& list, unsigned int selectionMask);
 
     // Readers return 0. A wrong kind raises 0x21130004, a missing or
-    // malformed block 0x21130003; with throwing disabled they return that
-    // code and leave the outputs untouched.
+    // malformed block 0x21130003 (the kind is checked first, except by the
+    // two single-string readers, which check the block first and accept kinds
+    // 2 and 11). A trace record at level 0x40000000 precedes the exception
+    // when PI::GetModuleInfo() has that level enabled. With throwing disabled
+    // (RVX::Threading::CDisableThrow) a failed read returns the code and
+    // leaves the outputs untouched. Readers never decrypt, and never read
+    // outside the block whatever it holds.
     unsigned int GetValue(int& value, std::vector<int>& list);
     unsigned int GetValue(int& value, int& minimum, int& maximum, unsigned int& step);
     unsigned int GetValue(bool& value);
