@@ -16,6 +16,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <locale>
 
 namespace PI {
 namespace {
@@ -30,7 +31,22 @@ RVX::Exceptions::SOURCE_INFO Here(unsigned int line) {
     return RVX::Exceptions::SOURCE_INFO{Internal::SOURCE_CONFIG, line, MODULE_NUMBER};
 }
 
+// boost::format narrows each format character through the global locale's
+// ctype<char>, whose cache libstdc++ fills on first use by whichever thread
+// gets there. Filled once under a thread-safe static, it is only read when
+// several threads name sections at once.
+void PrepareFormatting() {
+    static const bool prepared = [] {
+        const std::ctype<char>& ctype = std::use_facet<std::ctype<char>>(std::locale());
+        for (int c = 0; c < 256; ++c)
+            ctype.narrow(static_cast<char>(c), 0);
+        return true;
+    }();
+    (void)prepared;
+}
+
 std::string NumberSection(int first, int second) {
+    PrepareFormatting();
     if (second >= 0)
         return (boost::format("Config.%d.%d") % first % second).str();
     if (first >= 0)
@@ -41,6 +57,7 @@ std::string NumberSection(int first, int second) {
 std::string NamedSection(const std::string& name) {
     if (name.empty())
         return DEFAULT_SECTION;
+    PrepareFormatting();
     std::string section = (boost::format("Config.%s") % name).str();
     std::replace(section.begin(), section.end(), '=', '_');
     return section;
