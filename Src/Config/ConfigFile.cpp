@@ -136,6 +136,8 @@ CConfigFile::CConfigFile() {
 void CConfigFile::SetFileName(const boost::filesystem::path& name) {
     RVX::Threading::CSyncGuard guard(m_Lock);
     std::string process;
+    // Without a process path the file is sought in "bin" below the
+    // current directory.
     RVX::Misc::CRvxApplication::GetProcessPath(process);
     m_FilePath = process;
     m_FilePath.remove_filename();
