@@ -659,21 +659,50 @@ TEST_F(PropertyMemoryTest, EverySetterReportsExhaustedMemoryWithTheNewKind) {
     }
 }
 
-bool NoBlockHeld(size_t, void* context) {
-    const CProperty* p = static_cast<const CProperty*>(context);
-    return p->Data == nullptr; // refuses (and so shows up) if the old block is still held
+// Refuses an allocation made while more blocks are live than allowed.
+bool AtMostLive(size_t, void* context) {
+    return PI::Test::LiveBlockCount() <= *static_cast<const long long*>(context);
 }
 
 TEST_F(PropertyMemoryTest, SettersReleaseTheOldBlockBeforeObtainingTheNewOne) {
     CProperty p(kId, false);
     ASSERT_EQ(p.SetValue(CStringRef("old")), 0u);
+    // While the new block is obtained, the old one must already be gone.
+    long long allowed = PI::Test::LiveBlockCount() - 1;
     const unsigned long long before = PI::Test::AllocationCount();
-    PI::Test::SetAllocFilter(&NoBlockHeld, &p);
+    PI::Test::SetAllocFilter(&AtMostLive, &allowed);
     EXPECT_EQ(p.SetValue(true), 0u);
     EXPECT_EQ(p.SetValue(CStringRef("new")), 0u);
     EXPECT_EQ(p.SetValue(std::vector<std::string>{"x"}, 1u), 0u);
+    std::vector<int> list{1};
+    EXPECT_EQ(p.SetValue(2, list), 0u);
     EXPECT_EQ(PI::Test::FailedAllocationCount(), 0u);
-    EXPECT_EQ(PI::Test::AllocationCount(), before + 3);
+    EXPECT_EQ(PI::Test::AllocationCount(), before + 4);
+    PI::Test::SetAllocFilter(nullptr, nullptr);
+    CProperty other(kId, false);
+    ASSERT_EQ(other.SetValue(1.0f), 0u); // two blocks live now
+    allowed = PI::Test::LiveBlockCount() - 1;
+    PI::Test::SetAllocFilter(&AtMostLive, &allowed);
+    other = p; // assignment, too, releases first
+    EXPECT_EQ(PI::Test::FailedAllocationCount(), 0u);
+}
+
+TEST_F(PropertyMemoryTest, EveryBlockIsReleased) {
+    const long long live = PI::Test::LiveBlockCount();
+    {
+        CProperty p(kId, false);
+        ASSERT_EQ(p.SetValue(CStringRef("a")), 0u);
+        ASSERT_EQ(p.SetValue(std::vector<std::string>{}, 1u), 0u);
+        CProperty copy(p);
+        CProperty moved(std::move(copy));
+        CProperty assigned;
+        assigned = moved;
+        assigned = CProperty();
+        std::vector<unsigned long long> empty;
+        ASSERT_EQ(moved.SetValue(empty), 0u);
+        EXPECT_EQ(PI::Test::LiveBlockCount(), live + 1);
+    }
+    EXPECT_EQ(PI::Test::LiveBlockCount(), live);
 }
 
 TEST_F(PropertyMemoryTest, TheBlockIsObtainedOnlyThroughTheHook) {

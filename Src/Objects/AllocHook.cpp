@@ -2,6 +2,7 @@
 
 #include "PropertyBlock.h"
 
+#include <atomic>
 #include <cstdlib>
 
 namespace PI {
@@ -18,6 +19,7 @@ struct HookState {
 };
 
 thread_local HookState t_Hook;
+std::atomic<long long> g_LiveBlocks{0};
 
 // True when the hook makes this allocation fail.
 bool HookRefuses(size_t size) noexcept {
@@ -46,11 +48,22 @@ unsigned char* AllocBlock(size_t size) noexcept {
 #if defined(PI_WITH_TEST_HOOKS)
     if (HookRefuses(size))
         return nullptr;
-#endif
+    void* block = std::malloc(size != 0 ? size : 1);
+    if (block != nullptr)
+        g_LiveBlocks.fetch_add(1, std::memory_order_relaxed);
+    return static_cast<unsigned char*>(block);
+#else
     return static_cast<unsigned char*>(std::malloc(size != 0 ? size : 1));
+#endif
 }
 
-void FreeBlock(void* block) noexcept { std::free(block); }
+void FreeBlock(void* block) noexcept {
+#if defined(PI_WITH_TEST_HOOKS)
+    if (block != nullptr)
+        g_LiveBlocks.fetch_sub(1, std::memory_order_relaxed);
+#endif
+    std::free(block);
+}
 
 } // namespace Internal
 
@@ -74,6 +87,8 @@ void ResetAllocHook() noexcept { t_Hook = HookState{}; }
 unsigned long long AllocationCount() noexcept { return t_Hook.Attempts; }
 
 unsigned long long FailedAllocationCount() noexcept { return t_Hook.Failures; }
+
+long long LiveBlockCount() noexcept { return g_LiveBlocks.load(std::memory_order_relaxed); }
 #else
 bool AllocHooksAvailable() noexcept { return false; }
 void FailAllocations(unsigned int, unsigned int) noexcept {}
@@ -81,6 +96,7 @@ void SetAllocFilter(AllocFilter, void*) noexcept {}
 void ResetAllocHook() noexcept {}
 unsigned long long AllocationCount() noexcept { return 0; }
 unsigned long long FailedAllocationCount() noexcept { return 0; }
+long long LiveBlockCount() noexcept { return 0; }
 #endif
 
 } // namespace Test

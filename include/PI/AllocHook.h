@@ -43,6 +43,10 @@ PI_API void ResetAllocHook() noexcept;
 PI_API unsigned long long AllocationCount() noexcept;
 PI_API unsigned long long FailedAllocationCount() noexcept;
 
+// Blocks obtained through the hook and not yet released, over all threads
+// (not reset by ResetAllocHook). Lets a test see when a block is released.
+PI_API long long LiveBlockCount() noexcept;
+
 // Resets the hook of this thread on entry and on every way out of a scope.
 class CAllocHookScope {
 public:
