@@ -1,0 +1,46 @@
+// pitool: the command-line face of the PI library.
+#include "Commands.h"
+
+#include <exception>
+#include <iostream>
+#include <new>
+
+int main(int argc, char** argv) {
+    using namespace pitool;
+    Invocation call;
+    const auto prefix = [&call] {
+        return call.command.empty() ? std::string("pitool: ") : "pitool " + call.command + ": ";
+    };
+    try {
+        std::string help;
+        const Result result = Dispatch(std::vector<std::string>(argv + 1, argv + argc), call, help);
+        if (!help.empty()) {
+            std::cout << help;
+            return EXIT_OK;
+        }
+        if (call.json) {
+            std::cout << result.json.Dump() << '\n';
+        } else {
+            std::cout << result.text;
+        }
+        if (!result.note.empty()) {
+            std::cerr << prefix() << result.note << '\n';
+        }
+        std::cout.flush();
+        if (!std::cout) {
+            std::cerr << prefix() << "cannot write the output\n";
+            return EXIT_USAGE;
+        }
+        return result.status;
+    } catch (const ToolError& e) {
+        std::cerr << prefix() << e.what() << '\n';
+        return e.Status();
+    } catch (const std::bad_alloc&) {
+        std::cerr << prefix() << "out of memory\n";
+        return EXIT_USAGE;
+    } catch (const std::exception& e) {
+        // Anything the library throws on input it cannot take.
+        std::cerr << prefix() << e.what() << '\n';
+        return EXIT_USAGE;
+    }
+}
