@@ -197,6 +197,12 @@ TEST_F(Event, RawStoredFormsReadBackAsStored) {
 
     CEventRawAccess::Stored(event, 0) = "I:+7";
     EXPECT_EQ(event.GetPlaceHolder1(), "seven");
+    // The whole unsigned range is accepted, beyond what the number setter writes.
+    CEventRawAccess::Stored(event, 0) = "I:4294967295";
+    EXPECT_EQ(event.GetPlaceHolder1(), "4294967295");
+    CLanguageSupport::SetString(3000000000u, "high");
+    CEventRawAccess::Stored(event, 0) = "I:3000000000";
+    EXPECT_EQ(event.GetPlaceHolder1(), "high");
 }
 
 TEST_F(Event, NonNumericIdsThrowAndKeepTheLastText) {
