@@ -124,14 +124,17 @@ std::vector<Step> Tour(const fs::path& examples, const std::string& ini) {
         {"", {"hexdump", at("ld-raid5.xml"), "--first", "0", "--end", "40"}},
         {"Logical drive documents", {"ld", at("ld-raid5.xml")}},
         {"", {"ld", at("ld-raid10.xml")}},
-        {"The configuration file (on a scratch copy of pi.ini)",
-         {"config", "--file", ini, "set", "RefreshSeconds", "30"}},
-        {"", {"config", "--file", ini, "set", "RefreshSeconds", "5", "--adapter", "0"}},
-        {"", {"config", "--file", ini, "get", "RefreshSeconds", "--adapter", "0"}},
-        {"", {"config", "--file", ini, "get", "RefreshSeconds", "--adapter", "1"}},
-        {"", {"config", "--file", ini, "list", "RefreshSeconds", "Missing", "--adapter", "0"}},
+        {"The configuration file (a scratch copy of pi.ini): scopes and the fallback",
+         {"config", "--file", ini, "get", "PollInterval"}},
+        {"", {"config", "--file", ini, "get", "PollInterval", "--adapter", "0"}},
+        {"", {"config", "--file", ini, "get", "WriteCache", "--adapter", "0", "--unit", "1"}},
+        {"", {"config", "--file", ini, "get", "PollInterval", "--adapter", "0", "--unit", "1"}},
+        {"", {"config", "--file", ini, "get", "Role", "--name", "Host=1"}},
+        {"", {"config", "--file", ini, "list", "Server", "Port", "Subject", "--name", "Mail"}},
+        {"", {"config", "--file", ini, "set", "PollInterval", "5", "--adapter", "1"}},
+        {"", {"config", "--file", ini, "get", "PollInterval", "--adapter", "1"}},
         {"", {"config", "--file", ini, "delete", "--adapter", "0"}},
-        {"", {"config", "--file", ini, "get", "RefreshSeconds", "--adapter", "0"}},
+        {"", {"config", "--file", ini, "get", "Alias", "--adapter", "0"}, EXIT_NOT_FOUND},
     };
 }
 
@@ -151,11 +154,10 @@ Result RunDemo(const DemoArgs& args) {
     ScratchDir scratch;
     const fs::path ini = scratch.Path() / "pi.ini";
     boost::system::error_code error;
-    if (fs::exists(examples / "pi.ini", error)) {
-        fs::copy_file(examples / "pi.ini", ini, error);
-        if (error) {
-            Fail("cannot copy pi.ini to " + ini.string() + ": " + error.message());
-        }
+    fs::copy_file(examples / "pi.ini", ini, error);
+    if (error) {
+        Fail("cannot copy " + (examples / "pi.ini").string() + " to " + ini.string() + ": " +
+             error.message());
     }
 
     Result result;
