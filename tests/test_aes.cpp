@@ -19,10 +19,9 @@ namespace {
 
 const unsigned char kKeyA[32] = {1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14, 15, 16,
                                  17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30, 31, 32};
-const unsigned char kKeyB[32] = {0xA0, 0xA1, 0xA2, 0xA3, 0xA4, 0xA5, 0xA6, 0xA7,
-                                 0xA8, 0xA9, 0xAA, 0xAB, 0xAC, 0xAD, 0xAE, 0xAF,
-                                 0xB0, 0xB1, 0xB2, 0xB3, 0xB4, 0xB5, 0xB6, 0xB7,
-                                 0xB8, 0xB9, 0xBA, 0xBB, 0xBC, 0xBD, 0xBE, 0xBF};
+const unsigned char kKeyB[32] = {0xA0, 0xA1, 0xA2, 0xA3, 0xA4, 0xA5, 0xA6, 0xA7, 0xA8, 0xA9, 0xAA,
+                                 0xAB, 0xAC, 0xAD, 0xAE, 0xAF, 0xB0, 0xB1, 0xB2, 0xB3, 0xB4, 0xB5,
+                                 0xB6, 0xB7, 0xB8, 0xB9, 0xBA, 0xBB, 0xBC, 0xBD, 0xBE, 0xBF};
 
 std::string TempPath(const char* name) {
     return std::string(::testing::TempDir()) + "pi_aes_" + std::to_string(::getpid()) + "_" + name;
@@ -47,7 +46,8 @@ protected:
     static std::string Encrypt(const std::string& plain, const char* associated = "12345") {
         CAES aes;
         CStringVar out;
-        EXPECT_TRUE(aes.Encrypt(CStringRef(plain), CStringRef(associated), out)) << CAES::LastError();
+        EXPECT_TRUE(aes.Encrypt(CStringRef(plain), CStringRef(associated), out))
+            << CAES::LastError();
         return out.Str();
     }
     static bool Decrypt(const std::string& encrypted, std::string& plain) {
@@ -60,8 +60,12 @@ protected:
 };
 
 TEST_F(AESTest, RoundTripOfVariousTexts) {
-    const std::string texts[] = {"", "s", "secret password", std::string("nul\0inside", 10),
-                                 std::string(100000, 'x'), "\xff\xfe binary \x01"};
+    const std::string texts[] = {"",
+                                 "s",
+                                 "secret password",
+                                 std::string("nul\0inside", 10),
+                                 std::string(100000, 'x'),
+                                 "\xff\xfe binary \x01"};
     for (const std::string& text : texts) {
         const std::string encrypted = Encrypt(text);
         ASSERT_GT(encrypted.size(), 6u);
@@ -99,8 +103,7 @@ TEST_F(AESTest, AssociatedTextIsNotNeededToDecrypt) {
 
 TEST_F(AESTest, EveryChangedCharacterIsRefused) {
     const std::string encrypted = Encrypt("tamper me");
-    const std::string alphabet =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    const std::string alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     for (size_t i = 0; i < encrypted.size(); ++i) {
         std::string changed = encrypted;
         // Another character of the base64 alphabet, so that only the check can refuse it.
@@ -215,7 +218,7 @@ TEST_F(AESTest, HexKeyFileIsUsed) {
 
 TEST_F(AESTest, BadKeyFileIsAnErrorNotAFallback) {
     const std::string path = TempPath("bad.key");
-    const std::string bad[] = {std::string(31, 'k'), std::string(33, 'k'), std::string(64, 'g'),
+    const std::string bad[] = {std::string(31, 'k'), std::string(33, 'k'),   std::string(64, 'g'),
                                std::string(63, 'a'), std::string(4096, 'a'), ""};
     CAES::ClearKey();
     for (const std::string& content : bad) {
@@ -268,7 +271,8 @@ TEST_F(AESTest, ConcurrentUseRoundTrips) {
         threads.emplace_back([t, &failures] {
             CAES aes;
             for (int i = 0; i < 200; ++i) {
-                const std::string text = "thread " + std::to_string(t) + " item " + std::to_string(i);
+                const std::string text =
+                    "thread " + std::to_string(t) + " item " + std::to_string(i);
                 CStringVar encrypted, plain;
                 if (!aes.Encrypt(CStringRef(text), CStringRef("0"), encrypted) ||
                     !aes.Decrypt(CStringRef(encrypted), plain) || plain.Str() != text)

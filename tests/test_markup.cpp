@@ -24,7 +24,7 @@ TEST(MarkupTest, NavigatesDownAcrossAndUp) {
     ASSERT_TRUE(markup.FindElem("LogicalDriveConfiguration"));
     EXPECT_EQ(markup.GetAttrib("version"), "2");
     ASSERT_TRUE(markup.IntoElem());
-    EXPECT_EQ(markup.GetTagName(), "");  // no current element until FindElem
+    EXPECT_EQ(markup.GetTagName(), ""); // no current element until FindElem
     EXPECT_EQ(markup.GetAttrib("id"), "");
     ASSERT_TRUE(markup.FindElem("LogicalDrive"));
     EXPECT_EQ(markup.GetAttrib("id"), "1");
@@ -79,7 +79,8 @@ TEST(MarkupTest, SeveralTopLevelElementsAfterResettingThePosition) {
 
 TEST(MarkupTest, ElementsAreNumberedInDocumentOrder) {
     CMarkup markup;
-    ASSERT_TRUE(markup.SetDoc("<r n=\"1\"><c n=\"2\"><g n=\"3\"/></c><c n=\"4\"/></r><s n=\"5\"/>"));
+    ASSERT_TRUE(
+        markup.SetDoc("<r n=\"1\"><c n=\"2\"><g n=\"3\"/></c><c n=\"4\"/></r><s n=\"5\"/>"));
     for (int i = 1; i <= 5; ++i)
         EXPECT_EQ(markup.x_GetAttrib(i, "n"), std::to_string(i));
     // A position set directly: children of element 1, after element 2.
@@ -115,7 +116,8 @@ TEST(MarkupTest, PositionsOutOfRangeFindNothing) {
 
 TEST(MarkupTest, AttributeEscapesAreDecoded) {
     CMarkup markup;
-    ASSERT_TRUE(markup.SetDoc("<?xml version=\"1.0\"?><!-- note --><a t=\"&lt;x&amp;y&gt; &#65;\"/>"));
+    ASSERT_TRUE(
+        markup.SetDoc("<?xml version=\"1.0\"?><!-- note --><a t=\"&lt;x&amp;y&gt; &#65;\"/>"));
     ASSERT_TRUE(markup.FindElem("a"));
     EXPECT_EQ(markup.GetAttrib("t"), "<x&y> A");
 }
@@ -170,11 +172,26 @@ TEST(MarkupTest, CopiesAreIndependentAndKeepThePosition) {
 }
 
 TEST(MarkupTest, TextThatIsNotAWellFormedFragmentIsRefused) {
-    const std::string refused[] = {
-        "", "   \n", "plain text", "<!-- only a comment -->", "<?xml version=\"1.0\"?>",
-        "<a>", "<a></b>", "<a", "<a x=\"1></a>", "</a>", "<a/></a>", "text<a/>", "<a/>text",
-        "<a/><![CDATA[x]]>", "<a><b></a></b>", std::string("<a/>\0<b/>", 9),
-        std::string("<a>\0</a>", 8), "<1a/>", "<a x=1/>", "\xff\xfe<\0a\0/\0>\0"};
+    const std::string refused[] = {"",
+                                   "   \n",
+                                   "plain text",
+                                   "<!-- only a comment -->",
+                                   "<?xml version=\"1.0\"?>",
+                                   "<a>",
+                                   "<a></b>",
+                                   "<a",
+                                   "<a x=\"1></a>",
+                                   "</a>",
+                                   "<a/></a>",
+                                   "text<a/>",
+                                   "<a/>text",
+                                   "<a/><![CDATA[x]]>",
+                                   "<a><b></a></b>",
+                                   std::string("<a/>\0<b/>", 9),
+                                   std::string("<a>\0</a>", 8),
+                                   "<1a/>",
+                                   "<a x=1/>",
+                                   "\xff\xfe<\0a\0/\0>\0"};
     for (const std::string& text : refused) {
         CMarkup markup;
         EXPECT_FALSE(markup.SetDoc(text)) << text;
@@ -202,8 +219,9 @@ TEST(MarkupTest, EveryTruncationOfADocumentIsHandled) {
 
 TEST(MarkupTest, RandomBytesNeverCrash) {
     std::mt19937 random(12345);
-    const std::string pieces[] = {"<", ">", "/", "a", "=", "\"", " ", "<a>", "</a>", "<!--",
-                                  "-->", "&", ";", "<![CDATA[", "]]>", "<?", "?>", "\x80", "\0"};
+    const std::string pieces[] = {"<",   ">",    "/",    "a",    "=", "\"", " ",
+                                  "<a>", "</a>", "<!--", "-->",  "&", ";",  "<![CDATA[",
+                                  "]]>", "<?",   "?>",   "\x80", "\0"};
     for (int round = 0; round < 3000; ++round) {
         std::string text;
         const int count = static_cast<int>(random() % 40);
@@ -246,8 +264,8 @@ TEST(MarkupTest, VeryDeepNestingIsHandledWithoutRecursion) {
         ++up;
     EXPECT_EQ(up, depth);
     EXPECT_EQ(markup.GetTagName(), "a"); // back at the outermost element
-    EXPECT_FALSE(markup.FindElem("a")); // which has no sibling
-    CMarkup copy(markup); // copying a deep document is no deeper
+    EXPECT_FALSE(markup.FindElem("a"));  // which has no sibling
+    CMarkup copy(markup);                // copying a deep document is no deeper
     copy.x_SetPos(0, 0, 0);
     EXPECT_TRUE(copy.FindElem("a"));
 

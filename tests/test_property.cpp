@@ -15,8 +15,8 @@
 #include <functional>
 #include <locale>
 #include <stdlib.h>
-#include <type_traits>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 using PI::CProperty;
@@ -48,7 +48,8 @@ std::vector<unsigned char> Words32(std::initializer_list<long long> words) {
 std::vector<unsigned char> Chars(const char* text, size_t length) {
     return std::vector<unsigned char>(text, text + length);
 }
-std::vector<unsigned char> operator+(std::vector<unsigned char> a, const std::vector<unsigned char>& b) {
+std::vector<unsigned char> operator+(std::vector<unsigned char> a,
+                                     const std::vector<unsigned char>& b) {
     a.insert(a.end(), b.begin(), b.end());
     return a;
 }
@@ -128,9 +129,9 @@ TEST(PropertyTest, RangeClampsInTheDocumentedOrder) {
     struct Case {
         int value, minimum, maximum, stored;
     };
-    const Case cases[] = {{15, 0, 10, 10}, {-3, 0, 10, 0}, {10, 0, 10, 10}, {5, 0, 10, 5},
-                          {0, 0, 10, 0},   {10, 9, 3, 3},  {7, 9, 3, 9},    {9, 9, 3, 3},
-                          {-2147483647 - 1, -5, 5, -5}};
+    const Case cases[] = {{15, 0, 10, 10}, {-3, 0, 10, 0}, {10, 0, 10, 10},
+                          {5, 0, 10, 5},   {0, 0, 10, 0},  {10, 9, 3, 3},
+                          {7, 9, 3, 9},    {9, 9, 3, 3},   {-2147483647 - 1, -5, 5, -5}};
     for (const Case& c : cases) {
         CProperty p(kId, false);
         ASSERT_EQ(p.SetValue(c.value, c.minimum, c.maximum, 1u), 0u);
@@ -206,7 +207,8 @@ private:
 };
 
 TEST(PropertyTest, StandardStringRouteTrimsByTheDefaultLocale) {
-    const std::locale previous = std::locale::global(std::locale(std::locale::classic(), new UnderscoreSpace));
+    const std::locale previous =
+        std::locale::global(std::locale(std::locale::classic(), new UnderscoreSpace));
     CProperty viaStd(kId, false), viaRef(kId, false);
     const unsigned int r1 = viaStd.SetValue(std::string("__ x __"));
     const unsigned int r2 = viaRef.SetValue(CStringRef(" _x_ "));
@@ -637,10 +639,10 @@ TEST_F(PropertyMemoryTest, EverySetterReportsExhaustedMemoryWithTheNewKind) {
         {"float", [](CProperty& p) { return p.SetValue(2.0f); }, 8, 0, 4, 0},
         {"uint64 list", [&](CProperty& p) { return p.SetValue(wide); }, 9, 1, 24, 0},
         {"xml", [&](CProperty& p) { return p.SetValue(markup); }, 10, 0, 5, 0},
-        {"strings", [](CProperty& p) { return p.SetValue(std::vector<std::string>{"a"}, 1u); },
-         11, 0, 6, 4},
-        {"empty strings",
-         [](CProperty& p) { return p.SetValue(std::vector<CStringEx>{}, 1u); }, 11, 0, 0, 0},
+        {"strings", [](CProperty& p) { return p.SetValue(std::vector<std::string>{"a"}, 1u); }, 11,
+         0, 6, 4},
+        {"empty strings", [](CProperty& p) { return p.SetValue(std::vector<CStringEx>{}, 1u); }, 11,
+         0, 0, 0},
     };
     for (const Case& c : cases) {
         CProperty p(kId, false);

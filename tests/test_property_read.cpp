@@ -44,8 +44,7 @@ unsigned int RaisedCode(const std::function<void()>& read) {
 // Captures the trace records of the test and sets the PI module's mask.
 class TraceCapture {
 public:
-    explicit TraceCapture(unsigned int mask)
-        : m_OldMask(PI::GetModuleInfo().GetTraceMask()) {
+    explicit TraceCapture(unsigned int mask) : m_OldMask(PI::GetModuleInfo().GetTraceMask()) {
         PI::GetModuleInfo().SetTraceMask(mask);
         m_OldSink = RVX::Internals::SetTraceSink(
             [this](const RVX::Internals::TraceRecord& record) { Records.push_back(record); });
@@ -334,12 +333,12 @@ TEST(PropertyReadTest, EveryReaderRefusesAnotherKind) {
     std::vector<CStringEx> ex;
     std::vector<std::string> sl;
     const std::vector<std::function<void()>> readers = {
-        [&] { p.GetValue(i1, v1); },     [&] { p.GetValue(i1, i2, i3, u); },
-        [&] { p.GetValue(b); },          [&] { p.GetValue(w); },
-        [&] { p.GetValue(v1, v2); },     [&] { p.GetValue(f); },
-        [&] { p.GetValue(wl); },         [&] { p.GetValue(m); },
-        [&] { p.GetValue(ex, u); },      [&] { p.GetValue(ex); },
-        [&] { p.GetValue(sl, u); },      [&] { p.GetValue(sl); },
+        [&] { p.GetValue(i1, v1); }, [&] { p.GetValue(i1, i2, i3, u); },
+        [&] { p.GetValue(b); },      [&] { p.GetValue(w); },
+        [&] { p.GetValue(v1, v2); }, [&] { p.GetValue(f); },
+        [&] { p.GetValue(wl); },     [&] { p.GetValue(m); },
+        [&] { p.GetValue(ex, u); },  [&] { p.GetValue(ex); },
+        [&] { p.GetValue(sl, u); },  [&] { p.GetValue(sl); },
     };
     for (size_t k = 0; k < readers.size(); ++k)
         EXPECT_EQ(RaisedCode(readers[k]), kWrongType) << "reader " << k;
@@ -573,7 +572,7 @@ std::vector<std::string> ReadList(CProperty& p) {
 }
 
 TEST(PropertyReadTest, StringListTableIsBoundedByTheBlock) {
-    {   // An entry length that runs past the end: the text stops at the block end.
+    { // An entry length that runs past the end: the text stops at the block end.
         std::vector<unsigned char> block;
         PutWord(block, 1000);
         PutWord(block, 2);
@@ -582,13 +581,13 @@ TEST(PropertyReadTest, StringListTableIsBoundedByTheBlock) {
         CProperty p = Crafted(PI::VT_STRING_LIST, block, 8);
         EXPECT_EQ(ReadList(p), std::vector<std::string>{"ab"}); // the second starts outside
     }
-    {   // A table longer than the block.
+    { // A table longer than the block.
         std::vector<unsigned char> block;
         PutWord(block, 1);
         CProperty p = Crafted(PI::VT_STRING_LIST, block, 4000);
         EXPECT_TRUE(ReadList(p).empty());
     }
-    {   // A split that is not a multiple of four, and a zero entry.
+    { // A split that is not a multiple of four, and a zero entry.
         std::vector<unsigned char> block;
         PutWord(block, 0);
         PutWord(block, 0);
@@ -598,7 +597,7 @@ TEST(PropertyReadTest, StringListTableIsBoundedByTheBlock) {
         CProperty p = Crafted(PI::VT_STRING_LIST, block, 9);
         EXPECT_EQ(ReadList(p), (std::vector<std::string>{"", ""})); // both at byte 9, a NUL
     }
-    {   // Lengths whose sum wraps a 32-bit counter.
+    { // Lengths whose sum wraps a 32-bit counter.
         std::vector<unsigned char> block;
         PutWord(block, 0xFFFFFFFFu);
         PutWord(block, 2);
@@ -623,8 +622,8 @@ TEST(PropertyReadTest, StringListOfRandomBytesNeverReadsOutside) {
                 block[i + 1] = block[i + 2] = block[i + 3] = 0;
             }
         }
-        const unsigned int split = static_cast<unsigned int>(
-            random() % 3 == 0 ? random() : random() % (size + 8));
+        const unsigned int split =
+            static_cast<unsigned int>(random() % 3 == 0 ? random() : random() % (size + 8));
         CProperty p = Crafted(PI::VT_STRING_LIST, block, split);
         p.SelectionMask = static_cast<unsigned int>(random());
         const std::vector<std::string> list = ReadList(p);

@@ -70,7 +70,9 @@ void FreeBlock(void* block) noexcept {
 namespace Test {
 
 #if defined(PI_WITH_TEST_HOOKS)
-bool AllocHooksAvailable() noexcept { return true; }
+bool AllocHooksAvailable() noexcept {
+    return true;
+}
 
 void FailAllocations(unsigned int skip, unsigned int count) noexcept {
     t_Hook.Skip = skip;
@@ -82,21 +84,37 @@ void SetAllocFilter(AllocFilter filter, void* context) noexcept {
     t_Hook.Context = context;
 }
 
-void ResetAllocHook() noexcept { t_Hook = HookState{}; }
+void ResetAllocHook() noexcept {
+    t_Hook = HookState{};
+}
 
-unsigned long long AllocationCount() noexcept { return t_Hook.Attempts; }
+unsigned long long AllocationCount() noexcept {
+    return t_Hook.Attempts;
+}
 
-unsigned long long FailedAllocationCount() noexcept { return t_Hook.Failures; }
+unsigned long long FailedAllocationCount() noexcept {
+    return t_Hook.Failures;
+}
 
-long long LiveBlockCount() noexcept { return g_LiveBlocks.load(std::memory_order_relaxed); }
+long long LiveBlockCount() noexcept {
+    return g_LiveBlocks.load(std::memory_order_relaxed);
+}
 #else
-bool AllocHooksAvailable() noexcept { return false; }
+bool AllocHooksAvailable() noexcept {
+    return false;
+}
 void FailAllocations(unsigned int, unsigned int) noexcept {}
 void SetAllocFilter(AllocFilter, void*) noexcept {}
 void ResetAllocHook() noexcept {}
-unsigned long long AllocationCount() noexcept { return 0; }
-unsigned long long FailedAllocationCount() noexcept { return 0; }
-long long LiveBlockCount() noexcept { return 0; }
+unsigned long long AllocationCount() noexcept {
+    return 0;
+}
+unsigned long long FailedAllocationCount() noexcept {
+    return 0;
+}
+long long LiveBlockCount() noexcept {
+    return 0;
+}
 #endif
 
 } // namespace Test

@@ -1,10 +1,10 @@
 // CProperty: construction, copy, comparison and the SetValue family (Part 1.2).
 #include "PI/Property.h"
 
+#include "../Raise.h"
 #include "PI/Helpers.h"
 #include "PI/Identifiers.h"
 #include "PropertyBlock.h"
-#include "../Raise.h"
 
 #include <RVX/AES.h>
 #include <RVX/Exceptions.h>
@@ -328,9 +328,8 @@ unsigned int CProperty::SetValue(std::vector<int>& first, std::vector<int>& seco
     const unsigned long long size = firstSize + 4ull * second.size();
     if (size > kMaxDataSize)
         return RESULT_OUT_OF_MEMORY;
-    const unsigned int result =
-        ReplaceBlock(*this, VT_INT_LIST_PAIR, PROPERTY_SUBTYPE_PLAIN, size,
-                     static_cast<unsigned int>(firstSize), true);
+    const unsigned int result = ReplaceBlock(*this, VT_INT_LIST_PAIR, PROPERTY_SUBTYPE_PLAIN, size,
+                                             static_cast<unsigned int>(firstSize), true);
     if (result != RESULT_SUCCESS || size == 0)
         return result;
     if (!first.empty())
@@ -381,8 +380,7 @@ unsigned int CProperty::SetValue(const std::vector<RVX::Strings::CStringEx>& lis
     return StoreStringList(*this, list, selectionMask);
 }
 
-unsigned int CProperty::SetValue(const std::vector<std::string>& list,
-                                 unsigned int selectionMask) {
+unsigned int CProperty::SetValue(const std::vector<std::string>& list, unsigned int selectionMask) {
     return StoreStringList(*this, list, selectionMask);
 }
 

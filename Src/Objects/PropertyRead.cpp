@@ -1,9 +1,9 @@
 // CProperty: the GetValue family, typed reading with kind and data checks (Part 1.3).
 #include "PI/Property.h"
 
+#include "../Raise.h"
 #include "PI/Identifiers.h"
 #include "PI/Module.h"
-#include "../Raise.h"
 
 #include <RVX/Exceptions.h>
 #include <RVX/FormatStream.h>
@@ -51,8 +51,8 @@ unsigned int TypeFault(const CProperty& p, unsigned int expected, unsigned int l
 
 // The data error: trace, then raise 0x21130003.
 unsigned int DataFault(const CProperty& p, unsigned int line) {
-    TraceFault(line, "Property %d has no or invalid data!",
-               static_cast<unsigned int>(p.PropertyID), 0, 0, 1);
+    TraceFault(line, "Property %d has no or invalid data!", static_cast<unsigned int>(p.PropertyID),
+               0, 0, 1);
     Internal::Raise(Internal::SOURCE_OBJECTS, line, EXCEPTION_INVALID_DATA);
     return EXCEPTION_INVALID_DATA;
 }
@@ -83,16 +83,19 @@ template <class Text> void DecodeStringList(const CProperty& p, std::vector<Text
     for (unsigned long long i = 0; i < count; ++i) {
         if (4 * i + 4 > size || position >= size)
             break;
-        const size_t length =
-            BoundedLength(block + position, static_cast<size_t>(size - position));
+        const size_t length = BoundedLength(block + position, static_cast<size_t>(size - position));
         entries.emplace_back(reinterpret_cast<const char*>(block + position), length);
         position += Word<std::uint32_t>(block + 4 * i); // length + 1 as written
     }
     out.swap(entries);
 }
 
-const char* Chars(const std::string& text) noexcept { return text.c_str(); }
-size_t Length(const std::string& text) noexcept { return text.size(); }
+const char* Chars(const std::string& text) noexcept {
+    return text.c_str();
+}
+size_t Length(const std::string& text) noexcept {
+    return text.size();
+}
 
 // The selected entries joined by ", "; the mask bit of entry i is i modulo 32.
 void JoinSelected(const std::vector<std::string>& list, unsigned int mask, std::string& out) {

@@ -262,8 +262,7 @@ CAES::CAES() noexcept = default;
 CAES::~CAES() = default;
 
 bool CAES::IsEncrypted(const Strings::CStringRef& text) noexcept {
-    return text.Length() > kPrefixLength &&
-           std::memcmp(text.Data(), kPrefix, kPrefixLength) == 0 &&
+    return text.Length() > kPrefixLength && std::memcmp(text.Data(), kPrefix, kPrefixLength) == 0 &&
            text[text.Length() - 1] == ')';
 }
 
@@ -332,8 +331,8 @@ bool CAES::Decrypt(const Strings::CStringRef& encrypted, Strings::CStringVar& pl
             return Fail("not an encrypted text");
         }
         WipedBytes sealed;
-        if (!Base64Decode(encrypted.Data() + kPrefixLength,
-                          encrypted.Length() - kPrefixLength - 1, sealed.Bytes)) {
+        if (!Base64Decode(encrypted.Data() + kPrefixLength, encrypted.Length() - kPrefixLength - 1,
+                          sealed.Bytes)) {
             plain.Empty();
             return Fail("bad base64 in the encrypted text");
         }
@@ -364,9 +363,8 @@ bool CAES::Decrypt(const Strings::CStringRef& encrypted, Strings::CStringVar& pl
             EVP_CIPHER_CTX_ctrl(context.Ctx, EVP_CTRL_GCM_SET_IVLEN, static_cast<int>(kNonceLength),
                                 nullptr) == 1 &&
             EVP_DecryptInit_ex(context.Ctx, nullptr, nullptr, key.Bytes, nonce) == 1 &&
-            (cipherLength == 0 ||
-             EVP_DecryptUpdate(context.Ctx, opened.Bytes.data(), &length, cipher,
-                               static_cast<int>(cipherLength)) == 1) &&
+            (cipherLength == 0 || EVP_DecryptUpdate(context.Ctx, opened.Bytes.data(), &length,
+                                                    cipher, static_cast<int>(cipherLength)) == 1) &&
             EVP_CIPHER_CTX_ctrl(context.Ctx, EVP_CTRL_GCM_SET_TAG, static_cast<int>(kTagLength),
                                 tag) == 1;
         if (!ok) {
@@ -401,7 +399,9 @@ void CAES::ClearKey() noexcept {
     g_KeySet = false;
 }
 
-const char* CAES::LastError() noexcept { return t_LastError; }
+const char* CAES::LastError() noexcept {
+    return t_LastError;
+}
 
 } // namespace Crypt
 } // namespace RVX

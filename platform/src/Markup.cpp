@@ -16,10 +16,10 @@ namespace XML {
 // any depth of nesting is safe (pugixml's parser itself is not recursive).
 struct CMarkup::Impl {
     struct Element {
-        pugi::xml_node Node;  // null for the document entry
-        int Parent = 0;       // index of the parent; 0 for top-level elements
-        int FirstChild = 0;   // first child element, 0 for none
-        int NextSibling = 0;  // next element with the same parent, 0 for none
+        pugi::xml_node Node; // null for the document entry
+        int Parent = 0;      // index of the parent; 0 for top-level elements
+        int FirstChild = 0;  // first child element, 0 for none
+        int NextSibling = 0; // next element with the same parent, 0 for none
     };
 
     std::string Text;
@@ -56,9 +56,8 @@ bool CMarkup::Impl::Parse() {
     // text before it for the whole document.
     if (Text.empty() || std::memchr(Text.data(), '\0', Text.size()) != nullptr)
         return false;
-    const pugi::xml_parse_result result =
-        Document.load_buffer(Text.data(), Text.size(), pugi::parse_default | pugi::parse_fragment,
-                             pugi::encoding_utf8);
+    const pugi::xml_parse_result result = Document.load_buffer(
+        Text.data(), Text.size(), pugi::parse_default | pugi::parse_fragment, pugi::encoding_utf8);
     if (!result) {
         Clear();
         return false;
@@ -151,9 +150,13 @@ bool CMarkup::SetDoc(const std::string& text) {
     }
 }
 
-bool CMarkup::SetDoc(const char* text) { return SetDoc(std::string(text ? text : "")); }
+bool CMarkup::SetDoc(const char* text) {
+    return SetDoc(std::string(text ? text : ""));
+}
 
-const std::string& CMarkup::GetDoc() const noexcept { return m_Impl->Text; }
+const std::string& CMarkup::GetDoc() const noexcept {
+    return m_Impl->Text;
+}
 
 bool CMarkup::FindElem(const char* name) {
     Impl& impl = *m_Impl;
@@ -209,7 +212,9 @@ std::string CMarkup::x_GetAttrib(int element, const char* name) const {
     return attribute ? std::string(attribute.value()) : std::string();
 }
 
-std::string CMarkup::GetAttrib(const char* name) const { return x_GetAttrib(m_Impl->Current, name); }
+std::string CMarkup::GetAttrib(const char* name) const {
+    return x_GetAttrib(m_Impl->Current, name);
+}
 
 std::string CMarkup::GetTagName() const {
     const Impl& impl = *m_Impl;
