@@ -1,4 +1,4 @@
-// CProperty (Part 1.2): setters and their byte encodings, copy, comparison,
+// CProperty: setters and their byte encodings, copy, comparison,
 // the encrypted string route and the out-of-memory paths.
 #include <PI/AllocHook.h>
 #include <PI/Identifiers.h>

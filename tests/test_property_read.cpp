@@ -1,4 +1,4 @@
-// CProperty typed reading (Part 1.3): kind and data checks, decoding, the
+// CProperty typed reading: kind and data checks, decoding, the
 // string-list join, trace records, and the non-throwing mode.
 #include <PI/AllocHook.h>
 #include <PI/Identifiers.h>

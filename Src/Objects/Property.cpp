@@ -1,4 +1,4 @@
-// CProperty: construction, copy, comparison and the SetValue family (Part 1.2).
+// CProperty: construction, copy, comparison and the SetValue family.
 #include "PI/Property.h"
 
 #include "../Raise.h"

@@ -1,4 +1,4 @@
-// CProperty: the GetValue family, typed reading with kind and data checks (Part 1.3).
+// CProperty: the GetValue family, typed reading with kind and data checks.
 #include "PI/Property.h"
 
 #include "../Raise.h"
