@@ -46,9 +46,11 @@ bool HasBlankEnd(const std::string& text) {
     return !text.empty() && (IsBlank(text.front()) || IsBlank(text.back()));
 }
 
-// "[name]" with an optional comment after it; the name is trimmed.
+// "[name]" with an optional comment after it; the name is trimmed. A byte
+// order mark before it (files joined together) is skipped as at the start of
+// the file, so that a header reads the same wherever a rewrite puts it.
 bool ParseHeader(const std::string& text, std::string& name) {
-    const size_t open = SkipBlanks(text, 0);
+    const size_t open = SkipBlanks(text, text.compare(0, 3, BYTE_ORDER_MARK) == 0 ? 3 : 0);
     if (open == text.size() || text[open] != '[')
         return false;
     const size_t close = text.find(']', open + 1);
