@@ -53,6 +53,9 @@ Result Dispatch(const std::vector<std::string>& args, Invocation& call, std::str
         if (message.empty()) {
             message = "bad command line";
         }
+        if (call.command.empty() && !args.empty() && args[0].rfind('-', 0) != 0) {
+            throw ToolError(EXIT_USAGE, "unknown subcommand '" + args[0] + "' (see pitool --help)");
+        }
         const std::string where = call.command.empty() ? "pitool" : "pitool " + call.command;
         throw ToolError(EXIT_USAGE, message + " (see " + where + " --help)");
     }

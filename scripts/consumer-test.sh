@@ -1,0 +1,68 @@
+#!/usr/bin/env bash
+# Installs a build of PI into a scratch prefix and builds the consumer project
+# of tests/consumer against it, through find_package(PI) and through
+# pkg-config, then runs both programs.
+#
+#   scripts/consumer-test.sh BUILD_DIR [WORK_DIR] [STEP]
+#
+# STEP is install, cmake, pkgconfig or all (default). WORK_DIR defaults to
+# BUILD_DIR/consumer; the prefix is WORK_DIR/prefix. CONSUMER_FLAGS adds
+# compiler and linker flags (a sanitizer build needs its -fsanitize flags).
+set -euo pipefail
+
+if [ $# -lt 1 ]; then
+  echo "usage: $0 BUILD_DIR [WORK_DIR] [install|cmake|pkgconfig|all]" >&2
+  exit 2
+fi
+source_dir=$(cd "$(dirname "$0")/.." && pwd)
+build=$(cd "$1" && pwd)
+work=${2:-$build/consumer}
+step=${3:-all}
+prefix=$work/prefix
+flags=${CONSUMER_FLAGS:-}
+
+install_step() {
+  rm -rf "$prefix"
+  cmake --install "$build" --prefix "$prefix" >/dev/null
+  # The installed pitool must run from its own place and find its samples.
+  if [ -x "$prefix/bin/pitool" ]; then
+    (cd "$work" && "$prefix/bin/pitool" help OP_START_REBUILD >/dev/null)
+    (cd / && env -u PI_EXAMPLES_DIR "$prefix/bin/pitool" demo >/dev/null)
+  fi
+  echo "installed into $prefix"
+}
+
+cmake_step() {
+  local dir=$work/cmake
+  rm -rf "$dir"
+  cmake -S "$source_dir/tests/consumer" -B "$dir/build" -DCMAKE_PREFIX_PATH="$prefix" \
+    -DCMAKE_FIND_PACKAGE_NO_PACKAGE_REGISTRY=ON -DCMAKE_BUILD_TYPE=Release \
+    -DCMAKE_CXX_FLAGS="$flags" -DCMAKE_EXE_LINKER_FLAGS="$flags" >/dev/null
+  cmake --build "$dir/build" >/dev/null
+  mkdir -p "$dir/scratch"
+  "$dir/build/pi-consumer" "$dir/scratch"
+}
+
+pkgconfig_step() {
+  local dir=$work/pkgconfig
+  rm -rf "$dir"
+  mkdir -p "$dir/scratch"
+  local pcdir
+  pcdir=$(dirname "$(find "$prefix" -name pi.pc -print -quit)")
+  export PKG_CONFIG_PATH=$pcdir
+  local libdir
+  libdir=$(pkg-config --variable=libdir pi)
+  # shellcheck disable=SC2046,SC2086
+  ${CXX:-c++} -std=c++17 $flags "$source_dir/tests/consumer/main.cpp" -o "$dir/pi-consumer" \
+    $(pkg-config --cflags --libs pi) -Wl,-rpath,"$libdir"
+  "$dir/pi-consumer" "$dir/scratch"
+}
+
+mkdir -p "$work"
+case $step in
+  install) install_step ;;
+  cmake) cmake_step ;;
+  pkgconfig) pkgconfig_step ;;
+  all) install_step; cmake_step; pkgconfig_step ;;
+  *) echo "$0: unknown step '$step'" >&2; exit 2 ;;
+esac
