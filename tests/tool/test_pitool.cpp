@@ -517,6 +517,8 @@ TEST(PitoolConfig, ScopesAndTheFallback) {
                    "not set in Config.9");
     ExpectNotFound(Pitool({"config", "--file", ini, "get", "Nothing", "--adapter", "2"}),
                    "nor in DefaultConfig");
+    // A key with a line break still gives one line on standard error.
+    ExpectNotFound(Pitool({"config", "--file", ini, "get", "two\nlines"}), "two\\nlines");
 
     const auto list =
         Pitool({"config", "--file", ini, "list", "Poll", "Missing", "--adapter", "2"});

@@ -166,11 +166,13 @@ void AddSenseCommand(CLI::App& app, Invocation& call) {
         "70h/71h or descriptor format 72h/73h). All values are hexadecimal, as in the sense "
         "data. Exit status 1 when the ASC/ASCQ pair is unknown.");
     sub->add_option("codes", args->codes, "KEY, or KEY ASC ASCQ (hex bytes, e.g. 5 24 00)")
-        ->expected(1, 3);
+        ->expected(1, 3)
+        ->type_name("HEX");
     sub->add_option("--raw", args->raw,
                     "Sense buffer as hex bytes, e.g. --raw 70 00 05 00 00 00 00 0a 00 00 00 00 "
                     "24 00")
-        ->expected(1, -1);
+        ->expected(1, -1)
+        ->type_name("HEX");
     sub->add_option("--file", args->file,
                     "File with the sense buffer as hex bytes (# starts a comment); - for stdin");
     sub->callback([&call, args] { call.run = [args] { return RunSense(*args); }; });

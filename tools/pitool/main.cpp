@@ -4,6 +4,27 @@
 #include <exception>
 #include <iostream>
 #include <new>
+#include <string>
+
+namespace {
+
+// Standard error gets one line per failure, whatever bytes a file name, key
+// or library message carried.
+std::string OneLine(const std::string& text) {
+    std::string line;
+    for (const char c : text) {
+        if (c == '\n') {
+            line += "\\n";
+        } else if (c == '\r' || c == '\t') {
+            line += ' ';
+        } else {
+            line += c;
+        }
+    }
+    return line;
+}
+
+} // namespace
 
 int main(int argc, char** argv) {
     using namespace pitool;
@@ -24,7 +45,7 @@ int main(int argc, char** argv) {
             std::cout << result.text;
         }
         if (!result.note.empty()) {
-            std::cerr << prefix() << result.note << '\n';
+            std::cerr << prefix() << OneLine(result.note) << '\n';
         }
         std::cout.flush();
         if (!std::cout) {
@@ -33,14 +54,14 @@ int main(int argc, char** argv) {
         }
         return result.status;
     } catch (const ToolError& e) {
-        std::cerr << prefix() << e.what() << '\n';
+        std::cerr << prefix() << OneLine(e.what()) << '\n';
         return e.Status();
     } catch (const std::bad_alloc&) {
         std::cerr << prefix() << "out of memory\n";
         return EXIT_USAGE;
     } catch (const std::exception& e) {
         // Anything the library throws on input it cannot take.
-        std::cerr << prefix() << e.what() << '\n';
+        std::cerr << prefix() << OneLine(e.what()) << '\n';
         return EXIT_USAGE;
     }
 }
