@@ -215,6 +215,12 @@ void CIniFile::Document::Parse(const std::string& text) {
             end = text.size();
             line.Text.assign(text, pos, end - pos);
             pos = end;
+            // A carriage return that ends the file is a line end that lost
+            // its "\n": it reads as one now, as it will once a line follows.
+            if (!line.Text.empty() && line.Text.back() == '\r') {
+                line.Text.pop_back();
+                line.Eol = "\r";
+            }
         } else {
             line.Text.assign(text, pos, end - pos);
             line.Eol = "\n";
@@ -225,7 +231,7 @@ void CIniFile::Document::Parse(const std::string& text) {
             }
         }
         if (first && !line.Eol.empty())
-            NewEol = line.Eol;
+            NewEol = line.Eol == "\r" ? "\r\n" : line.Eol;
         first = false;
 
         std::string name;
@@ -259,10 +265,13 @@ std::string CIniFile::Document::Serialize() const {
         out += lines[i]->Text;
         // A line that ended the file without a line end needs one when
         // something was added after it.
-        if (!lines[i]->Eol.empty())
+        if (!lines[i]->Eol.empty()) {
             out += lines[i]->Eol;
-        else if (i + 1 < lines.size())
+            if (lines[i]->Eol == "\r" && i + 1 < lines.size())
+                out += '\n'; // the rest of that line end, now that a line follows
+        } else if (i + 1 < lines.size()) {
             out += NewEol;
+        }
     }
     return out;
 }
