@@ -137,4 +137,35 @@ TEST(IniRegression, HeaderAfterByteOrderMarkReadsTheSameWhereverItStands) {
     EXPECT_EQ(value, "value");
 }
 
+// Found by the ini target: a file whose last line ends in a carriage return
+// without a "\n" kept the CR in that line's value (or made a header line no
+// header); a line added after it completed the line end and so changed the
+// value. The CR now reads as the line end it is from the start.
+TEST(IniRegression, CarriageReturnAtTheEndIsALineEnd) {
+    const std::string path = pi_fuzz::IniScratchDirectory() + "/bare-cr.ini";
+    pi_fuzz::WriteBytes(path, "[s]\nk=v\r");
+    std::string value;
+    {
+        RVX::INI_Files::CIniFile ini;
+        ini.Read(path, RVX::INI_Files::INI_WAIT_FOREVER);
+        EXPECT_EQ(ini["s"]["k"].GetValue(value), 1);
+        EXPECT_EQ(value, "v");
+    }
+    {
+        RVX::INI_Files::CIniFile ini;
+        ini.Lock(path, RVX::INI_Files::INI_WAIT_FOREVER);
+        ini["s"]["j"].SetValue("w");
+        ini.Flush(RVX::INI_Files::INI_WAIT_FOREVER);
+    }
+    EXPECT_EQ(pi_fuzz::ReadBytes(path), "[s]\nk=v\r\nj=w\n");
+    RVX::INI_Files::CIniFile ini;
+    ini.Read(path, RVX::INI_Files::INI_WAIT_FOREVER);
+    EXPECT_EQ(ini["s"]["k"].GetValue(value), 1);
+    EXPECT_EQ(value, "v");
+
+    pi_fuzz::WriteBytes(path, "[a]\nx=1\n[b]\r");
+    ini.Read(path, RVX::INI_Files::INI_WAIT_FOREVER);
+    EXPECT_TRUE(ini["b"].Exists());
+}
+
 } // namespace
