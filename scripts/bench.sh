@@ -6,7 +6,9 @@
 #   scripts/bench.sh [extra Google Benchmark flags, e.g. --benchmark_filter=sense]
 #
 # BENCH_REPETITIONS (default 5) and BENCH_MIN_TIME (seconds per repetition,
-# default 0.2) trade time for steadier medians. Google Benchmark's own report
+# default 0.2) trade time for steadier medians. BENCH_TEST_HOOKS=OFF measures
+# the library built without the tests' allocation hook (the default build,
+# which is measured otherwise, has it). Google Benchmark's own report
 # goes to build-bench/bench-console.txt and its JSON to build-bench/bench.json.
 # Files the benchmarks write (the configuration file, the SQLite database) go
 # to PI_BENCH_DIR, by default build-bench/bench-data, on the disk of the
@@ -17,6 +19,7 @@ build=build-bench
 
 mkdir -p "$build"
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DPI_BUILD_BENCH=ON -DPI_BUILD_TOOLS=OFF \
+  -DPI_TEST_HOOKS="${BENCH_TEST_HOOKS:-ON}" \
   >"$build/configure.log" 2>&1 || { cat "$build/configure.log"; exit 1; }
 cmake --build "$build" -j2 --target pi_bench >/dev/null
 
