@@ -85,8 +85,8 @@ void SensePeer(benchmark::State& state) {
     state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * pairs.size()));
 }
 
-BENCHMARK(SenseOurs)->Name("sense/asc/ours")->UseRealTime();
-BENCHMARK(SensePeer)->Name("sense/asc/sg_get_asc_ascq_str")->UseRealTime();
+BENCHMARK(SenseOurs)->Name("sense/asc/ours");
+BENCHMARK(SensePeer)->Name("sense/asc/sg_get_asc_ascq_str");
 [[maybe_unused]] const int kSenseRow =
     bench::AddComparison({"sense", "ASC/ASCQ text, 10 000 pairs (half unknown)", "sense/asc/ours",
                           "sense/asc/sg_get_asc_ascq_str", 0.1});
@@ -162,10 +162,10 @@ void IconAssign(benchmark::State& state) {
         }
 }
 
-BENCHMARK(HelpOurs)->Name("help/path/ours")->UseRealTime();
-BENCHMARK(HelpAssign)->Name("help/path/assign")->UseRealTime();
-BENCHMARK(IconOurs)->Name("help/icon/ours")->UseRealTime();
-BENCHMARK(IconAssign)->Name("help/icon/assign")->UseRealTime();
+BENCHMARK(HelpOurs)->Name("help/path/ours");
+BENCHMARK(HelpAssign)->Name("help/path/assign");
+BENCHMARK(IconOurs)->Name("help/icon/ours");
+BENCHMARK(IconAssign)->Name("help/icon/assign");
 [[maybe_unused]] const int kHelpRow =
     bench::AddComparison({"help/icons", "GetHelpPath, all 475 ids vs assigning the text",
                           "help/path/ours", "help/path/assign", 2.0});
@@ -257,8 +257,8 @@ void StatusAssign(benchmark::State& state) {
         }
 }
 
-BENCHMARK(StatusOurs)->Name("help/status/ours")->UseRealTime();
-BENCHMARK(StatusAssign)->Name("help/status/assign")->UseRealTime();
+BENCHMARK(StatusOurs)->Name("help/status/ours");
+BENCHMARK(StatusAssign)->Name("help/status/assign");
 [[maybe_unused]] const int kStatusRow =
     bench::AddComparison({"help/icons", "GetPDStatusIcon + GetIconPath, 416 looks vs assign",
                           "help/status/ours", "help/status/assign", 2.0});

@@ -396,8 +396,8 @@ template <class Kind> int RegisterKind() {
     for (const Op& op : ops) {
         const std::string ours = Name(op.name, Kind::kName, "ours");
         const std::string plain = Name(op.name, Kind::kName, "vector");
-        benchmark::RegisterBenchmark(ours.c_str(), op.ours)->UseRealTime();
-        benchmark::RegisterBenchmark(plain.c_str(), op.plain)->UseRealTime();
+        benchmark::RegisterBenchmark(ours.c_str(), op.ours);
+        benchmark::RegisterBenchmark(plain.c_str(), op.plain);
         bench::AddComparison(
             {"property", std::string(op.name) + " " + Kind::kName, ours, plain, op.target});
         if (std::string(op.name) == "copy") {

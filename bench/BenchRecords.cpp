@@ -160,10 +160,10 @@ void InventoryCompare(benchmark::State& state) {
     InventoryCounters(state, inv);
 }
 
-BENCHMARK(InventoryCopy)->Name("inventory/copy")->UseRealTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK(InventoryCopy)->Name("inventory/copy")->Unit(benchmark::kMicrosecond);
 BENCHMARK(InventoryCompare)
     ->Name("inventory/compare")
-    ->UseRealTime()
+
     ->Unit(benchmark::kMicrosecond);
 
 [[maybe_unused]] const int kInventoryRows[] = {
@@ -284,18 +284,18 @@ void LogicalDrivePugixmlWalk(benchmark::State& state) {
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * text.size()));
 }
 
-BENCHMARK(LogicalDriveOurs)->Name("ldxml/ours")->UseRealTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK(LogicalDriveOurs)->Name("ldxml/ours")->Unit(benchmark::kMicrosecond);
 BENCHMARK(LogicalDrivePugixml)
     ->Name("ldxml/pugixml_parse")
-    ->UseRealTime()
+
     ->Unit(benchmark::kMicrosecond);
 BENCHMARK(LogicalDriveSetDoc)
     ->Name("ldxml/cmarkup_setdoc")
-    ->UseRealTime()
+
     ->Unit(benchmark::kMicrosecond);
 BENCHMARK(LogicalDrivePugixmlWalk)
     ->Name("ldxml/pugixml_parse_and_walk")
-    ->UseRealTime()
+
     ->Unit(benchmark::kMicrosecond);
 
 [[maybe_unused]] const int kLogicalDriveRows[] = {
