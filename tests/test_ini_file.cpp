@@ -122,6 +122,29 @@ TEST_F(IniFileTest, ReadsHandWrittenFileTolerantly) {
     EXPECT_EQ(ini["Agent"]["this line means nothing"].GetValue(value), 0);
 }
 
+TEST_F(IniFileTest, NamesComeInFileOrderEachOnce) {
+    WriteBytes(m_File,
+               std::string(HAND_WRITTEN) + "\r\n[Empty]\r\n[Spaced]\r\nkey=third\r\nz=1\r\n");
+    CIniFile ini;
+    ini.Lock(m_File, INI_WAIT_FOREVER);
+    using Names = std::vector<std::string>;
+    EXPECT_EQ(ini.SectionNames(), (Names{"Agent", "Spaced", "Empty"}));
+    EXPECT_EQ(ini["Agent"].KeyNames(),
+              (Names{"Port", "Level", "Url", "Quoted", "Broken", "Empty", "Later"}));
+    EXPECT_EQ(ini["Spaced"].KeyNames(), (Names{"key", "z"}));
+    EXPECT_EQ(ini["Empty"].KeyNames(), Names{});
+    EXPECT_EQ(ini["Missing"].KeyNames(), Names{});
+
+    // The names follow the document as it changes, before any Flush.
+    ini["Agent"]["Level"].Remove();
+    ini["Agent"]["New"].SetValue("1");
+    ini["Spaced"].Remove();
+    ini["Added"]["k"].SetValue("v");
+    EXPECT_EQ(ini.SectionNames(), (Names{"Agent", "Empty", "Added"}));
+    EXPECT_EQ(ini["Agent"].KeyNames(),
+              (Names{"Port", "Url", "Quoted", "Broken", "Empty", "Later", "New"}));
+}
+
 TEST_F(IniFileTest, RewriteChangesOnlyWhatWasSet) {
     WriteBytes(m_File, HAND_WRITTEN);
     {

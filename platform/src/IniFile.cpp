@@ -18,6 +18,7 @@
 #include <system_error>
 #include <thread>
 #include <utility>
+#include <vector>
 
 namespace RVX {
 namespace INI_Files {
@@ -262,6 +263,10 @@ unsigned int CIniSection::KeyCount() const {
     return m_File->m_Document->KeyCount(m_Name);
 }
 
+std::vector<std::string> CIniSection::KeyNames() const {
+    return m_File->m_Document->KeyNames(m_Name);
+}
+
 void CIniSection::Remove() {
     m_File->m_Document->RemoveSection(m_Name);
 }
@@ -278,6 +283,10 @@ CIniFile::~CIniFile() {
 
 CIniSection CIniFile::operator[](const std::string& section) {
     return CIniSection(*this, section);
+}
+
+std::vector<std::string> CIniFile::SectionNames() const {
+    return m_Document->SectionNames();
 }
 
 void CIniFile::Read(const std::string& path, unsigned int /*timeout*/) {

@@ -293,6 +293,26 @@ unsigned int CIniFile::Document::KeyCount(const std::string& section) const {
     return static_cast<unsigned int>(keys.size());
 }
 
+std::vector<std::string> CIniFile::Document::SectionNames() const {
+    std::vector<std::string> names;
+    std::set<std::string> seen;
+    for (const Block& block : Blocks)
+        if (block.HasHeader && seen.insert(block.Name).second)
+            names.push_back(block.Name);
+    return names;
+}
+
+std::vector<std::string> CIniFile::Document::KeyNames(const std::string& section) const {
+    std::vector<std::string> names;
+    std::set<std::string> seen;
+    for (const Block& block : Blocks)
+        if (block.HasHeader && block.Name == section)
+            for (const Line& line : block.Lines)
+                if (line.IsKey && seen.insert(line.Key).second)
+                    names.push_back(line.Key);
+    return names;
+}
+
 const CIniFile::Document::Line* CIniFile::Document::FindKey(const std::string& section,
                                                             const std::string& key) const {
     for (const Block& block : Blocks)

@@ -42,6 +42,8 @@ struct CIniFile::Document {
     // of them make up the section, and the first occurrence of a key counts.
     bool HasSection(const std::string& section) const;
     unsigned int KeyCount(const std::string& section) const;
+    std::vector<std::string> SectionNames() const;
+    std::vector<std::string> KeyNames(const std::string& section) const;
     const Line* FindKey(const std::string& section, const std::string& key) const;
     // Throws INI_ERROR_NOT_REPRESENTABLE before changing anything.
     void SetKey(const std::string& section, const std::string& key, const std::string& value);

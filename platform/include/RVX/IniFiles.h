@@ -26,6 +26,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace RVX {
 namespace INI_Files {
@@ -76,6 +77,9 @@ public:
     bool Exists() const;
     // The number of distinct keys in the section.
     unsigned int KeyCount() const;
+    // The distinct keys of the section in file order; a key repeated later,
+    // also in a repeated header, stands where it first occurs.
+    std::vector<std::string> KeyNames() const;
     // Deletes the section with all its keys. Comments and blank lines after
     // its last key stay: they usually introduce what follows.
     void Remove();
@@ -110,6 +114,9 @@ public:
     void Flush(unsigned int timeout);
 
     CIniSection operator[](const std::string& section);
+    // The distinct section names in file order, empty sections included; a
+    // repeated header adds no name.
+    std::vector<std::string> SectionNames() const;
 
     struct Document;
 
