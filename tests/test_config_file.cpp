@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -310,6 +311,115 @@ TEST_F(ConfigFileTest, HandWrittenFileReadsAndKeepsItsCommentsOnRewrite) {
     const std::string from = "WriteCache = off   ; battery missing";
     expected.replace(expected.find(from), from.size(), "WriteCache = on   ; battery missing");
     EXPECT_EQ(ReadBytes(m_File), expected);
+}
+
+// `text` without its (only) line that starts with `line`.
+std::string WithoutLine(std::string text, const std::string& line) {
+    const size_t at = text.find(line);
+    EXPECT_NE(at, std::string::npos) << line;
+    EXPECT_EQ(text.find(line, at + 1), std::string::npos) << line;
+    if (at != std::string::npos)
+        text.erase(at, text.find('\n', at) + 1 - at);
+    return text;
+}
+
+TEST_F(ConfigFileTest, DeleteRemovesOneKeyAndKeepsEverythingElse) {
+    const std::string original = SampleWithCrlfAndBom();
+    WriteBytes(m_File, original);
+
+    EXPECT_EQ(m_Store.DeleteKeyValue("WriteCache", 0, 1), 0u);
+    EXPECT_EQ(m_Store.DeleteKeyValue("PollInterval", -1, -1), 0u);
+    EXPECT_EQ(m_Store.DeleteKeyValue("Role", "Host=1"), 0u);
+    EXPECT_EQ(m_Store.DeleteSectionKeyValue("Config.Mail", "Port"), 0u);
+    // No fallback, and no "=" replacement in the verbatim form: these name
+    // keys that the file does not hold where they are sought.
+    EXPECT_EQ(m_Store.DeleteKeyValue("LogLevel", 0, -1), 0u);
+    EXPECT_EQ(m_Store.DeleteKeyValue("Alias", 0, 1), 0u);
+    EXPECT_EQ(m_Store.DeleteSectionKeyValue("Config.Host=1", "Role"), 0u);
+
+    std::string expected = original;
+    for (const char* line :
+         {"WriteCache = off", "PollInterval = 30", "Role = primary", "Port = 25"})
+        expected = WithoutLine(expected, line);
+    EXPECT_EQ(ReadBytes(m_File), expected) << "comments, neighbours and line ends stay";
+
+    // The emptied section stays, so a listing still shows it.
+    std::vector<CConfigValue> items = {{"stale", "stale", "stale"}};
+    EXPECT_EQ(m_Store.ReadSection("Config.Host_1", items), 0u);
+    EXPECT_TRUE(items.empty());
+}
+
+TEST_F(ConfigFileTest, DeleteCreatesNothingAndRefusesAnEmptyKey) {
+    EXPECT_EQ(m_Store.DeleteKeyValue("k", 1, 2), 0u);
+    EXPECT_EQ(m_Store.DeleteKeyValue("k", "n"), 0u);
+    EXPECT_EQ(m_Store.DeleteSectionKeyValue("S", "k"), 0u);
+    EXPECT_TRUE(boost::filesystem::is_empty(m_Dir)) << "neither the file nor a lock file";
+
+    ASSERT_EQ(m_Store.WriteKeyValue("k", "v", 3, -1), 0u);
+    struct stat before, after;
+    ASSERT_EQ(::stat(m_File.c_str(), &before), 0);
+    const std::string content = ReadBytes(m_File);
+    EXPECT_EQ(m_Store.DeleteKeyValue("", 3, -1), PI::RESULT_NOT_FOUND);
+    EXPECT_EQ(m_Store.DeleteKeyValue("", ""), PI::RESULT_NOT_FOUND);
+    EXPECT_EQ(m_Store.DeleteSectionKeyValue("Config.3", ""), PI::RESULT_NOT_FOUND);
+    EXPECT_EQ(m_Store.DeleteKeyValue("absent", 3, -1), 0u);
+    ASSERT_EQ(::stat(m_File.c_str(), &after), 0);
+    EXPECT_EQ(after.st_ino, before.st_ino) << "nothing removed, nothing rewritten";
+    EXPECT_EQ(ReadBytes(m_File), content);
+
+    CConfigFile unnamed;
+    EXPECT_EQ(unnamed.DeleteKeyValue("k", 3, -1), PI::RESULT_NOT_FOUND);
+}
+
+void FailWhenWritten(RVX::INI_Files::Internals::WriteStage stage) {
+    if (stage == RVX::INI_Files::Internals::WRITE_WRITTEN)
+        throw std::runtime_error("disk full");
+}
+
+TEST_F(ConfigFileTest, FailedDeleteLeavesTheFileAndNoLock) {
+    ASSERT_EQ(m_Store.WriteKeyValue("k", "v", 3, -1), 0u);
+    const std::string content = ReadBytes(m_File);
+    RVX::INI_Files::Internals::SetWriteStageHook(&FailWhenWritten);
+    const unsigned result = m_Store.DeleteKeyValue("k", 3, -1);
+    RVX::INI_Files::Internals::SetWriteStageHook(nullptr);
+    EXPECT_EQ(result, PI::RESULT_NOT_FOUND);
+    EXPECT_EQ(ReadBytes(m_File), content);
+    EXPECT_FALSE(boost::filesystem::exists(m_File + ".lck"));
+}
+
+// "Key=Value" of each item, and "Name" apart when it is set.
+std::vector<std::string> Shown(const std::vector<CConfigValue>& items) {
+    std::vector<std::string> shown;
+    for (const CConfigValue& item : items)
+        shown.push_back(item.Key + "=" + item.Value +
+                        (item.Name.empty() ? "" : " in " + item.Name));
+    return shown;
+}
+
+TEST_F(ConfigFileTest, ListingsFollowTheFileOrder) {
+    using Texts = std::vector<std::string>;
+    Texts sections = {"stale"};
+    std::vector<CConfigValue> items = {{"stale", "stale", "stale"}};
+    EXPECT_EQ(m_Store.ReadSectionNames(sections), PI::RESULT_CONFIG_NOT_READ);
+    EXPECT_EQ(m_Store.ReadSection("DefaultConfig", items), PI::RESULT_CONFIG_NOT_READ);
+    EXPECT_EQ(sections, Texts{});
+    EXPECT_EQ(Shown(items), Texts{});
+
+    WriteBytes(m_File, SampleWithCrlfAndBom());
+    ASSERT_EQ(m_Store.WriteKeyValue("Added", "1", 7, -1), 0u);
+    ASSERT_EQ(m_Store.WriteKeyValue("Added", "2", -1, -1), 0u);
+    EXPECT_EQ(m_Store.ReadSectionNames(sections), 0u);
+    EXPECT_EQ(sections, (Texts{"DefaultConfig", "Config.0", "Config.0.1", "Config.Mail",
+                               "Config.Host_1", "Config.7"}));
+    EXPECT_EQ(m_Store.ReadSection("DefaultConfig", items), 0u);
+    EXPECT_EQ(Shown(items),
+              (Texts{"PollInterval=30", "LogLevel=2", "EventLog=/var/log/pi/events.log",
+                     "Greeting= Welcome; please log in ", "Added=2"}));
+    // Sections are named verbatim: no "Config." prefix, no fallback.
+    EXPECT_EQ(m_Store.ReadSection("Config.0.1", items), 0u);
+    EXPECT_EQ(Shown(items), (Texts{"ReadCache=on", "WriteCache=off"}));
+    EXPECT_EQ(m_Store.ReadSection("Mail", items), PI::RESULT_CONFIG_NOT_READ);
+    EXPECT_EQ(Shown(items), Texts{});
 }
 
 } // namespace

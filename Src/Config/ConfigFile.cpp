@@ -17,6 +17,9 @@
 
 #include <algorithm>
 #include <locale>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace PI {
 namespace {
@@ -95,19 +98,30 @@ void CreateEmptyFile(const boost::filesystem::path& path) {
     ::close(fd);
 }
 
-// Takes the file lock; a missing file is created and locked. A second
-// failure reaches the caller.
-void LockForWrite(CIniFile& ini, const boost::filesystem::path& path) {
+bool IsMissing(const boost::filesystem::path& path) {
+    boost::system::error_code error;
+    return boost::filesystem::status(path, error).type() == boost::filesystem::file_not_found;
+}
+
+// Takes the file lock. A missing file is created and locked when `create`
+// is set; otherwise nothing is locked, not even a lock file is left behind,
+// and the result is false. A second failure reaches the caller.
+bool LockForWrite(CIniFile& ini, const boost::filesystem::path& path, bool create) {
+    if (!create && IsMissing(path))
+        return false;
     try {
         ini.Lock(path.string(), RVX::INI_Files::INI_WAIT_FOREVER);
-        return;
+        return true;
     } catch (...) {
         CThrowState::ContinueException(Here(__LINE__));
     }
-    boost::system::error_code error;
-    if (boost::filesystem::status(path, error).type() == boost::filesystem::file_not_found)
+    if (IsMissing(path)) {
+        if (!create)
+            return false; // removed by hand since the first look
         CreateEmptyFile(path);
+    }
     ini.Lock(path.string(), RVX::INI_Files::INI_WAIT_FOREVER);
+    return true;
 }
 
 // After a failed write. The lock is still held, so nobody is inside;
@@ -252,16 +266,23 @@ unsigned CConfigFile::WriteSectionKeyValue(const std::string& section, const std
 }
 
 unsigned CConfigFile::WriteOne(const std::string& section, const std::string& key,
-                               const std::string& value) {
+                               const std::string& value, Change change) {
     RVX::Threading::CThrowStateGuard state;
     if (m_FilePath.empty())
         return RESULT_NOT_FOUND; // SetFileName was never called
+    const bool removal = change == Change::RemoveKey;
+    if (removal && key.empty())
+        return RESULT_NOT_FOUND; // names no key; never taken for the whole section
     // Declared outside the try: the lock must still be held while a failed
     // write removes the lock file.
     CIniFile ini;
-    LockForWrite(ini, m_FilePath);
+    if (!LockForWrite(ini, m_FilePath, !removal))
+        return RESULT_SUCCESS; // no file, so no key to remove
     try {
-        Apply(ini, section, key, value);
+        if (removal)
+            ini[section][key].Remove();
+        else
+            Apply(ini, section, key, value);
         ini.Flush(FLUSH_TIMEOUT);
         return RESULT_SUCCESS;
     } catch (...) {
@@ -277,7 +298,7 @@ unsigned CConfigFile::WriteKeyValueList(const std::vector<CConfigValue>& items) 
     if (m_FilePath.empty())
         return RESULT_NOT_FOUND;
     CIniFile ini;
-    LockForWrite(ini, m_FilePath);
+    LockForWrite(ini, m_FilePath, true);
     try {
         for (const CConfigValue& item : items)
             if (!item.Name.empty())
@@ -288,6 +309,64 @@ unsigned CConfigFile::WriteKeyValueList(const std::vector<CConfigValue>& items) 
         CThrowState::ContinueException(Here(__LINE__));
         RemoveLockFile(m_FilePath);
         return RESULT_NOT_FOUND;
+    }
+}
+
+unsigned CConfigFile::DeleteKeyValue(const std::string& key, int first, int second) {
+    RVX::Threading::CSyncGuard guard(m_Lock);
+    return WriteOne(NumberSection(first, second), key, std::string(), Change::RemoveKey);
+}
+
+unsigned CConfigFile::DeleteKeyValue(const std::string& key, const std::string& name) {
+    RVX::Threading::CSyncGuard guard(m_Lock);
+    return WriteOne(NamedSection(name), key, std::string(), Change::RemoveKey);
+}
+
+unsigned CConfigFile::DeleteSectionKeyValue(const std::string& section, const std::string& key) {
+    RVX::Threading::CSyncGuard guard(m_Lock);
+    return WriteOne(section, key, std::string(), Change::RemoveKey);
+}
+
+unsigned CConfigFile::ReadSection(const std::string& section, std::vector<CConfigValue>& items) {
+    RVX::Threading::CSyncGuard guard(m_Lock);
+    RVX::Threading::CThrowStateGuard state;
+    items.clear();
+    CIniFile ini;
+    if (!ReadFile(ini, m_FilePath))
+        return RESULT_CONFIG_NOT_READ;
+    try {
+        RVX::INI_Files::CIniSection handle = ini[section];
+        if (!handle.Exists())
+            return RESULT_CONFIG_NOT_READ;
+        std::vector<CConfigValue> found;
+        for (std::string& key : handle.KeyNames()) {
+            CConfigValue item;
+            handle[key].GetValue(item.Value);
+            item.Key.swap(key);
+            found.push_back(std::move(item));
+        }
+        items.swap(found);
+        return RESULT_SUCCESS;
+    } catch (...) {
+        CThrowState::EndException(Here(__LINE__));
+        return RESULT_CONFIG_NOT_READ;
+    }
+}
+
+unsigned CConfigFile::ReadSectionNames(std::vector<std::string>& sections) {
+    RVX::Threading::CSyncGuard guard(m_Lock);
+    RVX::Threading::CThrowStateGuard state;
+    sections.clear();
+    CIniFile ini;
+    if (!ReadFile(ini, m_FilePath))
+        return RESULT_CONFIG_NOT_READ;
+    try {
+        sections = ini.SectionNames();
+        return RESULT_SUCCESS;
+    } catch (...) {
+        CThrowState::EndException(Here(__LINE__));
+        sections.clear();
+        return RESULT_CONFIG_NOT_READ;
     }
 }
 

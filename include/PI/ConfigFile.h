@@ -10,8 +10,8 @@
 //
 // Results: 0 success; RESULT_CONFIG_NOT_READ (20014) from reads when the
 // value is not found or the file cannot be read; RESULT_NOT_FOUND (20000)
-// from writes that failed, the file then being unchanged. Outputs are
-// emptied first. Keys and section names are case-sensitive.
+// from writes and removals that failed, the file then being unchanged.
+// Outputs are emptied first. Keys and section names are case-sensitive.
 
 #include "PI/Export.h"
 
@@ -59,9 +59,32 @@ public:
     // Items with an empty Name are skipped; all others are written at once.
     unsigned WriteKeyValueList(const std::vector<CConfigValue>& items);
 
+    // Remove one key of the scope, leaving the rest of the section (its other
+    // keys and comments, and the section itself when it becomes empty). A
+    // missing key or file is no error and a missing file is not created. An
+    // empty key is refused: clearing a scope is the write with an empty key.
+    unsigned DeleteKeyValue(const std::string& key, int first, int second);
+    unsigned DeleteKeyValue(const std::string& key, const std::string& name);
+    unsigned DeleteSectionKeyValue(const std::string& section, const std::string& key);
+
+    // Every key of the section, named verbatim, with its value, in file
+    // order; Name stays empty. RESULT_CONFIG_NOT_READ when the file cannot be
+    // read or has no such section; an existing section without keys gives 0
+    // and no items.
+    unsigned ReadSection(const std::string& section, std::vector<CConfigValue>& items);
+    // The names of all sections in file order; RESULT_CONFIG_NOT_READ when
+    // the file cannot be read.
+    unsigned ReadSectionNames(std::vector<std::string>& sections);
+
 private:
+    // What WriteOne does with the key: a write sets it (an empty key removes
+    // the section, a missing file is created first); a removal deletes just
+    // the key and leaves a missing file missing.
+    enum class Change { Write, RemoveKey };
+
     unsigned ReadScoped(const std::string& section, const std::string& key, std::string& value);
-    unsigned WriteOne(const std::string& section, const std::string& key, const std::string& value);
+    unsigned WriteOne(const std::string& section, const std::string& key, const std::string& value,
+                      Change change = Change::Write);
 
     boost::filesystem::path m_FilePath;
     RVX::Threading::Native_OS::CCriticalSection m_Lock;
