@@ -545,6 +545,70 @@ TEST(PitoolConfig, ValuesReadBackExactly) {
     }
 }
 
+TEST(PitoolConfig, DeleteOneKeyOrAScopeOfTheSample) {
+    ScratchDir dir;
+    const std::string original = Slurp(Example("pi.ini"));
+    const std::string ini = dir.File("pi.ini", original);
+
+    const auto r =
+        Pitool({"config", "--file", ini, "delete", "WriteCache", "--adapter", "0", "--unit", "1"});
+    ExpectOk(r);
+    EXPECT_EQ(r.out, "deleted Config.0.1: WriteCache\n");
+    std::string expected = original;
+    const std::string line = "WriteCache = off   ; battery missing\n";
+    expected.erase(expected.find(line), line.size());
+    EXPECT_EQ(Slurp(ini), expected) << "only that line goes; comments and neighbours stay";
+
+    // Gone already, or only in the fallback section: nothing is deleted.
+    ExpectNotFound(
+        Pitool({"config", "--file", ini, "delete", "WriteCache", "--adapter", "0", "--unit", "1"}),
+        "'WriteCache' is not set in Config.0.1");
+    ExpectNotFound(Pitool({"config", "--file", ini, "delete", "LogLevel", "--adapter", "0"}),
+                   "not set in Config.0");
+    ExpectUsage(Pitool({"config", "--file", ini, "delete", ""}), "key is empty");
+    EXPECT_EQ(Slurp(ini), expected);
+
+    ExpectOk(Pitool({"config", "--json", "--file", ini, "delete", "--name", "Mail"}));
+    ExpectNotFound(Pitool({"config", "--file", ini, "delete", "--name", "Mail"}),
+                   "no section Config.Mail");
+    EXPECT_THAT(Slurp(ini), AllOf(::testing::Not(HasSubstr("[Config.Mail]")),
+                                  HasSubstr("[Config.Host_1]\nRole = primary")));
+}
+
+TEST(PitoolConfig, ListShowsTheFileInItsOrder) {
+    ScratchDir dir;
+    const std::string ini = dir.File("pi.ini", Slurp(Example("pi.ini")));
+    ExpectOk(Pitool({"config", "--file", ini, "set", "Note", "two\nlines", "--name", "Host=1"}));
+
+    const auto all = Pitool({"config", "--file", ini, "list"});
+    ExpectOk(all);
+    size_t at = 0;
+    for (const char* part :
+         {"[DefaultConfig]\nPollInterval = 30\n", "Greeting = \" Welcome; please log in \"\n",
+          "\n[Config.0]\n", "[Config.0.1]\nReadCache = on\nWriteCache = off\n", "[Config.Mail]",
+          "Subject = \"Storage event #%d\"\n", "[Config.Host_1]\nRole = primary\n",
+          "Note = \"two\\nlines\"\n"}) {
+        const size_t found = all.out.find(part, at);
+        EXPECT_NE(found, std::string::npos) << "in order: " << part << "\n" << all.out;
+        at = found == std::string::npos ? at : found;
+    }
+
+    const auto one = Pitool({"config", "--file", ini, "list", "--adapter", "0"});
+    ExpectOk(one);
+    EXPECT_EQ(one.out, "[Config.0]\nPollInterval = 10\nAlias = Front bay\n");
+    for (const auto& args : {std::vector<std::string>{"list"},
+                             std::vector<std::string>{"list", "--section", "Config.Mail"}}) {
+        std::vector<std::string> call = {"config", "--json", "--file", ini};
+        call.insert(call.end(), args.begin(), args.end());
+        const auto r = Pitool(call);
+        ExpectOk(r);
+        EXPECT_TRUE(JsonChecker(r.out).Valid()) << r.out;
+        EXPECT_THAT(r.out, HasSubstr("\"Subject\": \"Storage event #%d\""));
+    }
+    ExpectNotFound(Pitool({"config", "--file", ini, "list", "--adapter", "7"}),
+                   "no section Config.7");
+}
+
 TEST(PitoolConfig, BadUsageIsRefused) {
     ScratchDir dir;
     const std::string ini = dir.File("pi.ini", "[DefaultConfig]\nPoll=30\n");

@@ -5,10 +5,14 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <climits>
 #include <exception>
 #include <memory>
+#include <string>
 #include <sys/stat.h>
+#include <utility>
+#include <vector>
 
 namespace pitool {
 
@@ -25,6 +29,7 @@ struct ConfigArgs {
     std::string section;
     bool hasName = false;
     bool hasSection = false;
+    bool hasKey = false; // delete: one key rather than the whole scope
     std::string key;
     std::string value;
     std::vector<std::string> keys;
@@ -157,22 +162,152 @@ Result Set(PI::CConfigFile& store, const ConfigArgs& args, const Scope& scope) {
     return result;
 }
 
+unsigned RemoveKey(PI::CConfigFile& store, const Scope& scope, const std::string& key) {
+    switch (scope.kind) {
+    case Scope::Kind::Name:
+        return store.DeleteKeyValue(key, scope.name);
+    case Scope::Kind::Section:
+        return store.DeleteSectionKeyValue(scope.section, key);
+    default:
+        return store.DeleteKeyValue(key, scope.first, scope.second);
+    }
+}
+
+std::vector<std::string> SectionNames(PI::CConfigFile& store, const std::string& file) {
+    std::vector<std::string> sections;
+    if (store.ReadSectionNames(sections) != 0) {
+        Fail("cannot read '" + file + "'");
+    }
+    return sections;
+}
+
+bool Holds(const std::vector<std::string>& sections, const std::string& section) {
+    return std::find(sections.begin(), sections.end(), section) != sections.end();
+}
+
+// With a key, that key of the scope; without, the whole scope. Either must
+// be there: deleting nothing is more likely a typing error than intended.
 Result Delete(PI::CConfigFile& store, const ConfigArgs& args, const Scope& scope) {
-    // The store would create a missing file just to delete from it.
     RequireFile(args.file);
-    if (Guarded(args.file, [&] { return Write(store, scope, "", ""); }) != 0) {
-        Fail("cannot delete " + scope.section + " in '" + args.file + "'");
+    Json json = Base(args, scope);
+    std::string what = scope.section;
+    if (args.hasKey) {
+        if (args.key.empty()) {
+            Fail("the key is empty (delete without a key removes the whole scope)");
+        }
+        std::string value;
+        if (store.ReadSectionKeyValue(scope.section, args.key, value) != 0) {
+            NotFound("'" + args.key + "' is not set in " + scope.section);
+        }
+        if (Guarded(args.file, [&] { return RemoveKey(store, scope, args.key); }) != 0) {
+            Fail("cannot delete '" + args.key + "' from " + scope.section + " in '" + args.file +
+                 "'");
+        }
+        what += ": " + args.key;
+        json.Set("key", args.key);
+    } else {
+        if (!Holds(SectionNames(store, args.file), scope.section)) {
+            NotFound("there is no section " + scope.section);
+        }
+        // An empty key makes the write remove the whole section.
+        if (Guarded(args.file, [&] { return Write(store, scope, "", ""); }) != 0) {
+            Fail("cannot delete " + scope.section + " in '" + args.file + "'");
+        }
     }
     Result result;
-    result.text = "deleted " + scope.section + "\n";
-    result.json = Base(args, scope).Set("deleted", true);
+    result.text = "deleted " + what + "\n";
+    result.json = json.Set("deleted", true);
+    return result;
+}
+
+// A value as the configuration file writes it, so that every key keeps to
+// one line: in double quotes with the escapes \\ \" \n \r \t when plain
+// text would not read back the same.
+std::string AsWritten(const std::string& value) {
+    const auto blank = [](char c) { return c == ' ' || c == '\t'; };
+    const bool plain = (value.empty() || (!blank(value.front()) && !blank(value.back()))) &&
+                       value.find_first_of(";#\"\r\n") == std::string::npos;
+    if (plain) {
+        return value;
+    }
+    std::string out = "\"";
+    for (const char c : value) {
+        switch (c) {
+        case '\\':
+        case '"':
+            out += '\\';
+            out += c;
+            break;
+        case '\n':
+            out += "\\n";
+            break;
+        case '\r':
+            out += "\\r";
+            break;
+        case '\t':
+            out += "\\t";
+            break;
+        default:
+            out += c;
+            break;
+        }
+    }
+    return out + '"';
+}
+
+// The keys of one section as "[section]" and "key = value" lines, and as a
+// JSON object. False when the section is not (or no longer) there.
+bool ReadWholeSection(PI::CConfigFile& store, const std::string& section, std::string& text,
+                      Json& values) {
+    std::vector<PI::CConfigValue> items;
+    if (store.ReadSection(section, items) != 0) {
+        return false;
+    }
+    text = "[" + section + "]\n";
+    values = Json::Object();
+    for (const auto& item : items) {
+        text += item.Key + " = " + AsWritten(item.Value) + "\n";
+        values.Set(item.Key, item.Value);
+    }
+    return true;
+}
+
+// Without keys: the whole file, or the one section of a scope option.
+Result ListSections(PI::CConfigFile& store, const ConfigArgs& args, const Scope& scope) {
+    const std::vector<std::string> sections = SectionNames(store, args.file);
+    Result result;
+    if (scope.kind != Scope::Kind::Default) {
+        Json values;
+        if (!Holds(sections, scope.section) ||
+            !ReadWholeSection(store, scope.section, result.text, values)) {
+            NotFound("there is no section " + scope.section);
+        }
+        result.json = Base(args, scope).Set("values", std::move(values));
+        return result;
+    }
+    Json all = Json::Object();
+    for (const auto& section : sections) {
+        std::string text;
+        Json values;
+        // A section that another writer removed since the names were read
+        // is left out.
+        if (ReadWholeSection(store, section, text, values)) {
+            result.text += (result.text.empty() ? "" : "\n") + text;
+            all.Set(section, std::move(values));
+        }
+    }
+    result.json = Json::Object().Set("file", args.file).Set("sections", std::move(all));
     return result;
 }
 
 Result List(PI::CConfigFile& store, const ConfigArgs& args, const Scope& scope) {
     RequireFile(args.file);
+    if (args.keys.empty()) {
+        return ListSections(store, args, scope);
+    }
     if (scope.kind == Scope::Kind::Default || scope.kind == Scope::Kind::Section) {
-        Fail("list reads a named or adapter scope: give --name NAME or --adapter N [--unit M]");
+        Fail("list with keys reads a named or adapter scope: give --name NAME or --adapter N "
+             "[--unit M], or no keys to list a whole section");
     }
     // The list form of the store addresses "Config." + Name, so an adapter
     // scope is the name "N" or "N.M".
@@ -221,11 +356,16 @@ Result RunConfig(const ConfigArgs& args) {
 void AddConfigCommand(CLI::App& app, Invocation& call) {
     auto args = std::make_shared<ConfigArgs>();
     CLI::App* sub = AddSubcommand(
-        app, call, "config", "Get, set and delete keys of a configuration file",
+        app, call, "config", "Get, set, delete and list keys of a configuration file",
         "Scopes: --adapter N (section Config.N), --adapter N --unit M (Config.N.M), --name NAME "
         "(Config.NAME, each = becomes _), --section NAME (that section, verbatim), or none "
         "(DefaultConfig). Reads of an adapter or named scope fall back to DefaultConfig. The "
-        "scope options may stand before or after the action.");
+        "scope options may stand before or after the action.\n\n"
+        "delete KEY removes that key of the scope; delete without a key removes the whole scope "
+        "with all its keys. list without keys prints every section of the file in file order, "
+        "or with a scope option only that scope's section, as [section] and key = value lines "
+        "(a value that would not read back as plain text stands in double quotes with the "
+        "escapes \\\\ \\\" \\n \\r \\t).");
     sub->require_subcommand(1);
     sub->add_option("--file", args->file, "Path of the configuration file")->required();
     sub->add_option("--adapter", args->adapter, "Adapter number");
@@ -245,15 +385,18 @@ void AddConfigCommand(CLI::App& app, Invocation& call) {
     CLI::App* set = action("set", "Set KEY to VALUE (creates the file if needed)", Action::Set);
     set->add_option("key", args->key, "Key name")->required();
     set->add_option("value", args->value, "Value (may be empty)")->required();
-    action("delete", "Delete the whole scope with all its keys", Action::Delete);
-    action("list", "Print the values of several keys of an adapter or named scope at once",
+    CLI::Option* deleteKey =
+        action("delete", "Delete KEY of the scope, or the whole scope when KEY is left out",
+               Action::Delete)
+            ->add_option("key", args->key, "Key name; leave it out to delete the whole scope");
+    action("list", "Print the whole file or one scope; with KEYs, those keys of a scope",
            Action::List)
-        ->add_option("keys", args->keys, "Key names")
-        ->required();
+        ->add_option("keys", args->keys, "Key names");
 
-    sub->callback([&call, args, sub] {
+    sub->callback([&call, args, sub, deleteKey] {
         args->hasName = sub->count("--name") > 0;
         args->hasSection = sub->count("--section") > 0;
+        args->hasKey = deleteKey->count() > 0;
         call.run = [args] { return RunConfig(*args); };
     });
 }
