@@ -33,7 +33,10 @@ cmake --build "$build" -j2 --target fuzz_targets >"$build/build.log" 2>&1 ||
   { tail -50 "$build/build.log"; exit 1; }
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/pi-fuzz.XXXXXX")
-trap 'rm -rf "$work"' EXIT
+# The ini target writes its files here: in memory when /dev/shm is there.
+scratch=$(mktemp -d /dev/shm/pi-fuzz.XXXXXX 2>/dev/null || mktemp -d "$work/scratch.XXXXXX")
+trap 'rm -rf "$work" "$scratch"' EXIT
+export PI_FUZZ_TMPDIR="$scratch"
 artifacts="$PWD/$build/artifacts"
 mkdir -p "$artifacts"
 
