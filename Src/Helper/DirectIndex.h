@@ -38,5 +38,40 @@ constexpr DirectIndex<First, Last> BuildDirectIndex(const Row (&rows)[N]) {
     return index;
 }
 
+// A found text with its length, so that the copy need not measure it again;
+// `text` is nullptr when nothing was found.
+struct FoundText {
+    const char* text;
+    size_t length;
+};
+
+constexpr size_t TextLength(const char* text) {
+    size_t n = 0;
+    while (text[n] != '\0')
+        ++n;
+    return n;
+}
+
+// The lengths of the texts of a table's rows, by row number.
+template <size_t N> struct TextLengths {
+    unsigned char length[N];
+    int overlong; // texts longer than a length byte holds
+    int empty;    // empty texts (a copy would take a length of 0 as "measure it")
+};
+
+template <typename Row, size_t N>
+constexpr TextLengths<N> BuildTextLengths(const Row (&rows)[N], const char* const Row::*text) {
+    TextLengths<N> lengths{};
+    for (size_t i = 0; i < N; ++i) {
+        const size_t length = TextLength(rows[i].*text);
+        if (length > 255)
+            ++lengths.overlong;
+        if (length == 0)
+            ++lengths.empty;
+        lengths.length[i] = static_cast<unsigned char>(length);
+    }
+    return lengths;
+}
+
 } // namespace Detail
 } // namespace PI

@@ -16,10 +16,10 @@ int TranslateSenseKey(unsigned char key, std::string& text, _SEVERITY& severity)
 
 int TranslateSenseASC(unsigned char asc, unsigned char ascq, std::string& text) {
     text.clear();
-    const char* found = FindSenseText(asc, ascq);
-    if (found == nullptr)
+    const Detail::FoundText found = FindSenseText(asc, ascq);
+    if (found.text == nullptr)
         return static_cast<int>(RESULT_NOT_FOUND);
-    text = found;
+    text.assign(found.text, found.length);
     return static_cast<int>(RESULT_SUCCESS);
 }
 

@@ -1,7 +1,5 @@
 #include "SenseTable.h"
 
-#include <algorithm>
-
 namespace PI {
 
 // "Data protect" and "blank check" count as informational here, "unit
@@ -508,8 +506,6 @@ constexpr bool KeysMatchRowNumbers() {
     return true;
 }
 
-// Strictly ascending codes also rule out duplicates, so a binary search finds
-// the same row as a first-match scan.
 constexpr bool CodesStrictlyAscending() {
     for (size_t i = 1; i < kSenseRowCount; ++i)
         if (SenseCode(kSenseRows[i - 1]) >= SenseCode(kSenseRows[i]))
@@ -517,17 +513,123 @@ constexpr bool CodesStrictlyAscending() {
     return true;
 }
 
+// The lookup goes through a two-level index: per ASC a run of slots, one for
+// every ASCQ from 0 to the highest that ASC has in the table, each holding
+// the first row with that pair or -1. Slot 0 is a shared -1 that every pair
+// outside a run lands on. The run of 5D (up to FF) makes up most of the
+// slots; a full index over all 65 536 pairs would need 128 KB.
+constexpr size_t kAscCount = 256;
+
+constexpr size_t SenseSlotCount() {
+    int highest[kAscCount] = {};
+    for (int& h : highest)
+        h = -1;
+    for (const SenseRow& row : kSenseRows)
+        if (row.ascq > highest[row.asc])
+            highest[row.asc] = row.ascq;
+    size_t slots = 1;
+    for (const int h : highest)
+        slots += static_cast<size_t>(h + 1);
+    return slots;
+}
+
+constexpr size_t kSenseSlotCount = SenseSlotCount();
+
+struct AscRun {
+    unsigned short first; // slot of ASCQ 0
+    unsigned short span;  // ASCQs 0..span-1 have a slot
+};
+
+struct SenseIndex {
+    AscRun run[kAscCount];
+    short row[kSenseSlotCount];
+    unsigned char length[kSenseRowCount]; // of each row's text
+    int duplicates;                       // rows whose pair an earlier row has
+    int overlong;                         // texts too long for their length
+};
+
+constexpr SenseIndex BuildSenseIndex() {
+    SenseIndex index{};
+    for (const SenseRow& row : kSenseRows)
+        if (row.ascq + 1u > index.run[row.asc].span)
+            index.run[row.asc].span = static_cast<unsigned short>(row.ascq + 1u);
+    unsigned short next = 1;
+    for (AscRun& run : index.run) {
+        run.first = next;
+        next = static_cast<unsigned short>(next + run.span);
+    }
+    for (short& r : index.row)
+        r = -1;
+    for (size_t i = 0; i < kSenseRowCount; ++i) {
+        const SenseRow& row = kSenseRows[i];
+        short& slot = index.row[index.run[row.asc].first + row.ascq];
+        if (slot >= 0)
+            ++index.duplicates;
+        else
+            slot = static_cast<short>(i);
+        const size_t length = Detail::TextLength(row.text);
+        if (length > 255)
+            ++index.overlong;
+        index.length[i] = static_cast<unsigned char>(length);
+    }
+    return index;
+}
+
+constexpr SenseIndex kSenseIndex = BuildSenseIndex();
+
+constexpr int IndexedRow(unsigned char asc, unsigned char ascq) {
+    const AscRun run = kSenseIndex.run[asc];
+    return kSenseIndex.row[ascq < run.span ? run.first + ascq : 0];
+}
+
+// A first-match scan of the rows, for checking the index against.
+constexpr int ScannedRow(unsigned char asc, unsigned char ascq) {
+    for (size_t i = 0; i < kSenseRowCount; ++i)
+        if (kSenseRows[i].asc == asc && kSenseRows[i].ascq == ascq)
+            return static_cast<int>(i);
+    return -1;
+}
+
+constexpr bool IndexFindsEveryRow() {
+    for (const SenseRow& row : kSenseRows)
+        if (IndexedRow(row.asc, row.ascq) != ScannedRow(row.asc, row.ascq))
+            return false;
+    return true;
+}
+
+// Together with IndexFindsEveryRow this covers all 65 536 pairs: a pair
+// outside every run lands on slot 0, and a slot inside a run may hold only a
+// row with its own pair.
+constexpr bool SlotsHoldOnlyTheirPair() {
+    if (kSenseIndex.row[0] != -1)
+        return false;
+    for (size_t asc = 0; asc < kAscCount; ++asc) {
+        const AscRun run = kSenseIndex.run[asc];
+        for (unsigned int ascq = 0; ascq < run.span; ++ascq) {
+            const int row = kSenseIndex.row[run.first + ascq];
+            if (row >= 0 && (kSenseRows[row].asc != asc || kSenseRows[row].ascq != ascq))
+                return false;
+        }
+    }
+    return true;
+}
+
 static_assert(KeysMatchRowNumbers(), "sense key rows are indexed by key");
 static_assert(CodesStrictlyAscending(), "sense rows ascend by (ASC, ASCQ) without repeats");
+static_assert(kSenseRowCount < 32768, "row numbers are held as short");
+static_assert(kSenseSlotCount <= 65536, "slot numbers are held as unsigned short");
+static_assert(kSenseIndex.duplicates == 0, "every pair has one row");
+static_assert(kSenseIndex.overlong == 0, "every text length fits its byte");
+static_assert(IndexFindsEveryRow(), "the index gives the row a first-match scan gives");
+static_assert(SlotsHoldOnlyTheirPair(), "the index finds no pair the rows lack");
 
 } // namespace
 
-const char* FindSenseText(unsigned char asc, unsigned char ascq) noexcept {
-    const unsigned int code = static_cast<unsigned int>(asc) << 8 | ascq;
-    const SenseRow* end = kSenseRows + kSenseRowCount;
-    const SenseRow* row = std::lower_bound(
-        kSenseRows, end, code, [](const SenseRow& r, unsigned int c) { return SenseCode(r) < c; });
-    return row != end && SenseCode(*row) == code ? row->text : nullptr;
+Detail::FoundText FindSenseText(unsigned char asc, unsigned char ascq) noexcept {
+    const int row = IndexedRow(asc, ascq);
+    if (row < 0)
+        return {nullptr, 0};
+    return {kSenseRows[row].text, kSenseIndex.length[row]};
 }
 
 const SenseKeyRow* SenseKeyRows(size_t& count) {

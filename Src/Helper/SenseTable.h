@@ -1,5 +1,6 @@
 #pragma once
 
+#include "DirectIndex.h"
 #include "PI/Tables.h"
 
 #include <cstddef>
@@ -14,7 +15,8 @@ constexpr size_t kSenseRowCount = 470;
 // Additional sense codes and qualifiers, in ascending order of (ASC, ASCQ).
 extern const SenseRow kSenseRows[kSenseRowCount];
 
-// The text of the (asc, ascq) pair, or nullptr when no row has it.
-const char* FindSenseText(unsigned char asc, unsigned char ascq) noexcept;
+// The text of the first row holding (asc, ascq) with its length; nullptr when
+// no row holds the pair.
+Detail::FoundText FindSenseText(unsigned char asc, unsigned char ascq) noexcept;
 
 } // namespace PI
