@@ -490,11 +490,18 @@ static_assert(kHelpRows[0].id == kFirstHelpId, "the table starts with the first 
 static_assert(kHelpIndex.outsideBand == 0, "every help id lies in the property/operation band");
 static_assert(kHelpIndex.duplicates == 0, "every help id has one row");
 
+constexpr auto kHelpLengths = Detail::BuildTextLengths(kHelpRows, &HelpRow::path);
+
+static_assert(kHelpLengths.overlong == 0, "every path length fits its byte");
+static_assert(kHelpLengths.empty == 0, "no path is empty");
+
 } // namespace
 
-const char* FindHelpPath(int id) noexcept {
+Detail::FoundText FindHelpPath(int id) noexcept {
     const int row = kHelpIndex.Find(id);
-    return row < 0 ? nullptr : kHelpRows[row].path;
+    if (row < 0)
+        return {nullptr, 0};
+    return {kHelpRows[row].path, kHelpLengths.length[row]};
 }
 
 const HelpRow* HelpRows(size_t& count) {

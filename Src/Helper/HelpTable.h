@@ -1,5 +1,6 @@
 #pragma once
 
+#include "DirectIndex.h"
 #include "PI/Tables.h"
 
 #include <cstddef>
@@ -11,7 +12,7 @@ constexpr size_t kHelpRowCount = 470;
 // pages number them.
 extern const HelpRow kHelpRows[kHelpRowCount];
 
-// The help path of `id`, or nullptr when no row has it.
-const char* FindHelpPath(int id) noexcept;
+// The help path of `id` with its length; nullptr when no row has it.
+Detail::FoundText FindHelpPath(int id) noexcept;
 
 } // namespace PI

@@ -226,11 +226,18 @@ constexpr auto kIconIndex = Detail::BuildDirectIndex<kFirstIconId, kLastIconId>(
 static_assert(kIconIndex.outsideBand == 0, "every icon id lies in the icon band");
 static_assert(kIconIndex.duplicates == 0, "every icon id has one row");
 
+constexpr auto kIconLengths = Detail::BuildTextLengths(kIconRows, &IconRow::file);
+
+static_assert(kIconLengths.overlong == 0, "every file length fits its byte");
+static_assert(kIconLengths.empty == 0, "no file is empty");
+
 } // namespace
 
-const char* FindIconFile(int id) noexcept {
+Detail::FoundText FindIconFile(int id) noexcept {
     const int row = kIconIndex.Find(id);
-    return row < 0 ? nullptr : kIconRows[row].file;
+    if (row < 0)
+        return {nullptr, 0};
+    return {kIconRows[row].file, kIconLengths.length[row]};
 }
 
 const IconRow* IconRows(size_t& count) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "DirectIndex.h"
 #include "PI/Tables.h"
 
 #include <cstddef>
@@ -10,7 +11,7 @@ constexpr size_t kIconRowCount = 206;
 // Icon ids and their image files.
 extern const IconRow kIconRows[kIconRowCount];
 
-// The image file of icon `id`, or nullptr when no row has it.
-const char* FindIconFile(int id) noexcept;
+// The image file of icon `id` with its length; nullptr when no row has it.
+Detail::FoundText FindIconFile(int id) noexcept;
 
 } // namespace PI

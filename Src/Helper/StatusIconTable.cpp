@@ -1,5 +1,8 @@
 #include "StatusIconTable.h"
 
+#include <iterator>
+#include <limits>
+
 namespace PI {
 
 // Rows in ascending key order. A full state class has six variants per media:
@@ -233,8 +236,127 @@ constexpr PDStatusRow kPDStatusRows[kPDStatusRowCount] = {
 
 namespace {
 
+// The drive states grouped by the image family they select; a state not
+// listed is shown as an ok drive.
+struct StateClassRow {
+    int state;
+    unsigned int stateClass;
+};
+
+constexpr unsigned int kOkStateClass = 0x01;
+
+constexpr StateClassRow kStateClassRows[] = {
+    {PD_STATE_REBUILD_1, 0x08},
+    {PD_STATE_REBUILD_2, 0x08},
+    {PD_STATE_REBUILD_4, 0x13},
+    {PD_STATE_REBUILD_5, 0x13},
+    {PD_STATE_REBUILD_WARNING_1, 0x09},
+    {PD_STATE_OPERATION_FAILED_5, 0x15},
+    {PD_STATE_OPERATION_1, 0x03},
+    {PD_STATE_OPERATION_FAILED_1, 0x06},
+    {PD_STATE_MISSING, 0x10},
+    {PD_STATE_OPERATION_FAILED_4, 0x0F},
+    {PD_STATE_GLOBAL_HOTSPARE, 0x0A},
+    {PD_STATE_DEDICATED_HOTSPARE, 0x0C},
+    {PD_STATE_OPERATION_WARNING_1, 0x04},
+    {PD_STATE_FAILED, 0x05},
+    {PD_STATE_REBUILD_3, 0x11},
+    {PD_STATE_OPERATION_FAILED_3, 0x0E},
+    {PD_STATE_REBUILD_WARNING_2, 0x12},
+    {PD_STATE_OPERATION_2, 0x17},
+    {PD_STATE_OPERATION_WARNING_2, 0x18},
+    {PD_STATE_REBUILD_WARNING_3, 0x14},
+    {PD_STATE_WARNING, 0x02},
+    {PD_STATE_GLOBAL_HOTSPARE_WARNING, 0x0B},
+    {PD_STATE_DEDICATED_HOTSPARE_WARNING, 0x0D},
+    {PD_STATE_OPERATION_FAILED_2, 0x07},
+    {PD_STATE_OPERATION_FAILED_6, 0x16},
+};
+
+// The listed states lie close together (40023-40308), so a byte per state of
+// their band maps them.
+constexpr int LowestListedState() {
+    int lowest = kStateClassRows[0].state;
+    for (const StateClassRow& row : kStateClassRows)
+        lowest = row.state < lowest ? row.state : lowest;
+    return lowest;
+}
+
+constexpr int HighestListedState() {
+    int highest = kStateClassRows[0].state;
+    for (const StateClassRow& row : kStateClassRows)
+        highest = row.state > highest ? row.state : highest;
+    return highest;
+}
+
+constexpr int kFirstState = LowestListedState();
+constexpr int kLastState = HighestListedState();
+constexpr unsigned int kStateSpan = static_cast<unsigned int>(kLastState - kFirstState) + 1;
+static_assert(kStateSpan <= 1024, "the listed states stay within a small band");
+
+struct StateClassIndex {
+    unsigned char stateClass[kStateSpan];
+    int duplicates; // rows whose state an earlier row has
+    int badClass;   // rows whose class lies outside the status key classes
+};
+
+constexpr StateClassIndex BuildStateClassIndex() {
+    StateClassIndex index{};
+    for (unsigned char& c : index.stateClass)
+        c = 0;
+    for (const StateClassRow& row : kStateClassRows) {
+        if (row.stateClass < kFirstStateClass || row.stateClass > kLastStateClass)
+            ++index.badClass;
+        if (index.stateClass[row.state - kFirstState] != 0)
+            ++index.duplicates;
+        else
+            index.stateClass[row.state - kFirstState] = static_cast<unsigned char>(row.stateClass);
+    }
+    for (unsigned char& c : index.stateClass)
+        if (c == 0)
+            c = kOkStateClass;
+    return index;
+}
+
+constexpr StateClassIndex kStateClassIndex = BuildStateClassIndex();
+
+constexpr unsigned int StateClass(int state) {
+    // Unsigned, so that states below the band wrap above it instead of
+    // overflowing.
+    const unsigned int offset =
+        static_cast<unsigned int>(state) - static_cast<unsigned int>(kFirstState);
+    return offset < kStateSpan ? kStateClassIndex.stateClass[offset] : kOkStateClass;
+}
+
+// A first-match scan of the state classes, for checking the index against.
+constexpr unsigned int ScannedStateClass(int state) {
+    for (const StateClassRow& row : kStateClassRows)
+        if (row.state == state)
+            return row.stateClass;
+    return kOkStateClass;
+}
+
+constexpr bool StateClassIndexMatchesScan() {
+    for (int state = kFirstState - 1; state <= kLastState + 1; ++state)
+        if (StateClass(state) != ScannedStateClass(state))
+            return false;
+    return StateClass(0) == kOkStateClass &&
+           StateClass(std::numeric_limits<int>::min()) == kOkStateClass &&
+           StateClass(std::numeric_limits<int>::max()) == kOkStateClass;
+}
+
+static_assert(kStateClassIndex.duplicates == 0, "every listed state has one class");
+static_assert(kStateClassIndex.badClass == 0, "every listed class is a status key class");
+static_assert(StateClassIndexMatchesScan(), "the state index gives the class the list gives");
+
 constexpr unsigned int kDigitCombinations = 16; // media, power, overlay, foreign: 1 or 2 each
 constexpr unsigned int kStatusSlots = (kLastStateClass - kFirstStateClass + 1) * kDigitCombinations;
+
+constexpr unsigned int Slot(unsigned int stateClass, unsigned int media, unsigned int power,
+                            unsigned int overlay, unsigned int foreign) {
+    return (stateClass - kFirstStateClass) * kDigitCombinations + (media - 1) * 8 +
+           (power - 1) * 4 + (overlay - 1) * 2 + (foreign - 1);
+}
 
 // The slot of a well-formed key, or kStatusSlots for any other key.
 constexpr unsigned int StatusSlot(unsigned int key) {
@@ -248,14 +370,31 @@ constexpr unsigned int StatusSlot(unsigned int key) {
     if (stateClass < kFirstStateClass || stateClass > kLastStateClass || !digitsValid ||
         (key & 0x00FF0000u) != 0)
         return kStatusSlots;
-    return (stateClass - kFirstStateClass) * kDigitCombinations + (media - 1) * 8 +
-           (power - 1) * 4 + (overlay - 1) * 2 + (foreign - 1);
+    return Slot(stateClass, media, power, overlay, foreign);
 }
 
+// raid_ok_no.gif is no drive image: a row holding it is shown as an ok disk.
+constexpr int ICON_RAID_OK_PLAIN = 24051;
+// The ok images of a rotating disk, shown when no row fits.
+constexpr int ICON_DRIVE_OK_PLAIN = 24078;
+constexpr int ICON_DRIVE_OK_PLAIN_FOREIGN = 24079;
+constexpr int ICON_DRIVE_OK_OVERLAY = 24080;
+constexpr int ICON_DRIVE_OK_OVERLAY_FOREIGN = 24081;
+
+// Combinations without an image of their own (a foreign drive in power save,
+// a foreign drive rebuilding) are shown as an ok disk, SSD or not.
+constexpr int FallbackIcon(bool overlay, bool foreign) {
+    if (overlay)
+        return foreign ? ICON_DRIVE_OK_OVERLAY_FOREIGN : ICON_DRIVE_OK_OVERLAY;
+    return foreign ? ICON_DRIVE_OK_PLAIN_FOREIGN : ICON_DRIVE_OK_PLAIN;
+}
+
+// The icon shown for every slot, the fallback already applied, so that a
+// lookup is one access.
 struct StatusIndex {
-    int icon[kStatusSlots]; // 0 where no row holds the key
-    int malformed;
-    int duplicates;
+    short icon[kStatusSlots];
+    int malformed;  // rows whose key is no well-formed status key
+    int duplicates; // rows whose key an earlier row has
 };
 
 constexpr StatusIndex BuildStatusIndex() {
@@ -267,9 +406,54 @@ constexpr StatusIndex BuildStatusIndex() {
         else if (index.icon[slot] != 0)
             ++index.duplicates;
         else
-            index.icon[slot] = row.icon;
+            index.icon[slot] = static_cast<short>(row.icon);
+    }
+    for (unsigned int slot = 0; slot < kStatusSlots; ++slot) {
+        const bool overlay = (slot & 2) == 0;
+        const bool foreign = (slot & 1) == 0;
+        if (index.icon[slot] == 0 || index.icon[slot] == ICON_RAID_OK_PLAIN)
+            index.icon[slot] = static_cast<short>(FallbackIcon(overlay, foreign));
     }
     return index;
+}
+
+constexpr StatusIndex kStatusIndex = BuildStatusIndex();
+
+constexpr int IndexedIcon(int state, bool ssd, bool powerSave, bool overlay, bool foreign) {
+    return kStatusIndex.icon[Slot(StateClass(state), ssd ? MEDIA_DIGIT_SSD : MEDIA_DIGIT_DISK,
+                                  powerSave ? POWER_DIGIT_SAVE : POWER_DIGIT_NORMAL,
+                                  overlay ? OVERLAY_DIGIT_ON : OVERLAY_DIGIT_OFF,
+                                  foreign ? FOREIGN_DIGIT_YES : FOREIGN_DIGIT_NO)];
+}
+
+// The icon a first-match scan of the rows gives, fallback included, for
+// checking the index against.
+constexpr int ScannedIcon(unsigned int stateClass, bool ssd, bool powerSave, bool overlay,
+                          bool foreign) {
+    const unsigned int key = PDStatusKey(stateClass, ssd ? MEDIA_DIGIT_SSD : MEDIA_DIGIT_DISK,
+                                         powerSave ? POWER_DIGIT_SAVE : POWER_DIGIT_NORMAL,
+                                         overlay ? OVERLAY_DIGIT_ON : OVERLAY_DIGIT_OFF,
+                                         foreign ? FOREIGN_DIGIT_YES : FOREIGN_DIGIT_NO);
+    for (const PDStatusRow& row : kPDStatusRows)
+        if (row.key == key)
+            return row.icon != ICON_RAID_OK_PLAIN ? row.icon : FallbackIcon(overlay, foreign);
+    return FallbackIcon(overlay, foreign);
+}
+
+// Every listed state and one unlisted state, in every combination of the four
+// marks.
+constexpr bool IndexMatchesScan() {
+    for (size_t i = 0; i <= std::size(kStateClassRows); ++i) {
+        const int state = i < std::size(kStateClassRows) ? kStateClassRows[i].state : 0;
+        for (unsigned int marks = 0; marks < kDigitCombinations; ++marks) {
+            const bool ssd = (marks & 8) != 0, powerSave = (marks & 4) != 0,
+                       overlay = (marks & 2) != 0, foreign = (marks & 1) != 0;
+            if (IndexedIcon(state, ssd, powerSave, overlay, foreign) !=
+                ScannedIcon(ScannedStateClass(state), ssd, powerSave, overlay, foreign))
+                return false;
+        }
+    }
+    return true;
 }
 
 constexpr bool KeysAscending() {
@@ -286,19 +470,17 @@ constexpr bool IconsInBand() {
     return true;
 }
 
-constexpr StatusIndex kStatusIndex = BuildStatusIndex();
-
 static_assert(kPDStatusRows[0].key == 0x01001111u, "the table starts with the ok disk key");
 static_assert(kStatusIndex.malformed == 0, "every key is a well-formed status key");
 static_assert(kStatusIndex.duplicates == 0, "every key has one row");
 static_assert(KeysAscending(), "keys ascend");
 static_assert(IconsInBand(), "every row selects an icon id");
+static_assert(IndexMatchesScan(), "the index gives the icon a first-match scan gives");
 
 } // namespace
 
-int FindPDStatusIcon(unsigned int key) noexcept {
-    const unsigned int slot = StatusSlot(key);
-    return slot == kStatusSlots ? 0 : kStatusIndex.icon[slot];
+int FindPDStatusIcon(int state, bool ssd, bool powerSave, bool overlay, bool foreign) noexcept {
+    return IndexedIcon(state, ssd, powerSave, overlay, foreign);
 }
 
 const PDStatusRow* PDStatusRows(size_t& count) {

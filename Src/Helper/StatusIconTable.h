@@ -23,7 +23,9 @@ constexpr size_t kPDStatusRowCount = 220;
 // Drive status keys and the icons they select.
 extern const PDStatusRow kPDStatusRows[kPDStatusRowCount];
 
-// The icon of the first row holding `key`, or 0 when no row holds it.
-int FindPDStatusIcon(unsigned int key) noexcept;
+// The icon shown for a drive of `state`: the icon of the first row holding
+// its key, unless there is no such row or the row holds no drive image; then
+// the ok image of a rotating disk with the drive's overlay and foreign marks.
+int FindPDStatusIcon(int state, bool ssd, bool powerSave, bool overlay, bool foreign) noexcept;
 
 } // namespace PI
