@@ -130,6 +130,15 @@ unsigned int StoreStringList(CProperty& p, const std::vector<Text>& list,
     return RESULT_SUCCESS;
 }
 
+// A copy whose block could not be obtained. The throw-state guard is set up
+// only here: obtaining the block does not touch the thread's throw state, so
+// saving it after the failure is the same as saving it before, and the copy
+// that succeeds pays nothing for it.
+[[gnu::cold, gnu::noinline]] void RaiseCopyFailed(unsigned int line) {
+    RVX::Threading::CThrowStateGuard guard;
+    Internal::Raise(Internal::SOURCE_OBJECTS, line, EXCEPTION_INVALID_DATA);
+}
+
 } // namespace
 
 // ---- Construction, copy, destruction -------------------------------------
@@ -150,10 +159,9 @@ CProperty::CProperty(const CProperty& other) : Data(nullptr) {
         DataSize = 0;
         return;
     }
-    RVX::Threading::CThrowStateGuard guard;
     Data = Internal::AllocBlock(DataSize);
     if (Data == nullptr) {
-        Internal::Raise(Internal::SOURCE_OBJECTS, __LINE__, EXCEPTION_INVALID_DATA);
+        RaiseCopyFailed(__LINE__);
         return; // throwing disabled: the copy has its kind and size but no block
     }
     std::memcpy(Data, other.Data, DataSize);
@@ -178,10 +186,9 @@ CProperty& CProperty::operator=(const CProperty& other) {
         DataSize = 0;
         return *this;
     }
-    RVX::Threading::CThrowStateGuard guard;
     Data = Internal::AllocBlock(DataSize);
     if (Data == nullptr) {
-        Internal::Raise(Internal::SOURCE_OBJECTS, __LINE__, EXCEPTION_INVALID_DATA);
+        RaiseCopyFailed(__LINE__);
         return *this; // throwing disabled: kind and size but no block
     }
     std::memcpy(Data, other.Data, DataSize);
