@@ -15,6 +15,12 @@
 //
 // Every setting is per thread: only allocations made on the thread that set
 // it are affected, so tests cannot disturb each other's threads.
+//
+// The hook only watches while it is armed: by a CAllocHookScope (or
+// ArmAllocHook) on any thread, or by FailAllocations / SetAllocFilter on a
+// thread until that thread's next ResetAllocHook. Unarmed, a block comes
+// straight from malloc and nothing is counted, so that the library built with
+// the hook stays as fast as the one without it.
 
 #include "PI/Export.h"
 
@@ -35,23 +41,38 @@ PI_API void FailAllocations(unsigned int skip, unsigned int count = 1) noexcept;
 using AllocFilter = bool (*)(size_t size, void* context);
 PI_API void SetAllocFilter(AllocFilter filter, void* context) noexcept;
 
-// Removes every setting of this thread and sets its counters to zero.
+// Removes every setting of this thread and sets its counters to zero. Arms
+// nothing; it ends the arming by this thread's settings.
 PI_API void ResetAllocHook() noexcept;
 
-// Allocations attempted on this thread since the last reset, and how many of
-// them the hook made fail.
+// Arms the hook for every thread until the matching DisarmAllocHook; calls
+// nest. CAllocHookScope does this for a scope.
+PI_API void ArmAllocHook() noexcept;
+PI_API void DisarmAllocHook() noexcept;
+
+// Allocations attempted on this thread while the hook was armed since the
+// last reset, and how many of them the hook made fail.
 PI_API unsigned long long AllocationCount() noexcept;
 PI_API unsigned long long FailedAllocationCount() noexcept;
 
-// Blocks obtained through the hook and not yet released, over all threads
-// (not reset by ResetAllocHook). Lets a test see when a block is released.
+// Blocks obtained less blocks released while the hook was armed, over all
+// threads (not reset by ResetAllocHook). The difference of two readings
+// taken while the hook stays armed is exact; lets a test see when a block is
+// released.
 PI_API long long LiveBlockCount() noexcept;
 
-// Resets the hook of this thread on entry and on every way out of a scope.
+// Resets the hook of this thread on entry and on every way out of a scope,
+// and keeps it armed in between.
 class CAllocHookScope {
 public:
-    CAllocHookScope() noexcept { ResetAllocHook(); }
-    ~CAllocHookScope() { ResetAllocHook(); }
+    CAllocHookScope() noexcept {
+        ResetAllocHook();
+        ArmAllocHook();
+    }
+    ~CAllocHookScope() {
+        ResetAllocHook();
+        DisarmAllocHook();
+    }
     CAllocHookScope(const CAllocHookScope&) = delete;
     CAllocHookScope& operator=(const CAllocHookScope&) = delete;
 };
