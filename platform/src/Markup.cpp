@@ -62,14 +62,16 @@ bool CMarkup::Impl::Parse() {
         Clear();
         return false;
     }
-    // Walk the tree in document order with an explicit cursor.
+    // Walk the tree in document order with an explicit cursor. Every step
+    // is a call into the parser's library, so each node is asked for its
+    // type, first child and next sibling once only.
     std::vector<int> lastChild{0}; // per open level: the last element added under it
     pugi::xml_node node = Document.first_child();
     int parentIndex = 0;
     bool ok = true;
     while (node) {
-        bool descend = false;
-        if (node.type() == pugi::node_element) {
+        const pugi::xml_node_type type = node.type();
+        if (type == pugi::node_element) {
             if (Elements.size() >= static_cast<size_t>(INT_MAX)) {
                 ok = false;
                 break;
@@ -85,32 +87,29 @@ bool CMarkup::Impl::Parse() {
             else
                 Elements[previous].NextSibling = index;
             previous = index;
-            if (node.first_child()) {
+            const pugi::xml_node child = node.first_child();
+            if (child) {
                 parentIndex = index;
                 lastChild.push_back(0);
-                node = node.first_child();
-                descend = true;
+                node = child;
+                continue;
             }
-        } else if ((node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata) &&
-                   parentIndex == 0) {
+        } else if ((type == pugi::node_pcdata || type == pugi::node_cdata) && parentIndex == 0) {
             // Character data outside every element: not well-formed.
             ok = false;
             break;
         }
-        if (descend)
-            continue;
         // Next in document order: the next sibling, else the next sibling of
-        // the nearest ancestor that has one.
-        while (node && !node.next_sibling()) {
+        // the nearest ancestor that has one. Only elements have children, so
+        // every ancestor below the document is an element of the table.
+        pugi::xml_node sibling = node.next_sibling();
+        while (!sibling && lastChild.size() > 1) {
             node = node.parent();
-            if (!node || node == Document)
-                break;
             parentIndex = Elements[parentIndex].Parent;
             lastChild.pop_back();
+            sibling = node.next_sibling();
         }
-        if (!node || node == Document)
-            break;
-        node = node.next_sibling();
+        node = sibling;
     }
     if (!ok || Elements.size() < 2) { // at least one element
         Clear();
@@ -151,7 +150,13 @@ bool CMarkup::SetDoc(const std::string& text) {
 }
 
 bool CMarkup::SetDoc(const char* text) {
-    return SetDoc(std::string(text ? text : ""));
+    try {
+        m_Impl->Text.assign(text ? text : "");
+        return m_Impl->Parse();
+    } catch (const std::bad_alloc&) {
+        m_Impl->Clear();
+        return false;
+    }
 }
 
 const std::string& CMarkup::GetDoc() const noexcept {
@@ -204,16 +209,24 @@ void CMarkup::x_SetPos(int parent, int element, int child) {
     m_Impl->Child = child;
 }
 
-std::string CMarkup::x_GetAttrib(int element, const char* name) const {
+const char* CMarkup::x_GetAttribText(int element, const char* name) const noexcept {
     const Impl& impl = *m_Impl;
     if (name == nullptr || element <= 0 || !impl.Valid(element))
-        return std::string();
-    const pugi::xml_attribute attribute = impl.Elements[element].Node.attribute(name);
-    return attribute ? std::string(attribute.value()) : std::string();
+        return "";
+    // The parser gives "" for an attribute that is not there.
+    return impl.Elements[element].Node.attribute(name).value();
+}
+
+std::string CMarkup::x_GetAttrib(int element, const char* name) const {
+    return std::string(x_GetAttribText(element, name));
 }
 
 std::string CMarkup::GetAttrib(const char* name) const {
     return x_GetAttrib(m_Impl->Current, name);
+}
+
+const char* CMarkup::GetAttribText(const char* name) const noexcept {
+    return x_GetAttribText(m_Impl->Current, name);
 }
 
 std::string CMarkup::GetTagName() const {

@@ -56,6 +56,10 @@ public:
     std::string x_GetAttrib(int element, const char* name) const;
     // The attribute of the current element.
     std::string GetAttrib(const char* name) const;
+    // As x_GetAttrib and GetAttrib, without a copy: the text stays valid
+    // until the document is replaced or the object is destroyed.
+    const char* x_GetAttribText(int element, const char* name) const noexcept;
+    const char* GetAttribText(const char* name) const noexcept;
     // The current element's name, or "" when there is none.
     std::string GetTagName() const;
 
