@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <fstream>
 #include <functional>
+#include <locale>
 #include <set>
 #include <sstream>
 #include <string>
@@ -316,6 +317,55 @@ TEST(LogicalDriveDocument, BadNumbersThrowBadLexicalCast) {
     };
     for (const std::string& text : bad)
         EXPECT_THROW(CLogicalDrive{text}, boost::bad_lexical_cast) << text.substr(0, 120);
+}
+
+// Numbers are taken and refused exactly as boost::lexical_cast takes and
+// refuses them.
+TEST(LogicalDriveDocument, NumbersConvertAsLexicalCast) {
+    const std::vector<std::string> forms = {
+        // clang-format off
+        "", " ", "1", "0", "00", "-0", "+0", " 1", "1 ", "+1", "-1", "+", "-", "--1", "+-1",
+        "-+1", "++1", "1-", "12a", "a12", "0x10", "1e3", "1.0", "1,000", "\t1", "1\t",
+        "18446744073709551615", "18446744073709551616", "18446744073709551614",
+        "99999999999999999999", "9999999999999999999", "1000000000000000000",
+        "10000000000000000000", "-9999999999999999999", "-18446744073709551615",
+        "-18446744073709551616", "+18446744073709551615", "+18446744073709551616",
+        "0000000000000000000000000000042", "-0000000000000000000000000000042",
+        "000000000000000000018446744073709551615", "0000000000000000000018446744073709551616",
+        "4294967296", "123456789012345678", "1234567890123456789", "12345678901234567890",
+        "\xd9\xa1", "\xef\xbc\x91", // digit one in other scripts
+        // clang-format on
+    };
+    const auto compare = [&forms](const char* where) {
+        for (const std::string& form : forms) {
+            const std::string text =
+                R"(<LogicalDriveConfiguration Size=")" + form + R"(" Units="1"/>)";
+            bool castRefuses = false;
+            unsigned long long expected = 0;
+            try {
+                expected = boost::lexical_cast<unsigned long long>(form);
+            } catch (const boost::bad_lexical_cast&) {
+                castRefuses = true;
+            }
+            if (castRefuses) {
+                EXPECT_THROW(CLogicalDrive{text}, boost::bad_lexical_cast)
+                    << where << " \"" << form << '"';
+            } else {
+                EXPECT_EQ(CLogicalDrive(text).Size, expected) << where << " \"" << form << '"';
+            }
+        }
+    };
+    compare("classic locale");
+
+    // The cast honours the digit grouping of the global locale.
+    struct Grouping : std::numpunct<char> {
+        char do_thousands_sep() const override { return ','; }
+        std::string do_grouping() const override { return "\3"; }
+    };
+    const std::locale previous =
+        std::locale::global(std::locale(std::locale::classic(), new Grouping));
+    compare("grouping locale");
+    std::locale::global(previous);
 }
 
 TEST(LogicalDriveDocument, HostileDocumentsEndInARecordOrBadLexicalCast) {

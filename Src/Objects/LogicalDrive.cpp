@@ -6,6 +6,9 @@
 
 #include <boost/lexical_cast.hpp>
 
+#include <string>
+#include <utility>
+
 namespace PI {
 
 using Internal::CheckedGet;
@@ -81,8 +84,29 @@ void CContainer::ClearDrives() {
 
 namespace {
 
+// boost::lexical_cast<unsigned long long> of `text`, with the common case
+// done here: an optional sign and at most 19 digits, which cannot overflow
+// and which the cast takes in every locale (it checks digit grouping only at
+// separators). A minus wraps the value round, as the cast does. Everything
+// else (empty, blanks, separators, 20 digits or more, any other character)
+// goes to the cast itself, so what is refused and the bad_lexical_cast
+// thrown stay exactly the cast's.
+unsigned long long ToNumber(const char* text) {
+    const char* p = text;
+    const bool minus = *p == '-';
+    if (minus || *p == '+')
+        ++p;
+    const char* const digits = p;
+    unsigned long long value = 0;
+    while (static_cast<unsigned char>(*p - '0') < 10 && p - digits < 19)
+        value = value * 10 + static_cast<unsigned long long>(*p++ - '0');
+    if (*p != '\0' || p == digits)
+        return boost::lexical_cast<unsigned long long>(std::string(text));
+    return minus ? 0ull - value : value;
+}
+
 unsigned long long NumberAttribute(const RVX::XML::CMarkup& markup, const char* name) {
-    return boost::lexical_cast<unsigned long long>(markup.GetAttrib(name));
+    return ToNumber(markup.GetAttribText(name));
 }
 
 // Appends the "ObjectID" of every `item` child of the top-level element
@@ -127,10 +151,10 @@ CLogicalDrive::CLogicalDrive(const std::string& xml) : CLogicalDrive() {
                 drive.ObjectID = NumberAttribute(markup, "ObjectID");
                 drive.StartAddress = NumberAttribute(markup, "StartAddress");
                 drive.UsedSize = NumberAttribute(markup, "UsedSize");
-                container.AddDrive(drive);
+                container.Drives.push_back(std::move(drive));
             }
             markup.OutOfElem();
-            AddContainer(container);
+            Containers.push_back(std::move(container));
         }
         markup.OutOfElem();
     }
