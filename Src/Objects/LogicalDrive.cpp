@@ -7,7 +7,7 @@
 #include <boost/lexical_cast.hpp>
 
 #include <string>
-#include <utility>
+#include <vector>
 
 namespace PI {
 
@@ -143,18 +143,28 @@ CLogicalDrive::CLogicalDrive(const std::string& xml) : CLogicalDrive() {
     markup.IntoElem();
     if (markup.FindElem("Containers")) {
         markup.IntoElem();
+        // The numbers of one container's drives, three per drive, gathered
+        // first so that its drive list is made in one piece.
+        std::vector<unsigned long long> numbers;
         while (markup.FindElem("Container")) {
-            CContainer container;
+            numbers.clear();
             markup.IntoElem();
             while (markup.FindElem("Drive")) {
-                CDrive drive;
-                drive.ObjectID = NumberAttribute(markup, "ObjectID");
-                drive.StartAddress = NumberAttribute(markup, "StartAddress");
-                drive.UsedSize = NumberAttribute(markup, "UsedSize");
-                container.Drives.push_back(std::move(drive));
+                numbers.push_back(NumberAttribute(markup, "ObjectID"));
+                numbers.push_back(NumberAttribute(markup, "StartAddress"));
+                numbers.push_back(NumberAttribute(markup, "UsedSize"));
             }
             markup.OutOfElem();
-            Containers.push_back(std::move(container));
+            Containers.emplace_back();
+            std::vector<CDrive>& drives = Containers.back().Drives;
+            drives.resize(numbers.size() / 3);
+            const unsigned long long* number = numbers.data();
+            for (CDrive& drive : drives) {
+                drive.ObjectID = number[0];
+                drive.StartAddress = number[1];
+                drive.UsedSize = number[2];
+                number += 3;
+            }
         }
         markup.OutOfElem();
     }
