@@ -4,7 +4,6 @@
 #include "AllocCounter.h"
 #include "Compare.h"
 
-#include <PI/AllocHook.h>
 #include <PI/Property.h>
 #include <RVX/Markup.h>
 #include <RVX/Strings.h>
@@ -332,7 +331,6 @@ template <class Kind, class P> void BenchCopy(benchmark::State& state) {
     P source = Make<P>(Kind::kId);
     kind.Set(source);
     const unsigned long long mallocsBefore = bench::ThreadAllocations();
-    PI::Test::ResetAllocHook();
     for (auto _ : state) {
         P copy(source);
         benchmark::DoNotOptimize(&copy);
@@ -341,9 +339,6 @@ template <class Kind, class P> void BenchCopy(benchmark::State& state) {
     const double iterations = static_cast<double>(state.iterations());
     state.counters["allocs/copy"] =
         static_cast<double>(bench::ThreadAllocations() - mallocsBefore) / iterations;
-    if (PI::Test::AllocHooksAvailable())
-        state.counters["blocks/copy"] =
-            static_cast<double>(PI::Test::AllocationCount()) / iterations;
 }
 
 template <class Kind, class P> void BenchCompare(benchmark::State& state) {
