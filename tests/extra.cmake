@@ -9,7 +9,7 @@ if(TARGET pitool)
     PITOOL_PATH="$<TARGET_FILE:pitool>"
     PI_EXAMPLES_DIR="${PROJECT_SOURCE_DIR}/examples")
   add_dependencies(test_pitool pitool)
-  gtest_discover_tests(test_pitool DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
+  gtest_discover_tests(test_pitool TEST_PREFIX "test_pitool." DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
 endif()
 
 # The consumer builds against the installed tree; a sanitizer build hands its

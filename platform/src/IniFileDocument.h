@@ -51,12 +51,11 @@ struct CIniFile::Document {
     void RemoveSection(const std::string& section);
 };
 
-// The checks and the encoding that make every accepted name and value read
+// The checks that, with EncodeValue, make every accepted name and value read
 // back as it was written.
 bool IsWritableSection(const std::string& section);
 bool IsWritableKey(const std::string& key);
 bool IsWritableValue(const std::string& value);
-std::string EncodeValue(const std::string& value);
 
 } // namespace INI_Files
 } // namespace RVX

@@ -3,6 +3,8 @@
 
 #include <PI/ConfigFile.h>
 
+#include <RVX/IniFiles.h>
+
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -220,41 +222,6 @@ Result Delete(PI::CConfigFile& store, const ConfigArgs& args, const Scope& scope
     return result;
 }
 
-// A value as the configuration file writes it, so that every key keeps to
-// one line: in double quotes with the escapes \\ \" \n \r \t when plain
-// text would not read back the same.
-std::string AsWritten(const std::string& value) {
-    const auto blank = [](char c) { return c == ' ' || c == '\t'; };
-    const bool plain = (value.empty() || (!blank(value.front()) && !blank(value.back()))) &&
-                       value.find_first_of(";#\"\r\n") == std::string::npos;
-    if (plain) {
-        return value;
-    }
-    std::string out = "\"";
-    for (const char c : value) {
-        switch (c) {
-        case '\\':
-        case '"':
-            out += '\\';
-            out += c;
-            break;
-        case '\n':
-            out += "\\n";
-            break;
-        case '\r':
-            out += "\\r";
-            break;
-        case '\t':
-            out += "\\t";
-            break;
-        default:
-            out += c;
-            break;
-        }
-    }
-    return out + '"';
-}
-
 // The keys of one section as "[section]" and "key = value" lines, and as a
 // JSON object. False when the section is not (or no longer) there.
 bool ReadWholeSection(PI::CConfigFile& store, const std::string& section, std::string& text,
@@ -266,7 +233,7 @@ bool ReadWholeSection(PI::CConfigFile& store, const std::string& section, std::s
     text = "[" + section + "]\n";
     values = Json::Object();
     for (const auto& item : items) {
-        text += item.Key + " = " + AsWritten(item.Value) + "\n";
+        text += item.Key + " = " + RVX::INI_Files::EncodeValue(item.Value) + "\n";
         values.Set(item.Key, item.Value);
     }
     return true;

@@ -130,6 +130,11 @@ private:
     int m_LockFd = -1;
 };
 
+// A value as the file holds it: as it is, or in double quotes with the
+// escapes \\ \" \n \r \t when plain text would not read back the same
+// (blanks at either end, ";", "#", a quote or a line break).
+RVX_API std::string EncodeValue(const std::string& value);
+
 namespace Internals {
 
 // Steps of a write, reported to the test hook in this order.
