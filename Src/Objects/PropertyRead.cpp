@@ -57,6 +57,17 @@ unsigned int DataFault(const CProperty& p, unsigned int line) {
     return EXCEPTION_INVALID_DATA;
 }
 
+// The kind check, then the data check of a kind whose block has one fixed
+// size: 0 when both pass, else the fault as reported.
+unsigned int CheckFixedSize(const CProperty& p, unsigned int type, unsigned int size,
+                            unsigned int line) {
+    if (p.Type != type)
+        return TypeFault(p, type, line);
+    if (p.Data == nullptr || p.DataSize != size)
+        return DataFault(p, line);
+    return RESULT_SUCCESS;
+}
+
 template <class T> T Word(const unsigned char* at) noexcept {
     T value;
     std::memcpy(&value, at, sizeof value);
@@ -132,10 +143,8 @@ unsigned int CProperty::GetValue(int& value, std::vector<int>& list) {
 
 unsigned int CProperty::GetValue(int& value, int& minimum, int& maximum, unsigned int& step) {
     RVX::Threading::CThrowStateGuard guard;
-    if (Type != VT_RANGE)
-        return TypeFault(*this, VT_RANGE, __LINE__);
-    if (Data == nullptr || DataSize != 16)
-        return DataFault(*this, __LINE__);
+    if (const unsigned int fault = CheckFixedSize(*this, VT_RANGE, 16, __LINE__))
+        return fault;
     value = Word<int>(Data);
     minimum = Word<int>(Data + 4);
     maximum = Word<int>(Data + 8);
@@ -145,20 +154,16 @@ unsigned int CProperty::GetValue(int& value, int& minimum, int& maximum, unsigne
 
 unsigned int CProperty::GetValue(bool& value) {
     RVX::Threading::CThrowStateGuard guard;
-    if (Type != VT_BOOL)
-        return TypeFault(*this, VT_BOOL, __LINE__);
-    if (Data == nullptr || DataSize != 4)
-        return DataFault(*this, __LINE__);
+    if (const unsigned int fault = CheckFixedSize(*this, VT_BOOL, 4, __LINE__))
+        return fault;
     value = Word<std::uint32_t>(Data) != 0;
     return RESULT_SUCCESS;
 }
 
 unsigned int CProperty::GetValue(unsigned long long& value) {
     RVX::Threading::CThrowStateGuard guard;
-    if (Type != VT_UINT64)
-        return TypeFault(*this, VT_UINT64, __LINE__);
-    if (Data == nullptr || DataSize != 8)
-        return DataFault(*this, __LINE__);
+    if (const unsigned int fault = CheckFixedSize(*this, VT_UINT64, 8, __LINE__))
+        return fault;
     value = Word<unsigned long long>(Data);
     return RESULT_SUCCESS;
 }
@@ -191,10 +196,8 @@ unsigned int CProperty::GetValue(std::vector<int>& first, std::vector<int>& seco
 
 unsigned int CProperty::GetValue(float& value) {
     RVX::Threading::CThrowStateGuard guard;
-    if (Type != VT_FLOAT)
-        return TypeFault(*this, VT_FLOAT, __LINE__);
-    if (Data == nullptr || DataSize != 4)
-        return DataFault(*this, __LINE__);
+    if (const unsigned int fault = CheckFixedSize(*this, VT_FLOAT, 4, __LINE__))
+        return fault;
     value = Word<float>(Data);
     return RESULT_SUCCESS;
 }
