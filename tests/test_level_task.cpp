@@ -1,4 +1,6 @@
 // RAID levels, migrations, tasks, partitions and pass-throughs.
+#include "RecordTestSupport.h"
+
 #include "PI/ObjectModel.h"
 
 #include <RVX/Exceptions.h>
@@ -22,16 +24,6 @@ namespace {
 
 PI::CProperty Prop(int id) {
     return PI::CProperty(static_cast<PI::_PROPERTY_ID>(id), false);
-}
-
-void ExpectIndexError(const std::function<void()>& get) {
-    try {
-        get();
-        ADD_FAILURE() << "no exception";
-    } catch (const RVX::Exceptions::CException& e) {
-        EXPECT_EQ(e.GetCode(), 0x21130001u);
-        EXPECT_NE(std::string(e.what()).find("Src/Objects"), std::string::npos) << e.what();
-    }
 }
 
 // Each change made to a fresh sample must make it unequal to the sample.

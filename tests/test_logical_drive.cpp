@@ -1,5 +1,7 @@
 // Logical drive layouts: drive pieces and their order, containers, the
 // logical drive with its spares, and reading the configuration document.
+#include "RecordTestSupport.h"
+
 #include "PI/ObjectModel.h"
 
 #include <RVX/Exceptions.h>
@@ -33,16 +35,6 @@ CDrive Piece(unsigned long long id, unsigned long long start, unsigned long long
     drive.StartAddress = start;
     drive.UsedSize = used;
     return drive;
-}
-
-void ExpectIndexError(const std::function<void()>& get) {
-    try {
-        get();
-        ADD_FAILURE() << "no exception";
-    } catch (const RVX::Exceptions::CException& e) {
-        EXPECT_EQ(e.GetCode(), 0x21130001u);
-        EXPECT_NE(std::string(e.what()).find("Src/Objects"), std::string::npos) << e.what();
-    }
 }
 
 CLogicalDrive SampleDrive() {

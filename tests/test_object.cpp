@@ -1,4 +1,6 @@
 // Managed object nodes: defaults, id lists, comparison and the index exception.
+#include "RecordTestSupport.h"
+
 #include "PI/ObjectModel.h"
 
 #include <RVX/Exceptions.h>
@@ -12,16 +14,6 @@
 using PI::CObject;
 
 namespace {
-
-void ExpectIndexError(const std::function<void()>& get) {
-    try {
-        get();
-        ADD_FAILURE() << "no exception";
-    } catch (const RVX::Exceptions::CException& e) {
-        EXPECT_EQ(e.GetCode(), 0x21130001u);
-        EXPECT_NE(std::string(e.what()).find("Src/Objects"), std::string::npos) << e.what();
-    }
-}
 
 CObject Sample() {
     CObject node(0x1122334455667788ULL, PI::OBJECT_TYPE_ADAPTER_1);

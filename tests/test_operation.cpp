@@ -1,4 +1,6 @@
 // Operation records: defaults, the eight lists, comparison and copies.
+#include "RecordTestSupport.h"
+
 #include "PI/ObjectModel.h"
 
 #include <RVX/Exceptions.h>
@@ -13,16 +15,6 @@
 using PI::COperation;
 
 namespace {
-
-void ExpectIndexError(const std::function<void()>& get) {
-    try {
-        get();
-        ADD_FAILURE() << "no exception";
-    } catch (const RVX::Exceptions::CException& e) {
-        EXPECT_EQ(e.GetCode(), 0x21130001u);
-        EXPECT_NE(std::string(e.what()).find("Src/Objects"), std::string::npos) << e.what();
-    }
-}
 
 COperation Sample() {
     COperation op;
