@@ -137,6 +137,47 @@ TEST(IniRegression, HeaderAfterByteOrderMarkReadsTheSameWhereverItStands) {
     EXPECT_EQ(value, "value");
 }
 
+// Found by the ini target: the file's own byte order mark was taken off
+// before the first line was read, so that line could lose a second mark that
+// a line anywhere else keeps: "<mark><mark>[s]" was no header in the middle
+// of a file but became one at its start. The file's mark is now the first
+// line's mark, and a rewrite writes one mark, never two.
+TEST(IniRegression, OnlyOneByteOrderMarkIsSkippedAtAnyLineStart) {
+    const std::string mark = "\xEF\xBB\xBF";
+    const std::string path = pi_fuzz::IniScratchDirectory() + "/two-marks.ini";
+    const auto removeSection = [&](const std::string& section) {
+        RVX::INI_Files::CIniFile ini;
+        ini.Lock(path, RVX::INI_Files::INI_WAIT_FOREVER);
+        ini[section].Remove();
+        ini.Flush(RVX::INI_Files::INI_WAIT_FOREVER);
+    };
+    const auto sectionExists = [&](const std::string& section) {
+        RVX::INI_Files::CIniFile ini;
+        ini.Read(path, RVX::INI_Files::INI_WAIT_FOREVER);
+        return ini[section].Exists();
+    };
+
+    pi_fuzz::WriteBytes(path, "[first]\n" + mark + mark + "[second]\nkey=value\n");
+    EXPECT_FALSE(sectionExists("second"));
+    removeSection("first");
+    EXPECT_EQ(pi_fuzz::ReadBytes(path), "");
+    EXPECT_FALSE(sectionExists("second"));
+
+    // The same at the start of the file: one mark skipped, not two.
+    pi_fuzz::WriteBytes(path, mark + mark + "[second]\n[third]\n");
+    EXPECT_FALSE(sectionExists("second"));
+    EXPECT_TRUE(sectionExists("third"));
+
+    // A marked file keeps one mark when its first section goes, also when
+    // the line that becomes first brings a mark of its own.
+    pi_fuzz::WriteBytes(path, mark + "[first]\nk=1\n" + mark + "[second]\nk=2\n[third]\n");
+    removeSection("first");
+    EXPECT_EQ(pi_fuzz::ReadBytes(path), mark + "[second]\nk=2\n[third]\n");
+    removeSection("second");
+    EXPECT_EQ(pi_fuzz::ReadBytes(path), mark + "[third]\n");
+    EXPECT_TRUE(sectionExists("third"));
+}
+
 // Found by the ini target: a file whose last line ends in a carriage return
 // without a "\n" kept the CR in that line's value (or made a header line no
 // header); a line added after it completed the line end and so changed the

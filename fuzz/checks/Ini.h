@@ -81,24 +81,27 @@ inline std::string ReadBytes(const std::string& path) {
 }
 
 // The lines of a text without their line ends ("\n" or "\r\n": a last line
-// without an end gets the file's line end when something is added after it).
+// without an end gets the file's line end when something is added after it)
+// and without one byte order mark at their start (the file's own mark is
+// the first line's).
 inline std::vector<std::string> Lines(const std::string& text) {
     std::vector<std::string> lines(1);
-    const size_t start = text.compare(0, 3, "\xEF\xBB\xBF") == 0 ? 3 : 0;
-    for (const char c : text.substr(start)) {
+    for (const char c : text) {
         if (c == '\n')
             lines.emplace_back();
         else
             lines.back() += c;
     }
-    if (lines.back().empty())
-        lines.pop_back(); // after the last line end: no line
+    const bool ended = lines.back().empty();
     for (std::string& line : lines) {
         if (!line.empty() && line.back() == '\r')
             line.pop_back();
         if (line.compare(0, 3, "\xEF\xBB\xBF") == 0)
             line.erase(0, 3);
     }
+    // Nothing after the last line end, or only a mark: no line.
+    if (ended || lines.back().empty())
+        lines.pop_back();
     return lines;
 }
 

@@ -204,9 +204,10 @@ void CIniFile::Document::Parse(const std::string& text) {
     Dirty = false;
     NewEol = "\n";
     size_t pos = 0;
+    // The mark at the start of the file stays in the first line's text: read
+    // there, it is one line-start mark like any other, so a line reads the
+    // same at the start of the file as after a rewrite moved it elsewhere.
     Bom = text.compare(0, 3, BYTE_ORDER_MARK) == 0;
-    if (Bom)
-        pos = 3;
     bool first = true;
     while (pos < text.size()) {
         Line line;
@@ -259,7 +260,9 @@ std::string CIniFile::Document::Serialize() const {
             lines.push_back(&line);
     }
     std::string out;
-    if (Bom)
+    // A file that had the mark keeps it when its first line goes; a first
+    // line that brings its own needs no second one.
+    if (Bom && (lines.empty() || lines.front()->Text.compare(0, 3, BYTE_ORDER_MARK) != 0))
         out = BYTE_ORDER_MARK;
     for (size_t i = 0; i < lines.size(); ++i) {
         out += lines[i]->Text;
