@@ -8,6 +8,10 @@
 #
 #   scripts/fuzz.sh [seconds per target, default 30] [target ...]
 #
+# FUZZ_SEED fixes libFuzzer's random seed (CI sets it, so that its run walks
+# the same inputs each time and a finding there shows up again here); unset,
+# every run explores afresh.
+#
 # Growing the seed corpus on purpose (after a long run, say) is a separate,
 # deliberate step: fuzz_<target> -merge=1 fuzz/corpus/<target> <new inputs>.
 set -euo pipefail
@@ -55,7 +59,7 @@ for target in "${targets[@]}"; do
   [ -d "fuzz/regressions/$target" ] && inputs+=("fuzz/regressions/$target")
   log="$build/fuzz-$target.log"
   status=0
-  "$build/fuzz/fuzz_$target" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 \
+  "$build/fuzz/fuzz_$target" -seed="${FUZZ_SEED:-0}" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 \
     -max_len=4096 -print_final_stats=1 -artifact_prefix="$artifacts/$target-" \
     "${inputs[@]}" >"$log" 2>&1 || status=$?
   runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -1)
