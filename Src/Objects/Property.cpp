@@ -210,25 +210,6 @@ CProperty::~CProperty() {
         Internal::FreeBlock(Data);
 }
 
-bool CProperty::operator==(const CProperty& other) const {
-    if (PropertyID != other.PropertyID || SecondaryID != other.SecondaryID ||
-        Attribute1 != other.Attribute1 || Attribute2 != other.Attribute2 ||
-        Attribute3 != other.Attribute3 || Attribute4 != other.Attribute4 ||
-        Attribute5 != other.Attribute5 || Type != other.Type || SubType != other.SubType ||
-        Flag != other.Flag || Attribute6 != other.Attribute6 || Flag2 != other.Flag2 ||
-        Attribute7 != other.Attribute7 || Attribute8 != other.Attribute8 ||
-        SelectionMask != other.SelectionMask || DataSize != other.DataSize ||
-        SplitSize != other.SplitSize)
-        return false;
-    if (DataSize == 0)
-        return true;
-    // A size without a block (a setter or copy that ran out of memory): equal
-    // only to another such property.
-    if (Data == nullptr || other.Data == nullptr)
-        return Data == other.Data;
-    return std::memcmp(Data, other.Data, DataSize) == 0;
-}
-
 // ---- Setters -------------------------------------------------------------
 
 unsigned int CProperty::SetValue(int value, std::vector<int>& list) {

@@ -5,6 +5,7 @@
 
 #include <RVX/Strings.h>
 
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -79,8 +80,25 @@ public:
     virtual ~CProperty();
 
     // Every field in declared order, then the first DataSize bytes of the
-    // blocks (no float tolerance, no case folding).
-    bool operator==(const CProperty& other) const;
+    // blocks (no float tolerance, no case folding). A size without a block
+    // (a setter or copy that ran out of memory) equals only another such
+    // property. Inline: inventories compare thousands of these at a time.
+    bool operator==(const CProperty& other) const {
+        if (PropertyID != other.PropertyID || SecondaryID != other.SecondaryID ||
+            Attribute1 != other.Attribute1 || Attribute2 != other.Attribute2 ||
+            Attribute3 != other.Attribute3 || Attribute4 != other.Attribute4 ||
+            Attribute5 != other.Attribute5 || Type != other.Type || SubType != other.SubType ||
+            Flag != other.Flag || Attribute6 != other.Attribute6 || Flag2 != other.Flag2 ||
+            Attribute7 != other.Attribute7 || Attribute8 != other.Attribute8 ||
+            SelectionMask != other.SelectionMask || DataSize != other.DataSize ||
+            SplitSize != other.SplitSize)
+            return false;
+        if (DataSize == 0)
+            return true;
+        if (Data == nullptr || other.Data == nullptr)
+            return Data == other.Data;
+        return std::memcmp(Data, other.Data, DataSize) == 0;
+    }
     bool operator!=(const CProperty& other) const { return !(*this == other); }
 
     // Setters return 0, 20006 (empty list, kind 3 only; nothing changed) or
