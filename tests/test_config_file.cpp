@@ -422,4 +422,30 @@ TEST_F(ConfigFileTest, ListingsFollowTheFileOrder) {
     EXPECT_EQ(Shown(items), Texts{});
 }
 
+TEST_F(ConfigFileTest, ReadAllIsTheNamesAndSectionsInOneReading) {
+    std::vector<PI::CConfigSection> all = {{"stale", {{"k", "v", ""}}}};
+    EXPECT_EQ(m_Store.ReadAll(all), PI::RESULT_CONFIG_NOT_READ);
+    EXPECT_TRUE(all.empty());
+
+    // A section written in two places is listed once, where it first
+    // appears, with the keys of both places; a section without keys is
+    // listed too.
+    WriteBytes(m_File, SampleWithCrlfAndBom() + "[Empty]\r\n[Config.0]\r\nLate=yes\r\n");
+    ASSERT_EQ(m_Store.ReadAll(all), 0u);
+    std::vector<std::string> names;
+    ASSERT_EQ(m_Store.ReadSectionNames(names), 0u);
+    ASSERT_EQ(all.size(), names.size());
+    for (size_t i = 0; i < all.size(); ++i) {
+        EXPECT_EQ(all[i].Name, names[i]);
+        std::vector<CConfigValue> items;
+        ASSERT_EQ(m_Store.ReadSection(names[i], items), 0u);
+        EXPECT_EQ(Shown(all[i].Values), Shown(items)) << names[i];
+    }
+    EXPECT_EQ(all.back().Name, "Empty");
+    EXPECT_TRUE(all.back().Values.empty());
+    ASSERT_GE(all.size(), 2u);
+    EXPECT_EQ(all[1].Name, "Config.0");
+    EXPECT_EQ(Shown(all[1].Values).back(), "Late=yes");
+}
+
 } // namespace

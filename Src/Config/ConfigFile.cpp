@@ -88,6 +88,18 @@ bool ReadFile(CIniFile& ini, const boost::filesystem::path& path) {
     }
 }
 
+// Every key of a section with its value, in file order.
+std::vector<CConfigValue> SectionValues(RVX::INI_Files::CIniSection section) {
+    std::vector<CConfigValue> items;
+    for (std::string& key : section.KeyNames()) {
+        CConfigValue item;
+        section[key].GetValue(item.Value);
+        item.Key.swap(key);
+        items.push_back(std::move(item));
+    }
+    return items;
+}
+
 // O_EXCL: a file that another process has just created and written must not
 // be truncated. New configuration files are 0640 whatever the umask.
 void CreateEmptyFile(const boost::filesystem::path& path) {
@@ -338,14 +350,7 @@ unsigned CConfigFile::ReadSection(const std::string& section, std::vector<CConfi
         RVX::INI_Files::CIniSection handle = ini[section];
         if (!handle.Exists())
             return RESULT_CONFIG_NOT_READ;
-        std::vector<CConfigValue> found;
-        for (std::string& key : handle.KeyNames()) {
-            CConfigValue item;
-            handle[key].GetValue(item.Value);
-            item.Key.swap(key);
-            found.push_back(std::move(item));
-        }
-        items.swap(found);
+        items = SectionValues(handle);
         return RESULT_SUCCESS;
     } catch (...) {
         CThrowState::EndException(Here(__LINE__));
@@ -366,6 +371,29 @@ unsigned CConfigFile::ReadSectionNames(std::vector<std::string>& sections) {
     } catch (...) {
         CThrowState::EndException(Here(__LINE__));
         sections.clear();
+        return RESULT_CONFIG_NOT_READ;
+    }
+}
+
+unsigned CConfigFile::ReadAll(std::vector<CConfigSection>& sections) {
+    RVX::Threading::CSyncGuard guard(m_Lock);
+    RVX::Threading::CThrowStateGuard state;
+    sections.clear();
+    CIniFile ini;
+    if (!ReadFile(ini, m_FilePath))
+        return RESULT_CONFIG_NOT_READ;
+    try {
+        std::vector<CConfigSection> found;
+        for (std::string& name : ini.SectionNames()) {
+            CConfigSection section;
+            section.Values = SectionValues(ini[name]);
+            section.Name.swap(name);
+            found.push_back(std::move(section));
+        }
+        sections.swap(found);
+        return RESULT_SUCCESS;
+    } catch (...) {
+        CThrowState::EndException(Here(__LINE__));
         return RESULT_CONFIG_NOT_READ;
     }
 }

@@ -31,6 +31,12 @@ struct PI_API CConfigValue {
     std::string Name;
 };
 
+// One section of the file with its keys, as ReadAll gives them.
+struct PI_API CConfigSection {
+    std::string Name;
+    std::vector<CConfigValue> Values;
+};
+
 class PI_API CConfigFile {
 public:
     CConfigFile();
@@ -75,6 +81,11 @@ public:
     // The names of all sections in file order; RESULT_CONFIG_NOT_READ when
     // the file cannot be read.
     unsigned ReadSectionNames(std::vector<std::string>& sections);
+    // Every section with its keys, as ReadSectionNames and ReadSection give
+    // them, from one reading of the file: a consistent picture even while
+    // other processes write. RESULT_CONFIG_NOT_READ when the file cannot be
+    // read.
+    unsigned ReadAll(std::vector<CConfigSection>& sections);
 
 private:
     // What WriteOne does with the key: a write sets it (an empty key removes

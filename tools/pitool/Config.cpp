@@ -223,45 +223,42 @@ Result Delete(PI::CConfigFile& store, const ConfigArgs& args, const Scope& scope
 }
 
 // The keys of one section as "[section]" and "key = value" lines, and as a
-// JSON object. False when the section is not (or no longer) there.
-bool ReadWholeSection(PI::CConfigFile& store, const std::string& section, std::string& text,
-                      Json& values) {
-    std::vector<PI::CConfigValue> items;
-    if (store.ReadSection(section, items) != 0) {
-        return false;
-    }
-    text = "[" + section + "]\n";
+// JSON object.
+void ShowSection(const PI::CConfigSection& section, std::string& text, Json& values) {
+    text = "[" + section.Name + "]\n";
     values = Json::Object();
-    for (const auto& item : items) {
+    for (const auto& item : section.Values) {
         text += item.Key + " = " + RVX::INI_Files::EncodeValue(item.Value) + "\n";
         values.Set(item.Key, item.Value);
     }
-    return true;
 }
 
 // Without keys: the whole file, or the one section of a scope option.
 Result ListSections(PI::CConfigFile& store, const ConfigArgs& args, const Scope& scope) {
-    const std::vector<std::string> sections = SectionNames(store, args.file);
     Result result;
     if (scope.kind != Scope::Kind::Default) {
-        Json values;
-        if (!Holds(sections, scope.section) ||
-            !ReadWholeSection(store, scope.section, result.text, values)) {
+        PI::CConfigSection section{scope.section, {}};
+        if (!Holds(SectionNames(store, args.file), scope.section) ||
+            store.ReadSection(scope.section, section.Values) != 0) {
             NotFound("there is no section " + scope.section);
         }
+        Json values;
+        ShowSection(section, result.text, values);
         result.json = Base(args, scope).Set("values", std::move(values));
         return result;
+    }
+    // One reading of the file, so that the listing is one state of it.
+    std::vector<PI::CConfigSection> sections;
+    if (store.ReadAll(sections) != 0) {
+        Fail("cannot read '" + args.file + "'");
     }
     Json all = Json::Object();
     for (const auto& section : sections) {
         std::string text;
         Json values;
-        // A section that another writer removed since the names were read
-        // is left out.
-        if (ReadWholeSection(store, section, text, values)) {
-            result.text += (result.text.empty() ? "" : "\n") + text;
-            all.Set(section, std::move(values));
-        }
+        ShowSection(section, text, values);
+        result.text += (result.text.empty() ? "" : "\n") + text;
+        all.Set(section.Name, std::move(values));
     }
     result.json = Json::Object().Set("file", args.file).Set("sections", std::move(all));
     return result;
