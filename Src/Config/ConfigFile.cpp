@@ -100,6 +100,26 @@ std::vector<CConfigValue> SectionValues(RVX::INI_Files::CIniSection section) {
     return items;
 }
 
+// One reading of the file for a look-up: the output emptied first, what the
+// look-up raises ended here. `find` says whether it found what was asked;
+// when it did not, or raised, the output is emptied again.
+template <class Output, class Find>
+unsigned ReadOnce(const boost::filesystem::path& path, Output& output, Find&& find) {
+    RVX::Threading::CThrowStateGuard state;
+    output = Output();
+    CIniFile ini;
+    if (!ReadFile(ini, path))
+        return RESULT_CONFIG_NOT_READ;
+    try {
+        if (find(ini))
+            return RESULT_SUCCESS;
+    } catch (...) {
+        CThrowState::EndException(Here(__LINE__));
+    }
+    output = Output();
+    return RESULT_CONFIG_NOT_READ;
+}
+
 // O_EXCL: a file that another process has just created and written must not
 // be truncated. New configuration files are 0640 whatever the umask.
 void CreateEmptyFile(const boost::filesystem::path& path) {
@@ -222,19 +242,8 @@ unsigned CConfigFile::ReadScoped(const std::string& section, const std::string& 
 unsigned CConfigFile::ReadSectionKeyValue(const std::string& section, const std::string& key,
                                           std::string& value) {
     RVX::Threading::CSyncGuard guard(m_Lock);
-    RVX::Threading::CThrowStateGuard state;
-    value.clear();
-    CIniFile ini;
-    if (!ReadFile(ini, m_FilePath))
-        return RESULT_CONFIG_NOT_READ;
-    try {
-        if (Lookup(ini, section, key, value))
-            return RESULT_SUCCESS;
-    } catch (...) {
-        CThrowState::EndException(Here(__LINE__));
-    }
-    value.clear();
-    return RESULT_CONFIG_NOT_READ;
+    return ReadOnce(m_FilePath, value,
+                    [&](CIniFile& ini) { return Lookup(ini, section, key, value); });
 }
 
 unsigned CConfigFile::ReadKeyValueList(std::vector<CConfigValue>& items) {
@@ -341,61 +350,32 @@ unsigned CConfigFile::DeleteSectionKeyValue(const std::string& section, const st
 
 unsigned CConfigFile::ReadSection(const std::string& section, std::vector<CConfigValue>& items) {
     RVX::Threading::CSyncGuard guard(m_Lock);
-    RVX::Threading::CThrowStateGuard state;
-    items.clear();
-    CIniFile ini;
-    if (!ReadFile(ini, m_FilePath))
-        return RESULT_CONFIG_NOT_READ;
-    try {
+    return ReadOnce(m_FilePath, items, [&](CIniFile& ini) {
         RVX::INI_Files::CIniSection handle = ini[section];
         if (!handle.Exists())
-            return RESULT_CONFIG_NOT_READ;
+            return false;
         items = SectionValues(handle);
-        return RESULT_SUCCESS;
-    } catch (...) {
-        CThrowState::EndException(Here(__LINE__));
-        return RESULT_CONFIG_NOT_READ;
-    }
+        return true;
+    });
 }
 
 unsigned CConfigFile::ReadSectionNames(std::vector<std::string>& sections) {
     RVX::Threading::CSyncGuard guard(m_Lock);
-    RVX::Threading::CThrowStateGuard state;
-    sections.clear();
-    CIniFile ini;
-    if (!ReadFile(ini, m_FilePath))
-        return RESULT_CONFIG_NOT_READ;
-    try {
+    return ReadOnce(m_FilePath, sections, [&](CIniFile& ini) {
         sections = ini.SectionNames();
-        return RESULT_SUCCESS;
-    } catch (...) {
-        CThrowState::EndException(Here(__LINE__));
-        sections.clear();
-        return RESULT_CONFIG_NOT_READ;
-    }
+        return true;
+    });
 }
 
 unsigned CConfigFile::ReadAll(std::vector<CConfigSection>& sections) {
     RVX::Threading::CSyncGuard guard(m_Lock);
-    RVX::Threading::CThrowStateGuard state;
-    sections.clear();
-    CIniFile ini;
-    if (!ReadFile(ini, m_FilePath))
-        return RESULT_CONFIG_NOT_READ;
-    try {
-        std::vector<CConfigSection> found;
+    return ReadOnce(m_FilePath, sections, [&](CIniFile& ini) {
         for (std::string& name : ini.SectionNames()) {
-            CConfigSection section;
-            section.Values = SectionValues(ini[name]);
-            section.Name.swap(name);
-            found.push_back(std::move(section));
+            sections.push_back(CConfigSection{std::string(), SectionValues(ini[name])});
+            sections.back().Name.swap(name);
         }
-        sections.swap(found);
-        return RESULT_SUCCESS;
-    } catch (...) {
-        CThrowState::EndException(Here(__LINE__));
-        return RESULT_CONFIG_NOT_READ;
-    }
+        return true;
+    });
 }
 
 } // namespace PI
