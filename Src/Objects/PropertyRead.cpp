@@ -10,6 +10,7 @@
 #include <RVX/Markup.h>
 #include <RVX/Trace.h>
 
+#include <climits>
 #include <cstdint>
 #include <cstring>
 
@@ -57,13 +58,13 @@ unsigned int DataFault(const CProperty& p, unsigned int line) {
     return EXCEPTION_INVALID_DATA;
 }
 
-// The kind check, then the data check of a kind whose block has one fixed
-// size: 0 when both pass, else the fault as reported.
-unsigned int CheckFixedSize(const CProperty& p, unsigned int type, unsigned int size,
-                            unsigned int line) {
+// The kind check, then the data check: a block of `minimum` to `maximum`
+// bytes. 0 when both pass, else the fault as reported.
+unsigned int CheckBlock(const CProperty& p, unsigned int type, unsigned int line,
+                        unsigned int minimum = 0, unsigned int maximum = UINT_MAX) {
     if (p.Type != type)
         return TypeFault(p, type, line);
-    if (p.Data == nullptr || p.DataSize != size)
+    if (p.Data == nullptr || p.DataSize < minimum || p.DataSize > maximum)
         return DataFault(p, line);
     return RESULT_SUCCESS;
 }
@@ -123,14 +124,23 @@ void JoinSelected(const std::vector<std::string>& list, unsigned int mask, std::
     out.swap(joined);
 }
 
+// The string-list readers into either kind of text.
+template <class Text>
+unsigned int ReadStringList(const CProperty& p, std::vector<Text>& list,
+                            unsigned int& selectionMask, unsigned int line) {
+    if (const unsigned int fault = CheckBlock(p, VT_STRING_LIST, line))
+        return fault;
+    DecodeStringList(p, list);
+    selectionMask = p.SelectionMask;
+    return RESULT_SUCCESS;
+}
+
 } // namespace
 
 unsigned int CProperty::GetValue(int& value, std::vector<int>& list) {
     RVX::Threading::CThrowStateGuard guard;
-    if (Type != VT_INT_LIST)
-        return TypeFault(*this, VT_INT_LIST, __LINE__);
-    if (Data == nullptr || DataSize < 8)
-        return DataFault(*this, __LINE__);
+    if (const unsigned int fault = CheckBlock(*this, VT_INT_LIST, __LINE__, 8))
+        return fault;
     const size_t words = DataSize / 4;
     std::vector<int> items;
     items.reserve(words - 1);
@@ -143,7 +153,7 @@ unsigned int CProperty::GetValue(int& value, std::vector<int>& list) {
 
 unsigned int CProperty::GetValue(int& value, int& minimum, int& maximum, unsigned int& step) {
     RVX::Threading::CThrowStateGuard guard;
-    if (const unsigned int fault = CheckFixedSize(*this, VT_RANGE, 16, __LINE__))
+    if (const unsigned int fault = CheckBlock(*this, VT_RANGE, __LINE__, 16, 16))
         return fault;
     value = Word<int>(Data);
     minimum = Word<int>(Data + 4);
@@ -154,7 +164,7 @@ unsigned int CProperty::GetValue(int& value, int& minimum, int& maximum, unsigne
 
 unsigned int CProperty::GetValue(bool& value) {
     RVX::Threading::CThrowStateGuard guard;
-    if (const unsigned int fault = CheckFixedSize(*this, VT_BOOL, 4, __LINE__))
+    if (const unsigned int fault = CheckBlock(*this, VT_BOOL, __LINE__, 4, 4))
         return fault;
     value = Word<std::uint32_t>(Data) != 0;
     return RESULT_SUCCESS;
@@ -162,7 +172,7 @@ unsigned int CProperty::GetValue(bool& value) {
 
 unsigned int CProperty::GetValue(unsigned long long& value) {
     RVX::Threading::CThrowStateGuard guard;
-    if (const unsigned int fault = CheckFixedSize(*this, VT_UINT64, 8, __LINE__))
+    if (const unsigned int fault = CheckBlock(*this, VT_UINT64, __LINE__, 8, 8))
         return fault;
     value = Word<unsigned long long>(Data);
     return RESULT_SUCCESS;
@@ -170,10 +180,8 @@ unsigned int CProperty::GetValue(unsigned long long& value) {
 
 unsigned int CProperty::GetValue(std::vector<int>& first, std::vector<int>& second) {
     RVX::Threading::CThrowStateGuard guard;
-    if (Type != VT_INT_LIST_PAIR)
-        return TypeFault(*this, VT_INT_LIST_PAIR, __LINE__);
-    if (Data == nullptr)
-        return DataFault(*this, __LINE__);
+    if (const unsigned int fault = CheckBlock(*this, VT_INT_LIST_PAIR, __LINE__))
+        return fault;
     // The sizes are as the setter wrote them; the split is still bounded by
     // the block so that no public field can lead the reader outside it.
     const size_t words = DataSize / 4;
@@ -196,7 +204,7 @@ unsigned int CProperty::GetValue(std::vector<int>& first, std::vector<int>& seco
 
 unsigned int CProperty::GetValue(float& value) {
     RVX::Threading::CThrowStateGuard guard;
-    if (const unsigned int fault = CheckFixedSize(*this, VT_FLOAT, 4, __LINE__))
+    if (const unsigned int fault = CheckBlock(*this, VT_FLOAT, __LINE__, 4, 4))
         return fault;
     value = Word<float>(Data);
     return RESULT_SUCCESS;
@@ -204,10 +212,8 @@ unsigned int CProperty::GetValue(float& value) {
 
 unsigned int CProperty::GetValue(std::vector<unsigned long long>& list) {
     RVX::Threading::CThrowStateGuard guard;
-    if (Type != VT_UINT64_LIST)
-        return TypeFault(*this, VT_UINT64_LIST, __LINE__);
-    if (Data == nullptr)
-        return DataFault(*this, __LINE__);
+    if (const unsigned int fault = CheckBlock(*this, VT_UINT64_LIST, __LINE__))
+        return fault;
     const size_t count = DataSize / 8;
     std::vector<unsigned long long> items;
     items.reserve(count);
@@ -219,10 +225,8 @@ unsigned int CProperty::GetValue(std::vector<unsigned long long>& list) {
 
 unsigned int CProperty::GetValue(RVX::XML::CMarkup& markup) {
     RVX::Threading::CThrowStateGuard guard;
-    if (Type != VT_XML)
-        return TypeFault(*this, VT_XML, __LINE__);
-    if (Data == nullptr)
-        return DataFault(*this, __LINE__);
+    if (const unsigned int fault = CheckBlock(*this, VT_XML, __LINE__))
+        return fault;
     const std::string text(reinterpret_cast<const char*>(Data), BoundedLength(Data, DataSize));
     (void)markup.SetDoc(text); // the result is 0 whatever the parser says
     return RESULT_SUCCESS;
@@ -231,13 +235,7 @@ unsigned int CProperty::GetValue(RVX::XML::CMarkup& markup) {
 unsigned int CProperty::GetValue(std::vector<RVX::Strings::CStringEx>& list,
                                  unsigned int& selectionMask) {
     RVX::Threading::CThrowStateGuard guard;
-    if (Type != VT_STRING_LIST)
-        return TypeFault(*this, VT_STRING_LIST, __LINE__);
-    if (Data == nullptr)
-        return DataFault(*this, __LINE__);
-    DecodeStringList(*this, list);
-    selectionMask = SelectionMask;
-    return RESULT_SUCCESS;
+    return ReadStringList(*this, list, selectionMask, __LINE__);
 }
 
 unsigned int CProperty::GetValue(std::vector<RVX::Strings::CStringEx>& list) {
@@ -247,13 +245,7 @@ unsigned int CProperty::GetValue(std::vector<RVX::Strings::CStringEx>& list) {
 
 unsigned int CProperty::GetValue(std::vector<std::string>& list, unsigned int& selectionMask) {
     RVX::Threading::CThrowStateGuard guard;
-    if (Type != VT_STRING_LIST)
-        return TypeFault(*this, VT_STRING_LIST, __LINE__);
-    if (Data == nullptr)
-        return DataFault(*this, __LINE__);
-    DecodeStringList(*this, list);
-    selectionMask = SelectionMask;
-    return RESULT_SUCCESS;
+    return ReadStringList(*this, list, selectionMask, __LINE__);
 }
 
 unsigned int CProperty::GetValue(std::vector<std::string>& list) {

@@ -56,7 +56,9 @@ public:
                                  std::string& value);
     unsigned ReadKeyValueList(std::vector<CConfigValue>& items);
 
-    // An empty key removes the whole section. A missing file is created.
+    // An empty key removes the whole section. A missing file is created;
+    // when the file can then still not be locked (no such directory, no
+    // permission), the platform's exception reaches the caller.
     unsigned WriteKeyValue(const std::string& key, const std::string& value, int first, int second);
     unsigned WriteKeyValue(const std::string& key, const std::string& value,
                            const std::string& name);
