@@ -6,6 +6,8 @@
 #include <RVX/Exceptions.h>
 #include <RVX/IniFiles.h>
 
+#include "ScratchDirectory.h"
+
 #include <gtest/gtest.h>
 
 #include <boost/filesystem.hpp>
@@ -34,22 +36,8 @@ namespace Hooks = RVX::INI_Files::Internals;
 
 const int MARKER_KEYS = 200;
 
-class DurabilityTest : public ::testing::Test {
+class DurabilityTest : public ScratchDirectoryTest {
 protected:
-    void SetUp() override {
-        char pattern[] = "/tmp/pi-durable-XXXXXX";
-        ASSERT_NE(::mkdtemp(pattern), nullptr);
-        m_Dir = pattern;
-        m_File = m_Dir + "/pi.ini";
-    }
-    void TearDown() override { boost::filesystem::remove_all(m_Dir); }
-
-    static std::string ReadBytes(const std::string& path) {
-        std::ifstream in(path, std::ios::binary);
-        std::ostringstream text;
-        text << in.rdbuf();
-        return text.str();
-    }
     // A file big enough that a write takes several steps, with a comment
     // that every rewrite must keep.
     void WriteMarkers() {
@@ -95,9 +83,6 @@ protected:
         std::sort(names.begin(), names.end());
         return names;
     }
-
-    std::string m_Dir;
-    std::string m_File;
 };
 
 TEST_F(DurabilityTest, ProcessesWritingAtOnceLoseNothing) {

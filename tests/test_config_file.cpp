@@ -4,6 +4,8 @@
 #include <RVX/Application.h>
 #include <RVX/IniFiles.h>
 
+#include "ScratchDirectory.h"
+
 #include <gtest/gtest.h>
 
 #include <boost/filesystem.hpp>
@@ -23,27 +25,13 @@ namespace {
 using PI::CConfigFile;
 using PI::CConfigValue;
 
-class ConfigFileTest : public ::testing::Test {
+class ConfigFileTest : public ScratchDirectoryTest {
 protected:
     void SetUp() override {
-        char pattern[] = "/tmp/pi-config-XXXXXX";
-        ASSERT_NE(::mkdtemp(pattern), nullptr);
-        m_Dir = pattern;
-        m_File = m_Dir + "/pi.ini";
+        ScratchDirectoryTest::SetUp();
         m_Store.SetFilePath(m_File);
     }
-    void TearDown() override { boost::filesystem::remove_all(m_Dir); }
 
-    static void WriteBytes(const std::string& path, const std::string& text) {
-        std::ofstream out(path, std::ios::binary | std::ios::trunc);
-        out << text;
-    }
-    static std::string ReadBytes(const std::string& path) {
-        std::ifstream in(path, std::ios::binary);
-        std::ostringstream text;
-        text << in.rdbuf();
-        return text.str();
-    }
     // The value as the file holds it, bypassing the store's section choice.
     std::string InFile(const std::string& section, const std::string& key) {
         RVX::INI_Files::CIniFile ini;
@@ -59,8 +47,6 @@ protected:
         return ini[section].Exists();
     }
 
-    std::string m_Dir;
-    std::string m_File;
     CConfigFile m_Store;
 };
 

@@ -1,4 +1,5 @@
 // Event records: comparison, copies and the six message placeholders.
+#include "../fuzz/checks/EventRawAccess.h"
 #include "PI/ObjectModel.h"
 
 #include <RVX/Language.h>
@@ -8,20 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-
-namespace PI {
-// Reaches the stored and resolved placeholders that the public interface
-// keeps to itself.
-class CEventRawAccess {
-public:
-    static RVX::Strings::CStringVar& Stored(CEvent& event, unsigned int slot) {
-        return event.m_PlaceHolders[slot];
-    }
-    static const RVX::Strings::CStringVar& Resolved(const CEvent& event, unsigned int slot) {
-        return event.m_Resolved[slot];
-    }
-};
-} // namespace PI
 
 using PI::CEvent;
 using PI::CEventRawAccess;

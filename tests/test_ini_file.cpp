@@ -1,6 +1,8 @@
 #include <RVX/Exceptions.h>
 #include <RVX/IniFiles.h>
 
+#include "ScratchDirectory.h"
+
 #include <gtest/gtest.h>
 
 #include <boost/filesystem.hpp>
@@ -29,29 +31,14 @@ namespace {
 using RVX::INI_Files::CIniFile;
 using RVX::INI_Files::INI_WAIT_FOREVER;
 
-class IniFileTest : public ::testing::Test {
+class IniFileTest : public ScratchDirectoryTest {
 protected:
-    void SetUp() override {
-        char pattern[] = "/tmp/pi-ini-XXXXXX";
-        ASSERT_NE(::mkdtemp(pattern), nullptr);
-        m_Dir = pattern;
-        m_File = m_Dir + "/test.ini";
-    }
+    IniFileTest() : ScratchDirectoryTest("test.ini") {}
     void TearDown() override {
         RVX::INI_Files::Internals::SetWriteStageHook(nullptr);
-        boost::filesystem::remove_all(m_Dir);
+        ScratchDirectoryTest::TearDown();
     }
 
-    static void WriteBytes(const std::string& path, const std::string& text) {
-        std::ofstream out(path, std::ios::binary | std::ios::trunc);
-        out << text;
-    }
-    static std::string ReadBytes(const std::string& path) {
-        std::ifstream in(path, std::ios::binary);
-        std::ostringstream text;
-        text << in.rdbuf();
-        return text.str();
-    }
     std::string Get(const std::string& section, const std::string& key) {
         CIniFile ini;
         ini.Read(m_File, INI_WAIT_FOREVER);
@@ -74,9 +61,6 @@ protected:
         ::close(fd);
         return free;
     }
-
-    std::string m_Dir;
-    std::string m_File;
 };
 
 const char HAND_WRITTEN[] = "\xEF\xBB\xBF"

@@ -8,6 +8,7 @@
 // text as it was. Copies resolve alike; the setters store what they say.
 
 #include "Check.h"
+#include "EventRawAccess.h"
 
 #include <PI/Event.h>
 #include <RVX/Language.h>
@@ -18,19 +19,6 @@
 #include <climits>
 #include <cstring>
 #include <string>
-
-namespace PI {
-// The stored and resolved placeholders, which the event keeps to itself.
-class CEventRawAccess {
-public:
-    static RVX::Strings::CStringVar& Stored(CEvent& event, unsigned int slot) {
-        return event.m_PlaceHolders[slot];
-    }
-    static const RVX::Strings::CStringVar& Resolved(const CEvent& event, unsigned int slot) {
-        return event.m_Resolved[slot];
-    }
-};
-} // namespace PI
 
 namespace pi_fuzz {
 
