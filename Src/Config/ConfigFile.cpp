@@ -165,6 +165,22 @@ void RemoveLockFile(const boost::filesystem::path& path) {
     boost::filesystem::remove(lockPath, error);
 }
 
+// The changes of one write on the locked file, then the flush. When either
+// fails, the lock file goes (while the lock is still held) and the write
+// reports RESULT_NOT_FOUND.
+template <class Edit>
+unsigned ChangeAndFlush(CIniFile& ini, const boost::filesystem::path& path, Edit&& edit) {
+    try {
+        edit();
+        ini.Flush(FLUSH_TIMEOUT);
+        return RESULT_SUCCESS;
+    } catch (...) {
+        CThrowState::ContinueException(Here(__LINE__));
+        RemoveLockFile(path);
+        return RESULT_NOT_FOUND;
+    }
+}
+
 void Apply(CIniFile& ini, const std::string& section, const std::string& key,
            const std::string& value) {
     if (key.empty())
@@ -299,18 +315,12 @@ unsigned CConfigFile::WriteOne(const std::string& section, const std::string& ke
     CIniFile ini;
     if (!LockForWrite(ini, m_FilePath, !removal))
         return RESULT_SUCCESS; // no file, so no key to remove
-    try {
+    return ChangeAndFlush(ini, m_FilePath, [&] {
         if (removal)
             ini[section][key].Remove();
         else
             Apply(ini, section, key, value);
-        ini.Flush(FLUSH_TIMEOUT);
-        return RESULT_SUCCESS;
-    } catch (...) {
-        CThrowState::ContinueException(Here(__LINE__));
-        RemoveLockFile(m_FilePath);
-        return RESULT_NOT_FOUND;
-    }
+    });
 }
 
 unsigned CConfigFile::WriteKeyValueList(const std::vector<CConfigValue>& items) {
@@ -320,17 +330,11 @@ unsigned CConfigFile::WriteKeyValueList(const std::vector<CConfigValue>& items) 
         return RESULT_NOT_FOUND;
     CIniFile ini;
     LockForWrite(ini, m_FilePath, true);
-    try {
+    return ChangeAndFlush(ini, m_FilePath, [&] {
         for (const CConfigValue& item : items)
             if (!item.Name.empty())
                 Apply(ini, NamedSection(item.Name), item.Key, item.Value);
-        ini.Flush(FLUSH_TIMEOUT);
-        return RESULT_SUCCESS;
-    } catch (...) {
-        CThrowState::ContinueException(Here(__LINE__));
-        RemoveLockFile(m_FilePath);
-        return RESULT_NOT_FOUND;
-    }
+    });
 }
 
 unsigned CConfigFile::DeleteKeyValue(const std::string& key, int first, int second) {
