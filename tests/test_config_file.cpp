@@ -219,10 +219,10 @@ TEST_F(ConfigFileTest, RefusedWriteLeavesTheFileByteIdentical) {
     ASSERT_TRUE(boost::filesystem::exists(lockFile));
     const std::string before = ReadBytes(m_File);
 
-    EXPECT_EQ(m_Store.WriteKeyValue(" padded", "v", "n"), PI::RESULT_NOT_FOUND);
+    EXPECT_EQ(m_Store.WriteKeyValue(std::string("nul\0key", 7), "v", "n"), PI::RESULT_NOT_FOUND);
     EXPECT_FALSE(boost::filesystem::exists(lockFile)) << "a failed write removes the lock file";
-    EXPECT_EQ(m_Store.WriteKeyValue("a=b", "v", 1, -1), PI::RESULT_NOT_FOUND);
-    EXPECT_EQ(m_Store.WriteKeyValue("line\nbreak", "v", -1, -1), PI::RESULT_NOT_FOUND);
+    EXPECT_EQ(m_Store.WriteKeyValue(std::string("\0", 1), "v", 1, -1), PI::RESULT_NOT_FOUND);
+    EXPECT_EQ(m_Store.WriteKeyValue("k", "v", "line\nbreak"), PI::RESULT_NOT_FOUND);
     EXPECT_EQ(m_Store.WriteKeyValue("k", std::string("nul\0", 4), "n"), PI::RESULT_NOT_FOUND);
     EXPECT_EQ(m_Store.WriteSectionKeyValue("a]b", "k", "v"), PI::RESULT_NOT_FOUND);
     EXPECT_EQ(m_Store.WriteKeyValue("k", "v", "br]acket"), PI::RESULT_NOT_FOUND);
@@ -232,7 +232,7 @@ TEST_F(ConfigFileTest, RefusedWriteLeavesTheFileByteIdentical) {
     ASSERT_EQ(m_Store.WriteKeyValue("k", "v2", "n"), 0u);
     const std::string second = ReadBytes(m_File);
     ASSERT_TRUE(boost::filesystem::exists(lockFile));
-    EXPECT_EQ(m_Store.WriteKeyValueList({{"good", "1", "n"}, {"#bad", "2", "n"}}),
+    EXPECT_EQ(m_Store.WriteKeyValueList({{"good", "1", "n"}, {std::string("b\0d", 3), "2", "n"}}),
               PI::RESULT_NOT_FOUND);
     EXPECT_EQ(ReadBytes(m_File), second);
     EXPECT_FALSE(boost::filesystem::exists(lockFile));

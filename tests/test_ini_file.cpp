@@ -22,7 +22,6 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
-#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -211,9 +210,7 @@ TEST_F(IniFileTest, AwkwardValuesAndKeysReadBackByteForByte) {
 TEST_F(IniFileTest, UnrepresentableNamesAndValuesAreRefusedWithoutChange) {
     const std::string original = "; keep\n[S]\nk=v\n";
     WriteBytes(m_File, original);
-    const std::vector<std::string> badKeys = {"",     "a=b",  "[a",  "a]",
-                                              "a\nb", "a\rb", ";a",  "#a",
-                                              " a",   "a ",   "\ta", std::string("a\0b", 3)};
+    const std::vector<std::string> badKeys = {std::string("a\0b", 3), std::string("\0", 1)};
     const std::vector<std::string> badSections = {"a]b", "a\nb", "a\rb",
                                                   " a",  "a\t",  std::string("a\0", 2)};
     CIniFile ini;
@@ -277,22 +274,34 @@ TEST_F(IniFileTest, LastLineWithoutLineEndGetsOneWhenFollowed) {
 TEST_F(IniFileTest, MisuseAndMissingFilesThrow) {
     CIniFile ini;
     EXPECT_THROW(ini.Flush(2000), RVX::Exceptions::CException);
+    // System errors are the platform's exceptions, naming the path and the
+    // system's text, in the platform's registered module.
+    const std::string missing = std::strerror(ENOENT);
     try {
         ini.Read(m_File, INI_WAIT_FOREVER);
         ADD_FAILURE() << "read of a missing file";
-    } catch (const std::system_error& e) {
-        EXPECT_EQ(e.code().value(), ENOENT);
-        EXPECT_NE(std::string(e.what()).find(m_File), std::string::npos);
+    } catch (const RVX::Exceptions::CException& e) {
+        EXPECT_EQ(e.GetCode(), RVX::INI_Files::INI_ERROR_SYSTEM);
+        EXPECT_NE(std::string(e.what()).find(m_File), std::string::npos) << e.what();
+        EXPECT_NE(std::string(e.what()).find(missing), std::string::npos) << e.what();
+        EXPECT_NE(std::string(e.what()).find("(RVX)"), std::string::npos) << e.what();
     }
     try {
         ini.Lock(m_File, INI_WAIT_FOREVER);
         ADD_FAILURE() << "lock of a missing file";
-    } catch (const std::system_error& e) {
-        EXPECT_EQ(e.code().value(), ENOENT);
+    } catch (const RVX::Exceptions::CException& e) {
+        EXPECT_EQ(e.GetCode(), RVX::INI_Files::INI_ERROR_SYSTEM);
+        EXPECT_NE(std::string(e.what()).find(missing), std::string::npos) << e.what();
     }
     EXPECT_TRUE(LockIsFree()) << "a failed Lock keeps no lock";
-    EXPECT_THROW(ini.Lock("", INI_WAIT_FOREVER), std::system_error);
-    EXPECT_THROW(ini.Read(m_Dir, INI_WAIT_FOREVER), std::system_error);
+    EXPECT_FALSE(boost::filesystem::exists(m_File + ".lck")) << "nor a lock file";
+    EXPECT_THROW(ini.Lock("", INI_WAIT_FOREVER), RVX::Exceptions::CException);
+    try {
+        ini.Read(m_Dir, INI_WAIT_FOREVER);
+        ADD_FAILURE() << "read of a directory";
+    } catch (const RVX::Exceptions::CException& e) {
+        EXPECT_EQ(e.GetCode(), RVX::INI_Files::INI_ERROR_NOT_REGULAR);
+    }
 
     WriteBytes(m_File, "[A]\na=1\n");
     ini.Lock(m_File, INI_WAIT_FOREVER);
@@ -373,8 +382,9 @@ TEST_F(IniFileTest, SymlinkedOrOddLockFileIsRefused) {
     try {
         ini.Lock(m_File, INI_WAIT_FOREVER);
         ADD_FAILURE() << "followed a symlinked lock file";
-    } catch (const std::system_error& e) {
-        EXPECT_EQ(e.code().value(), ELOOP);
+    } catch (const RVX::Exceptions::CException& e) {
+        EXPECT_EQ(e.GetCode(), RVX::INI_Files::INI_ERROR_BAD_LOCK_FILE);
+        EXPECT_NE(std::string(e.what()).find(m_File + ".lck"), std::string::npos) << e.what();
     }
     EXPECT_FALSE(boost::filesystem::exists(victim));
 
