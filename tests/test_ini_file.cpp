@@ -207,6 +207,75 @@ TEST_F(IniFileTest, AwkwardValuesAndKeysReadBackByteForByte) {
     EXPECT_EQ(value, "in the unnamed section");
 }
 
+TEST_F(IniFileTest, EveryKeyWithoutNulReadsBackByteForByte) {
+    WriteBytes(m_File, "[S]\nplain=1\n");
+    const std::vector<std::string> keys = {"",
+                                           " lead",
+                                           "trail ",
+                                           "  ",
+                                           "\ttab",
+                                           "a=b",
+                                           "=",
+                                           "==x",
+                                           ";semi",
+                                           "#hash",
+                                           "[",
+                                           "]",
+                                           "[sect]",
+                                           "a]b",
+                                           "two\nlines",
+                                           "cr\r",
+                                           "\"",
+                                           "\"q\"",
+                                           "\"q\" x",
+                                           "back\\",
+                                           "\\\"",
+                                           " = ; # ",
+                                           "a\tb\t",
+                                           "\xEF\xBB\xBF"
+                                           "bom",
+                                           "x\"=\"y",
+                                           "utf-8 \xC3\xA4"};
+    {
+        CIniFile ini;
+        ini.Lock(m_File, INI_WAIT_FOREVER);
+        for (size_t i = 0; i < keys.size(); ++i)
+            ini["S"][keys[i]].SetValue("v" + std::to_string(i));
+        ini.Flush(2000);
+    }
+    for (int pass = 0; pass < 2; ++pass) {
+        CIniFile ini;
+        ini.Read(m_File, INI_WAIT_FOREVER);
+        std::vector<std::string> expected = {"plain"};
+        expected.insert(expected.end(), keys.begin(), keys.end());
+        EXPECT_EQ(ini["S"].KeyNames(), expected) << "pass " << pass;
+        std::string value;
+        for (size_t i = 0; i < keys.size(); ++i) {
+            EXPECT_EQ(ini["S"][keys[i]].GetValue(value), 1) << "key " << i;
+            EXPECT_EQ(value, "v" + std::to_string(i)) << "key " << i;
+        }
+        // A rewrite of other keys keeps every one of them readable.
+        Set("S", "plain", "2");
+    }
+    // Each key is one line of the file: nothing was split.
+    const std::string text = ReadBytes(m_File);
+    EXPECT_EQ(static_cast<size_t>(std::count(text.begin(), text.end(), '\n')), 2 + keys.size());
+}
+
+TEST_F(IniFileTest, OnlyACompleteQuotedKeyIsUnquoted) {
+    // Only a complete quoted key followed by "=" is a quoted key; any other
+    // text before "=" is the key as typed.
+    WriteBytes(m_File, "[S]\n\"a\" b = 1\n\"open = 2\n \"q\" = 3\nx\"y\"=4\n\"\\z\"=5\n");
+    CIniFile ini;
+    ini.Read(m_File, INI_WAIT_FOREVER);
+    EXPECT_EQ(ini["S"].KeyNames(),
+              (std::vector<std::string>{"\"a\" b", "\"open", "q", "x\"y\"", "\\z"}));
+    Set("S", "\"a\" b", "changed");
+    EXPECT_EQ(Get("S", "\"a\" b"), "changed");
+    EXPECT_EQ(ReadBytes(m_File),
+              "[S]\n\"a\" b = changed\n\"open = 2\n \"q\" = 3\nx\"y\"=4\n\"\\z\"=5\n");
+}
+
 TEST_F(IniFileTest, UnrepresentableNamesAndValuesAreRefusedWithoutChange) {
     const std::string original = "; keep\n[S]\nk=v\n";
     WriteBytes(m_File, original);

@@ -406,6 +406,8 @@ void CIniFile::Lock(const std::string& path, unsigned int timeout) {
         if (fd.Get() < 0) {
             if (errno == ELOOP)
                 Refuse(INI_ERROR_BAD_LOCK_FILE, lockPath, "is a symlink");
+            if (errno == EISDIR)
+                Refuse(INI_ERROR_BAD_LOCK_FILE, lockPath, "is a directory");
             ThrowErrno("cannot open lock file", lockPath);
         }
         struct stat locked;
