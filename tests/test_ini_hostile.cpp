@@ -177,6 +177,7 @@ TEST_F(IniHostileTest, SymlinkToADeviceNeverReplacesIt) {
     EXPECT_TRUE(S_ISCHR(info.st_mode)) << "the device node was replaced";
     EXPECT_EQ(info.st_rdev, makedev(1, 3));
     EXPECT_TRUE(boost::filesystem::is_symlink(link));
+    EXPECT_FALSE(boost::filesystem::exists(device + ".lck")) << "nothing made beside the device";
 }
 
 TEST_F(IniHostileTest, FifoNeitherBlocksReadsNorWrites) {
@@ -194,6 +195,7 @@ TEST_F(IniHostileTest, FifoNeitherBlocksReadsNorWrites) {
     struct stat info;
     ASSERT_EQ(::lstat(m_File.c_str(), &info), 0);
     EXPECT_TRUE(S_ISFIFO(info.st_mode));
+    EXPECT_FALSE(boost::filesystem::exists(m_File + ".lck"));
     // A refused write keeps no lock: another writer gets it at once.
     const int code = RunInChild([&] {
         try {

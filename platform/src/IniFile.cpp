@@ -160,6 +160,23 @@ bool TakeFlock(int fd, unsigned int timeout, std::chrono::steady_clock::time_poi
 
 void SplitPath(const std::string& path, std::string& directory, std::string& name);
 
+// A rename replaces one name of a file: with more than one, the names would
+// part into two files.
+void CheckSingleName(const struct stat& info, const std::string& path) {
+    if (info.st_nlink > 1)
+        Refuse(INI_ERROR_HARD_LINKED, path,
+               "has more than one hard link; a rewrite would split them");
+}
+
+// What a writer may replace, examined without opening it.
+void CheckWriteTarget(const std::string& target) {
+    struct stat info;
+    if (::stat(target.c_str(), &info) != 0)
+        ThrowErrno("cannot examine", target);
+    CheckRegular(info, target);
+    CheckSingleName(info, target);
+}
+
 std::string DirectoryOf(const std::string& path) {
     std::string directory;
     std::string name;
@@ -398,6 +415,9 @@ void CIniFile::Lock(const std::string& path, unsigned int timeout) {
     for (;;) {
         // Named after the real file, so every path to it shares one lock.
         target = ResolveTarget(path);
+        // Refused before anything is created beside it: a link to a
+        // device must not even leave a lock file in /dev.
+        CheckWriteTarget(target);
         lockPath = target + ".lck";
         // O_NOFOLLOW: a planted symlink must not make us create or lock
         // some other file. O_NONBLOCK: nor may a FIFO put there hold us.
@@ -437,9 +457,7 @@ void CIniFile::Lock(const std::string& path, unsigned int timeout) {
     struct stat info;
     if (::fstat(file.Get(), &info) != 0)
         ThrowErrno("cannot examine", target);
-    if (info.st_nlink > 1)
-        Refuse(INI_ERROR_HARD_LINKED, target,
-               "has more than one hard link; a rewrite would split them");
+    CheckSingleName(info, target);
     std::unique_ptr<Document> document(new Document);
     document->Parse(ReadAllFrom(file.Get(), target));
     m_Document.swap(document);
