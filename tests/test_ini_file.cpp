@@ -270,10 +270,14 @@ TEST_F(IniFileTest, OnlyACompleteQuotedKeyIsUnquoted) {
     ini.Read(m_File, INI_WAIT_FOREVER);
     EXPECT_EQ(ini["S"].KeyNames(),
               (std::vector<std::string>{"\"a\" b", "\"open", "q", "x\"y\"", "\\z"}));
+    // A key typed with an open quote stays that key whatever its new value.
+    Set("S", "\"open", " = z");
+    EXPECT_EQ(Get("S", "\"open"), " = z");
+    Set("S", "\"open", "2");
     Set("S", "\"a\" b", "changed");
     EXPECT_EQ(Get("S", "\"a\" b"), "changed");
     EXPECT_EQ(ReadBytes(m_File),
-              "[S]\n\"a\" b = changed\n\"open = 2\n \"q\" = 3\nx\"y\"=4\n\"\\z\"=5\n");
+              "[S]\n\"a\" b = changed\n\"\\\"open\"=2\n \"q\" = 3\nx\"y\"=4\n\"\\z\"=5\n");
 }
 
 TEST_F(IniFileTest, UnrepresentableNamesAndValuesAreRefusedWithoutChange) {

@@ -374,8 +374,20 @@ void CIniFile::Document::SetKey(const std::string& section, const std::string& k
         // A comment after the value must stay apart from the new text.
         if (!suffix.empty() && !IsBlank(suffix.front()))
             suffix.insert(0, " ");
-        std::string text = found->Prefix + EncodeValue(value) + suffix;
+        std::string prefix = found->Prefix;
+        std::string text = prefix + EncodeValue(value) + suffix;
+        Line probe;
+        probe.Text = text;
+        if (!ParseKeyLine(probe) || probe.Key != key || probe.Value != value) {
+            // A key typed with a leading quote and no closing one can read
+            // as a quoted key once the new value brings a quote: the line is
+            // written afresh in the form that reads back.
+            prefix = EncodeKey(key) + "=";
+            suffix.clear();
+            text = prefix + EncodeValue(value);
+        }
         found->Text.swap(text);
+        found->Prefix.swap(prefix);
         found->Suffix.swap(suffix);
         found->Value = value;
         Dirty = true;
