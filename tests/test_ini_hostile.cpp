@@ -228,6 +228,19 @@ TEST_F(IniHostileTest, FilesBeyondTheSizeLimitAreRefused) {
     struct stat info;
     ASSERT_EQ(::stat(m_File.c_str(), &info), 0);
     EXPECT_EQ(static_cast<unsigned long long>(info.st_size), INI::INI_MAX_FILE_SIZE + 1);
+
+    // Nor is a file written that would be too large to be read again.
+    WriteBytes(m_File, "[S]\nk=1\n");
+    CIniFile ini;
+    ini.Lock(m_File, INI_WAIT_FOREVER);
+    ini["S"]["big"].SetValue(std::string(INI::INI_MAX_FILE_SIZE, 'x'));
+    try {
+        ini.Flush(2000);
+        ADD_FAILURE() << "wrote a file beyond the limit";
+    } catch (const CException& e) {
+        EXPECT_EQ(e.GetCode(), INI::INI_ERROR_TOO_LARGE);
+    }
+    EXPECT_EQ(ReadBytes(m_File), "[S]\nk=1\n");
 }
 
 TEST_F(IniHostileTest, UntrustedSymlinksAreNotFollowedForWrites) {

@@ -471,7 +471,12 @@ void CIniFile::Flush(unsigned int /*timeout*/) {
     if (m_LockFd < 0)
         throw Exceptions::CException(INI_ERROR_NOT_LOCKED);
     if (m_Document->Dirty) {
-        ReplaceFile(m_Target, m_Document->Serialize());
+        const std::string content = m_Document->Serialize();
+        // What could not be read back is not written.
+        if (content.size() > INI_MAX_FILE_SIZE)
+            Refuse(INI_ERROR_TOO_LARGE, m_Target,
+                   "would grow larger than a configuration file can be");
+        ReplaceFile(m_Target, content);
         m_Document->Dirty = false;
     }
     Unlock();
