@@ -215,6 +215,8 @@ std::string ResolveTarget(const std::string& path) {
         const ssize_t length = ::readlink(current.c_str(), &destination[0], destination.size());
         if (length < 0)
             ThrowErrno("cannot read the symlink", current);
+        if (static_cast<size_t>(length) == destination.size())
+            ThrowSystem(ENAMETOOLONG, "cannot read the symlink", current);
         destination.resize(static_cast<size_t>(length));
         if (destination.empty() || destination[0] != '/')
             destination = DirectoryOf(current) + "/" + destination;

@@ -40,11 +40,12 @@
 //    a socket or a directory, also behind a symlink. Files are opened
 //    without blocking and examined before they are read;
 //  - a file larger than INI_MAX_FILE_SIZE, for reading and writing;
-//  - for writing, a symlink (at the path, or any link it leads through)
-//    that is owned neither by the caller nor by root, or that sits in a
-//    directory that others than its owner can write without the sticky bit:
-//    whoever can plant or swap such a link could aim a privileged writer at
-//    any file;
+//  - for writing, a symlink in place of the file (or any further link that
+//    it leads to in place of the file) that is owned neither by the caller
+//    nor by root, or that sits in a directory that others than its owner can
+//    write without the sticky bit: whoever can plant or swap such a link
+//    could aim a privileged writer at any file. Symlinked directories on the
+//    way to the file are followed as the administrator laid them out;
 //  - for writing, a file that the caller could not open for writing;
 //  - a rewrite that cannot keep the file's owner and group (a caller that
 //    may not give files away, writing another user's file). The mode is
