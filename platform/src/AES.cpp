@@ -261,9 +261,8 @@ KeySource GetKey(Key& key) noexcept {
     const char* file = std::getenv("RVX_AES_KEY_FILE");
     if (file != nullptr && *file != '\0')
         return KeyFromFile(file, key) ? KeySource::NamedFile : KeySource::None;
-    // The machine key file: read, or made once. A file that is there but
-    // cannot be read, or is malformed, does not silently give way to
-    // another key.
+    // The machine key file: read, or made once. A malformed one is an error,
+    // not a reason to use another key.
     struct stat info;
     const bool present = ::stat(machineFile.c_str(), &info) == 0;
     if (present || CreateKeyFile(machineFile)) {
