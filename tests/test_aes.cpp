@@ -1,7 +1,15 @@
 // RVX::Crypt::CAES: AES-256-GCM text encryption with the "ENC1(" form.
+#include <PI/Property.h>
 #include <RVX/AES.h>
+#include <RVX/Module.h>
+#include <RVX/Trace.h>
+
+#include "ScratchDirectory.h"
 
 #include <gtest/gtest.h>
+
+#include <sys/stat.h>
+#include <sys/wait.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -32,16 +40,37 @@ void WriteFile(const std::string& path, const std::string& content) {
     out << content;
 }
 
-class AESTest : public ::testing::Test {
+// Every test keeps the machine key file and the machine identity in its own
+// scratch directory: nothing outside it is read or created.
+class AESTest : public ScratchDirectoryTest {
 protected:
     void SetUp() override {
+        ScratchDirectoryTest::SetUp();
+        m_KeyFile = m_Dir + "/state/aes.key";
+        m_MachineId = m_Dir + "/machine-id";
+        WriteFile(m_MachineId, "0123456789abcdef0123456789abcdef\n");
+        RVX::Crypt::Internals::SetKeyPlaces(m_KeyFile.c_str(), m_MachineId.c_str());
         ::unsetenv("RVX_AES_KEY_FILE");
         ASSERT_TRUE(CAES::SetKey(kKeyA, sizeof kKeyA));
     }
     void TearDown() override {
         ::unsetenv("RVX_AES_KEY_FILE");
         CAES::ClearKey();
+        RVX::Crypt::Internals::SetKeyPlaces(nullptr, nullptr);
+        ScratchDirectoryTest::TearDown();
     }
+    // The machine key file cannot be made: its directory's parent is missing.
+    void NoKeyFile() {
+        m_KeyFile = m_Dir + "/missing/state/aes.key";
+        RVX::Crypt::Internals::SetKeyPlaces(m_KeyFile.c_str(), m_MachineId.c_str());
+    }
+    void NoMachineIdentity() {
+        m_MachineId = m_Dir + "/no-machine-id";
+        RVX::Crypt::Internals::SetKeyPlaces(m_KeyFile.c_str(), m_MachineId.c_str());
+    }
+
+    std::string m_KeyFile;
+    std::string m_MachineId;
 
     static std::string Encrypt(const std::string& plain, const char* associated = "12345") {
         CAES aes;
@@ -251,17 +280,149 @@ TEST_F(AESTest, ErrorTextNeverShowsTheKey) {
     std::remove(path.c_str());
 }
 
-TEST_F(AESTest, MachineIdentityKeyWorksWithoutConfiguration) {
-    if (::access("/etc/machine-id", R_OK) != 0 && ::access("/var/lib/dbus/machine-id", R_OK) != 0)
-        GTEST_SKIP() << "no machine identity on this host";
+TEST_F(AESTest, MachineIdentityKeyServesWhereNoKeyFileCanBeMade) {
+    NoKeyFile();
     CAES::ClearKey();
     const std::string encrypted = Encrypt("casual");
     std::string plain;
     ASSERT_TRUE(Decrypt(encrypted, plain)) << CAES::LastError();
     EXPECT_EQ(plain, "casual");
+    EXPECT_FALSE(boost::filesystem::exists(m_KeyFile));
     // Not the application key.
     ASSERT_TRUE(CAES::SetKey(kKeyA, sizeof kKeyA));
     EXPECT_FALSE(Decrypt(encrypted, plain));
+}
+
+TEST_F(AESTest, MachineKeyFileIsMadeOncePrivateAndKept) {
+    CAES::ClearKey();
+    NoMachineIdentity(); // a minimal root: only the key file can serve
+    const std::string first = Encrypt("first");
+    struct stat info;
+    ASSERT_EQ(::stat(m_KeyFile.c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 07777, 0600u);
+    EXPECT_EQ(info.st_size, 32);
+    ASSERT_EQ(::stat((m_Dir + "/state").c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 07777, 0700u);
+    const std::string key = ReadBytes(m_KeyFile);
+    const std::string second = Encrypt("second");
+    EXPECT_EQ(ReadBytes(m_KeyFile), key) << "the key file is never replaced";
+    // Both were sealed with the file's key.
+    ASSERT_TRUE(CAES::SetKey(reinterpret_cast<const unsigned char*>(key.data()), key.size()));
+    std::string plain;
+    ASSERT_TRUE(Decrypt(first, plain));
+    EXPECT_EQ(plain, "first");
+    ASSERT_TRUE(Decrypt(second, plain));
+    EXPECT_EQ(plain, "second");
+    std::vector<std::string> names;
+    for (const auto& entry : boost::filesystem::directory_iterator(m_Dir + "/state"))
+        names.push_back(entry.path().filename().string());
+    EXPECT_EQ(names, std::vector<std::string>{"aes.key"}) << "no temporary file left";
+}
+
+TEST_F(AESTest, ProcessesMakingTheKeyFileAtOnceAgreeOnOneKey) {
+    CAES::ClearKey();
+    NoMachineIdentity();
+    const int children = 6;
+    std::vector<pid_t> pids;
+    for (int i = 0; i < children; ++i) {
+        const pid_t pid = ::fork();
+        ASSERT_GE(pid, 0);
+        if (pid == 0) {
+            CAES aes;
+            CStringVar out;
+            const std::string text = "child " + std::to_string(i);
+            if (!aes.Encrypt(CStringRef(text), CStringRef("1"), out))
+                ::_exit(1);
+            WriteFile(m_Dir + "/out" + std::to_string(i), out.Str());
+            ::_exit(0);
+        }
+        pids.push_back(pid);
+    }
+    for (pid_t pid : pids) {
+        int status = 0;
+        ASSERT_EQ(::waitpid(pid, &status, 0), pid);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    }
+    for (int i = 0; i < children; ++i) {
+        std::string plain;
+        EXPECT_TRUE(Decrypt(ReadBytes(m_Dir + "/out" + std::to_string(i)), plain)) << i;
+        EXPECT_EQ(plain, "child " + std::to_string(i));
+    }
+}
+
+TEST_F(AESTest, MalformedMachineKeyFileIsAnErrorNotAFallback) {
+    CAES::ClearKey();
+    ASSERT_EQ(::mkdir((m_Dir + "/state").c_str(), 0700), 0);
+    WriteFile(m_KeyFile, "short");
+    CAES aes;
+    CStringVar out("stale");
+    EXPECT_FALSE(aes.Encrypt(CStringRef("x"), CStringRef("1"), out));
+    EXPECT_TRUE(out.IsEmpty());
+    EXPECT_EQ(ReadBytes(m_KeyFile), "short") << "never replaced";
+}
+
+TEST_F(AESTest, ValuesOfTheMachineIdentityKeyStillOpenOnceTheKeyFileExists) {
+    CAES::ClearKey();
+    const std::string keyFile = m_KeyFile;
+    NoKeyFile();
+    const std::string old = Encrypt("stored long ago");
+    // Now the key file can be made: new values use it, old ones still open.
+    m_KeyFile = keyFile;
+    RVX::Crypt::Internals::SetKeyPlaces(m_KeyFile.c_str(), m_MachineId.c_str());
+    const std::string fresh = Encrypt("stored today");
+    ASSERT_TRUE(boost::filesystem::exists(m_KeyFile));
+    std::string plain;
+    ASSERT_TRUE(Decrypt(old, plain)) << CAES::LastError();
+    EXPECT_EQ(plain, "stored long ago");
+    ASSERT_TRUE(Decrypt(fresh, plain));
+    EXPECT_EQ(plain, "stored today");
+    // The new value is sealed with the file's key, not the identity's.
+    NoKeyFile();
+    EXPECT_FALSE(Decrypt(fresh, plain));
+}
+
+TEST_F(AESTest, WithoutAnyKeyNothingIsStoredAndATraceRecordSaysSo) {
+    CAES::ClearKey();
+    NoKeyFile();
+    NoMachineIdentity();
+    std::vector<RVX::Internals::TraceRecord> records;
+    RVX::Internals::TraceSink previous = RVX::Internals::SetTraceSink(
+        [&](const RVX::Internals::TraceRecord& record) { records.push_back(record); });
+    CAES aes;
+    CStringVar out("stale");
+    const bool ok = aes.Encrypt(CStringRef("secret"), CStringRef("1"), out);
+    PI::CProperty property(static_cast<PI::_PROPERTY_ID>(23001), false);
+    property.SubType = PI::PROPERTY_SUBTYPE_ENCRYPTED;
+    const unsigned int result = property.SetValue(CStringRef("secret"));
+    RVX::Internals::SetTraceSink(previous);
+
+    EXPECT_FALSE(ok);
+    EXPECT_TRUE(out.IsEmpty());
+    // The property keeps what the cipher left: an empty text, never the secret.
+    EXPECT_EQ(result, 0u);
+    ASSERT_NE(property.Data, nullptr);
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(property.Data)), "");
+    ASSERT_EQ(records.size(), 2u) << "one record per lost secret";
+    for (const auto& record : records) {
+        EXPECT_EQ(record.Module, RVX::PLATFORM_MODULE_NUMBER);
+        EXPECT_EQ(record.Level, 0x40000000u);
+        EXPECT_NE(record.Text.find("no encryption key"), std::string::npos) << record.Text;
+        EXPECT_EQ(record.Text.find("secret"), std::string::npos) << "never the text itself";
+    }
+}
+
+TEST_F(AESTest, MinimalRootWithoutMachineIdentityStillEncryptsSecrets) {
+    CAES::ClearKey();
+    NoMachineIdentity();
+    PI::CProperty property(static_cast<PI::_PROPERTY_ID>(23001), false);
+    property.SubType = PI::PROPERTY_SUBTYPE_ENCRYPTED;
+    ASSERT_EQ(property.SetValue(CStringRef("secret")), 0u);
+    ASSERT_NE(property.Data, nullptr);
+    const std::string stored = reinterpret_cast<const char*>(property.Data);
+    EXPECT_EQ(stored.compare(0, 5, "ENC1("), 0) << stored;
+    std::string plain;
+    ASSERT_TRUE(Decrypt(stored, plain));
+    EXPECT_EQ(plain, "secret");
 }
 
 TEST_F(AESTest, ConcurrentUseRoundTrips) {

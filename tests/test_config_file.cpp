@@ -2,8 +2,10 @@
 #include <PI/Identifiers.h>
 
 #include <RVX/Application.h>
+#include <RVX/Exceptions.h>
 #include <RVX/IniFiles.h>
 
+#include "ChildProcess.h"
 #include "ScratchDirectory.h"
 
 #include <gtest/gtest.h>
@@ -14,6 +16,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -213,16 +216,135 @@ TEST_F(ConfigFileTest, WithoutAPathOrDirectoryNothingIsWritten) {
     EXPECT_EQ(store.ReadKeyValue("k", value, 1, 1), PI::RESULT_CONFIG_NOT_READ);
 }
 
+// The exception that a failed second lock gives the caller: the platform's,
+// of its registered module, naming the path and the system's error.
+RVX::Exceptions::CException WriteFailure(CConfigFile& store) {
+    try {
+        store.WriteKeyValue("k", "v", 1, 1);
+    } catch (const RVX::Exceptions::CException& e) {
+        return e;
+    } catch (const std::exception& e) {
+        ADD_FAILURE() << "not the platform's exception: " << e.what();
+        return RVX::Exceptions::CException(0);
+    }
+    ADD_FAILURE() << "the write did not throw";
+    return RVX::Exceptions::CException(0);
+}
+
+TEST_F(ConfigFileTest, FailedLockReachesTheCallerAsThePlatformsException) {
+    CConfigFile store;
+    const std::string missingDir = m_Dir + "/no/such/dir/pi.ini";
+    store.SetFilePath(missingDir);
+    RVX::Exceptions::CException e = WriteFailure(store);
+    EXPECT_EQ(e.GetCode(), RVX::INI_Files::INI_ERROR_SYSTEM);
+    EXPECT_EQ((e.GetCode() >> 16) & 0x0FFF, RVX::PLATFORM_MODULE_NUMBER);
+    const std::string what = e.what();
+    EXPECT_NE(what.find("(RVX)"), std::string::npos) << what;
+    EXPECT_EQ(what.find("unregistered"), std::string::npos) << what;
+    EXPECT_NE(what.find(missingDir), std::string::npos) << what;
+    EXPECT_NE(what.find(std::strerror(ENOENT)), std::string::npos) << what;
+
+    // A lock file that is a directory, or a symlink.
+    store.SetFilePath(m_File);
+    ASSERT_EQ(::mkdir((m_File + ".lck").c_str(), 0700), 0);
+    e = WriteFailure(store);
+    EXPECT_EQ(e.GetCode(), RVX::INI_Files::INI_ERROR_BAD_LOCK_FILE);
+    EXPECT_NE(std::string(e.what()).find(m_File + ".lck"), std::string::npos) << e.what();
+    ASSERT_EQ(::rmdir((m_File + ".lck").c_str()), 0);
+    ASSERT_EQ(::symlink("elsewhere", (m_File + ".lck").c_str()), 0);
+    e = WriteFailure(store);
+    EXPECT_EQ(e.GetCode(), RVX::INI_Files::INI_ERROR_BAD_LOCK_FILE);
+    EXPECT_FALSE(boost::filesystem::exists(m_Dir + "/elsewhere"));
+}
+
+TEST_F(ConfigFileTest, FailedLockWithoutPermissionIsThePlatformsException) {
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "needs root to act as a second user";
+    ASSERT_EQ(::chmod(m_Dir.c_str(), 0755), 0); // enterable, not writable by the other user
+    WriteBytes(m_File, "[S]\nk=1\n");           // readable, but no lock file can be made
+    const int code = RunInChild(
+        [&] {
+            CConfigFile store;
+            store.SetFilePath(m_File);
+            try {
+                store.WriteKeyValue("k", "v", 1, 1);
+            } catch (const RVX::Exceptions::CException& e) {
+                const std::string what = e.what();
+                return e.GetCode() == RVX::INI_Files::INI_ERROR_SYSTEM &&
+                               what.find(m_File + ".lck") != std::string::npos &&
+                               what.find(std::strerror(EACCES)) != std::string::npos
+                           ? 0
+                           : 1;
+            } catch (...) {
+                return 2;
+            }
+            return 3;
+        },
+        true);
+    EXPECT_EQ(code, 0);
+}
+
+TEST_F(ConfigFileTest, HostileFilesGiveTheResultCodesWithoutWaiting) {
+    ASSERT_EQ(::mkfifo(m_File.c_str(), 0600), 0);
+    const int code = RunInChild([&] {
+        CConfigFile store;
+        store.SetFilePath(m_File);
+        std::string value;
+        std::vector<CConfigValue> items = {{"k", "", "n"}};
+        const bool ok = store.ReadKeyValue("k", value, 1, 1) == PI::RESULT_CONFIG_NOT_READ &&
+                        store.ReadKeyValueList(items) == PI::RESULT_CONFIG_NOT_READ &&
+                        store.WriteKeyValue("k", "v", 1, 1) == PI::RESULT_NOT_FOUND &&
+                        store.WriteKeyValueList(items) == PI::RESULT_NOT_FOUND &&
+                        store.DeleteKeyValue("k", 1, 1) == PI::RESULT_NOT_FOUND;
+        return ok ? 0 : 1;
+    });
+    EXPECT_EQ(code, 0) << (code == CHILD_HUNG ? "a call hung on the FIFO" : "wrong result");
+    struct stat info;
+    ASSERT_EQ(::lstat(m_File.c_str(), &info), 0);
+    EXPECT_TRUE(S_ISFIFO(info.st_mode));
+
+    // A symlink to a directory: refused, not replaced.
+    ASSERT_EQ(::unlink(m_File.c_str()), 0);
+    ASSERT_EQ(::mkdir((m_Dir + "/d").c_str(), 0700), 0);
+    ASSERT_EQ(::symlink("d", m_File.c_str()), 0);
+    EXPECT_EQ(m_Store.WriteKeyValue("k", "v", 1, 1), PI::RESULT_NOT_FOUND);
+    EXPECT_TRUE(boost::filesystem::is_directory(m_Dir + "/d"));
+}
+
+TEST_F(ConfigFileTest, KeysAreFreeText) {
+    const std::vector<std::string> keys = {" lead",  "trail ", "a=b",        ";semi", "#hash",
+                                           "[sect]", "]",      "two\nlines", "\"q\"", "\t"};
+    for (size_t i = 0; i < keys.size(); ++i) {
+        ASSERT_EQ(m_Store.WriteKeyValue(keys[i], "v" + std::to_string(i), 2, 3), 0u) << i;
+        ASSERT_EQ(m_Store.WriteKeyValue(keys[i], "d" + std::to_string(i), -1, -1), 0u) << i;
+    }
+    std::vector<CConfigValue> items;
+    ASSERT_EQ(m_Store.ReadSection("Config.2.3", items), 0u);
+    ASSERT_EQ(items.size(), keys.size());
+    for (size_t i = 0; i < keys.size(); ++i) {
+        EXPECT_EQ(items[i].Key, keys[i]) << i;
+        std::string value;
+        EXPECT_EQ(m_Store.ReadKeyValue(keys[i], value, 2, 3), 0u) << i;
+        EXPECT_EQ(value, "v" + std::to_string(i));
+        EXPECT_EQ(m_Store.ReadKeyValue(keys[i], value, 2, 4), 0u) << "fallback " << i;
+        EXPECT_EQ(value, "d" + std::to_string(i));
+    }
+    ASSERT_EQ(m_Store.DeleteKeyValue("a=b", 2, 3), 0u);
+    std::string value;
+    EXPECT_EQ(m_Store.ReadKeyValue("a=b", value, 2, 3), 0u);
+    EXPECT_EQ(value, "d2") << "the scope's key is gone, the default shows";
+}
+
 TEST_F(ConfigFileTest, RefusedWriteLeavesTheFileByteIdentical) {
     const std::string lockFile = m_File + ".lck";
     ASSERT_EQ(m_Store.WriteKeyValue("k", "v", "n"), 0u);
     ASSERT_TRUE(boost::filesystem::exists(lockFile));
     const std::string before = ReadBytes(m_File);
 
-    EXPECT_EQ(m_Store.WriteKeyValue(" padded", "v", "n"), PI::RESULT_NOT_FOUND);
+    EXPECT_EQ(m_Store.WriteKeyValue(std::string("nul\0key", 7), "v", "n"), PI::RESULT_NOT_FOUND);
     EXPECT_FALSE(boost::filesystem::exists(lockFile)) << "a failed write removes the lock file";
-    EXPECT_EQ(m_Store.WriteKeyValue("a=b", "v", 1, -1), PI::RESULT_NOT_FOUND);
-    EXPECT_EQ(m_Store.WriteKeyValue("line\nbreak", "v", -1, -1), PI::RESULT_NOT_FOUND);
+    EXPECT_EQ(m_Store.WriteKeyValue(std::string("\0", 1), "v", 1, -1), PI::RESULT_NOT_FOUND);
+    EXPECT_EQ(m_Store.WriteKeyValue("k", "v", "line\nbreak"), PI::RESULT_NOT_FOUND);
     EXPECT_EQ(m_Store.WriteKeyValue("k", std::string("nul\0", 4), "n"), PI::RESULT_NOT_FOUND);
     EXPECT_EQ(m_Store.WriteSectionKeyValue("a]b", "k", "v"), PI::RESULT_NOT_FOUND);
     EXPECT_EQ(m_Store.WriteKeyValue("k", "v", "br]acket"), PI::RESULT_NOT_FOUND);
@@ -232,7 +354,7 @@ TEST_F(ConfigFileTest, RefusedWriteLeavesTheFileByteIdentical) {
     ASSERT_EQ(m_Store.WriteKeyValue("k", "v2", "n"), 0u);
     const std::string second = ReadBytes(m_File);
     ASSERT_TRUE(boost::filesystem::exists(lockFile));
-    EXPECT_EQ(m_Store.WriteKeyValueList({{"good", "1", "n"}, {"#bad", "2", "n"}}),
+    EXPECT_EQ(m_Store.WriteKeyValueList({{"good", "1", "n"}, {std::string("b\0d", 3), "2", "n"}}),
               PI::RESULT_NOT_FOUND);
     EXPECT_EQ(ReadBytes(m_File), second);
     EXPECT_FALSE(boost::filesystem::exists(lockFile));
@@ -283,6 +405,12 @@ TEST_F(ConfigFileTest, HandWrittenFileReadsAndKeepsItsCommentsOnRewrite) {
     EXPECT_EQ(value, "10");
     EXPECT_EQ(m_Store.ReadKeyValue("PollInterval", value, 1, -1), 0u);
     EXPECT_EQ(value, "30");
+    // As the sample's comments say: a unit falls back to [DefaultConfig],
+    // never to its adapter's section.
+    ASSERT_NE(original.find("unit 1 of adapter 0 polls every 30 seconds"), std::string::npos);
+    EXPECT_EQ(m_Store.ReadKeyValue("PollInterval", value, 0, 1), 0u);
+    EXPECT_EQ(value, "30");
+    EXPECT_EQ(m_Store.ReadKeyValue("Alias", value, 0, 1), PI::RESULT_CONFIG_NOT_READ);
     EXPECT_EQ(m_Store.ReadKeyValue("WriteCache", value, 0, 1), 0u);
     EXPECT_EQ(value, "off");
     EXPECT_EQ(m_Store.ReadKeyValue("Greeting", value, "Mail"), 0u);

@@ -135,48 +135,72 @@ bool IsMissing(const boost::filesystem::path& path) {
     return boost::filesystem::status(path, error).type() == boost::filesystem::file_not_found;
 }
 
+enum class Locking { Locked, NoFile, Refused };
+
+// The platform refused the file itself (no regular file, an untrusted link,
+// not writable...): the write fails with its result code, nothing changed.
+bool IsRefusal() {
+    try {
+        throw;
+    } catch (const RVX::Exceptions::CException& e) {
+        return RVX::INI_Files::IsRefusedFile(e.GetCode());
+    } catch (...) {
+        return false;
+    }
+}
+
 // Takes the file lock. A missing file is created and locked when `create`
 // is set; otherwise nothing is locked, not even a lock file is left behind,
-// and the result is false. A second failure reaches the caller.
-bool LockForWrite(CIniFile& ini, const boost::filesystem::path& path, bool create) {
+// and the result is NoFile. A file that the platform refuses gives Refused.
+// A second failure to lock reaches the caller.
+Locking LockForWrite(CIniFile& ini, const boost::filesystem::path& path, bool create) {
     if (!create && IsMissing(path))
-        return false;
+        return Locking::NoFile;
     try {
         ini.Lock(path.string(), RVX::INI_Files::INI_WAIT_FOREVER);
-        return true;
+        return Locking::Locked;
     } catch (...) {
+        const bool refused = IsRefusal();
         CThrowState::ContinueException(Here(__LINE__));
+        if (refused)
+            return Locking::Refused;
     }
     if (IsMissing(path)) {
         if (!create)
-            return false; // removed by hand since the first look
+            return Locking::NoFile; // removed by hand since the first look
         CreateEmptyFile(path);
     }
-    ini.Lock(path.string(), RVX::INI_Files::INI_WAIT_FOREVER);
-    return true;
+    try {
+        ini.Lock(path.string(), RVX::INI_Files::INI_WAIT_FOREVER);
+    } catch (...) {
+        if (!IsRefusal())
+            throw;
+        CThrowState::ContinueException(Here(__LINE__));
+        return Locking::Refused;
+    }
+    return Locking::Locked;
 }
 
 // After a failed write. The lock is still held, so nobody is inside;
 // whoever waits on this lock file finds it gone and takes a new one.
-void RemoveLockFile(const boost::filesystem::path& path) {
-    boost::filesystem::path lockPath = path;
-    lockPath += ".lck";
+void RemoveLockFile(const CIniFile& ini) {
+    if (ini.LockPath().empty())
+        return;
     boost::system::error_code error;
-    boost::filesystem::remove(lockPath, error);
+    boost::filesystem::remove(ini.LockPath(), error);
 }
 
 // The changes of one write on the locked file, then the flush. When either
 // fails, the lock file goes (while the lock is still held) and the write
 // reports RESULT_NOT_FOUND.
-template <class Edit>
-unsigned ChangeAndFlush(CIniFile& ini, const boost::filesystem::path& path, Edit&& edit) {
+template <class Edit> unsigned ChangeAndFlush(CIniFile& ini, Edit&& edit) {
     try {
         edit();
         ini.Flush(FLUSH_TIMEOUT);
         return RESULT_SUCCESS;
     } catch (...) {
         CThrowState::ContinueException(Here(__LINE__));
-        RemoveLockFile(path);
+        RemoveLockFile(ini);
         return RESULT_NOT_FOUND;
     }
 }
@@ -313,9 +337,15 @@ unsigned CConfigFile::WriteOne(const std::string& section, const std::string& ke
     // Declared outside the try: the lock must still be held while a failed
     // write removes the lock file.
     CIniFile ini;
-    if (!LockForWrite(ini, m_FilePath, !removal))
+    switch (LockForWrite(ini, m_FilePath, !removal)) {
+    case Locking::NoFile:
         return RESULT_SUCCESS; // no file, so no key to remove
-    return ChangeAndFlush(ini, m_FilePath, [&] {
+    case Locking::Refused:
+        return RESULT_NOT_FOUND;
+    case Locking::Locked:
+        break;
+    }
+    return ChangeAndFlush(ini, [&] {
         if (removal)
             ini[section][key].Remove();
         else
@@ -329,8 +359,9 @@ unsigned CConfigFile::WriteKeyValueList(const std::vector<CConfigValue>& items) 
     if (m_FilePath.empty())
         return RESULT_NOT_FOUND;
     CIniFile ini;
-    LockForWrite(ini, m_FilePath, true);
-    return ChangeAndFlush(ini, m_FilePath, [&] {
+    if (LockForWrite(ini, m_FilePath, true) != Locking::Locked)
+        return RESULT_NOT_FOUND;
+    return ChangeAndFlush(ini, [&] {
         for (const CConfigValue& item : items)
             if (!item.Name.empty())
                 Apply(ini, NamedSection(item.Name), item.Key, item.Value);

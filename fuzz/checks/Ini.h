@@ -151,7 +151,8 @@ struct IniValue {
     bool operator==(const IniValue& o) const { return found == o.found && value == o.value; }
 };
 using IniValues = std::map<std::pair<std::string, std::string>, IniValue>;
-// A section's existence is kept under the key "\n", which no key can be.
+// A section's existence is kept under the key "\n", which no candidate key
+// can be (candidates come from single lines).
 const char kExists[] = "\n";
 
 // Every candidate pair as the file reads, with the handles' consistency
@@ -185,9 +186,7 @@ inline bool HasBlankEnd(const std::string& text) {
                              text.back() == '\t');
 }
 inline bool RefusedName(const std::string& section, const std::string& key) {
-    const bool badKey = key.empty() ||
-                        key.find_first_of(std::string("=[]\r\n\0", 6)) != std::string::npos ||
-                        key.front() == ';' || key.front() == '#' || HasBlankEnd(key);
+    const bool badKey = key.find('\0') != std::string::npos;
     const bool badSection = section.find_first_of(std::string("]\r\n\0", 4)) != std::string::npos ||
                             HasBlankEnd(section);
     return badKey || badSection;

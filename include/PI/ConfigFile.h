@@ -58,7 +58,13 @@ public:
 
     // An empty key removes the whole section. A missing file is created;
     // when the file can then still not be locked (no such directory, no
-    // permission), the platform's exception reaches the caller.
+    // permission, a bad lock file), the platform's exception
+    // (RVX::Exceptions::CException) reaches the caller. A file that the
+    // platform refuses to rewrite (no regular file, too large, an untrusted
+    // symlink, not writable by the caller, an owner or group that cannot be
+    // kept, several hard links: see RVX/IniFiles.h) gives RESULT_NOT_FOUND
+    // and stays as it was. Every key and value without a NUL byte reads back
+    // byte for byte.
     unsigned WriteKeyValue(const std::string& key, const std::string& value, int first, int second);
     unsigned WriteKeyValue(const std::string& key, const std::string& value,
                            const std::string& name);

@@ -1,5 +1,8 @@
 #include "RVX/AES.h"
 
+#include "RVX/Module.h"
+#include "RVX/Trace.h"
+
 #include <openssl/crypto.h>
 #include <openssl/evp.h>
 #include <openssl/rand.h>
@@ -12,6 +15,7 @@
 #include <mutex>
 #include <new>
 #include <string>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
@@ -27,9 +31,15 @@ constexpr size_t kPrefixLength = sizeof kPrefix - 1;
 // Texts longer than this are not handled (EVP counts in int).
 constexpr size_t kMaxPlainLength = static_cast<size_t>(INT_MAX) - 64;
 
+constexpr char kDefaultKeyFile[] = "/var/lib/rvx/aes.key";
+
 std::mutex g_KeyLock;
 unsigned char g_Key[kKeyLength];
 bool g_KeySet = false;
+// Where the machine key file and the machine identity are sought; tests move
+// them into a scratch directory. Guarded by g_KeyLock.
+std::string g_KeyFile = kDefaultKeyFile;
+std::vector<std::string> g_MachineIdFiles = {"/etc/machine-id", "/var/lib/dbus/machine-id"};
 
 thread_local const char* t_LastError = "";
 
@@ -115,7 +125,7 @@ template <size_t N> bool ReadSmallFile(const char* path, SecretBuffer<N>& conten
 bool KeyFromFile(const char* path, Key& key) noexcept {
     SecretBuffer<130> content;
     if (!ReadSmallFile(path, content))
-        return Fail("the key file named by RVX_AES_KEY_FILE cannot be read or is too large");
+        return Fail("the key file cannot be read or is too large");
     if (content.Length == kKeyLength) {
         std::memcpy(key.Bytes, content.Bytes, kKeyLength);
         key.Length = kKeyLength;
@@ -137,10 +147,25 @@ bool KeyFromFile(const char* path, Key& key) noexcept {
     return true;
 }
 
+// The legacy key: SHA-256 of the machine identity. Used where no key file
+// can be had, and to open values that were stored with it.
 bool KeyFromMachineId(Key& key) noexcept {
     SecretBuffer<256> id;
-    if (!ReadSmallFile("/etc/machine-id", id) && !ReadSmallFile("/var/lib/dbus/machine-id", id))
-        return Fail("no key: none set, no key file, no machine identity");
+    bool found = false;
+    try {
+        std::vector<std::string> files;
+        {
+            std::lock_guard<std::mutex> lock(g_KeyLock);
+            files = g_MachineIdFiles;
+        }
+        for (const std::string& file : files)
+            if ((found = ReadSmallFile(file.c_str(), id)))
+                break;
+    } catch (...) {
+        return Fail("out of memory");
+    }
+    if (!found)
+        return Fail("no key: none set, no key file could be read or created, no machine identity");
     size_t first = 0;
     size_t end = id.Length;
     while (first < end && IsBlank(id.Bytes[first]))
@@ -148,7 +173,8 @@ bool KeyFromMachineId(Key& key) noexcept {
     while (end > first && IsBlank(id.Bytes[end - 1]))
         --end;
     if (first == end)
-        return Fail("no key: none set, no key file, empty machine identity");
+        return Fail(
+            "no key: none set, no key file could be read or created, empty machine identity");
     static const char kLabel[] = "RVX::Crypt::CAES machine key v1";
     EVP_MD_CTX* md = EVP_MD_CTX_new();
     unsigned int length = 0;
@@ -163,19 +189,107 @@ bool KeyFromMachineId(Key& key) noexcept {
     return true;
 }
 
-bool GetKey(Key& key) noexcept {
+bool WriteAllBytes(int fd, const unsigned char* data, size_t size) noexcept {
+    while (size > 0) {
+        const ssize_t n = ::write(fd, data, size);
+        if (n < 0) {
+            if (errno == EINTR)
+                continue;
+            return false;
+        }
+        data += n;
+        size -= static_cast<size_t>(n);
+    }
+    return true;
+}
+
+// Creates the key file with a fresh random key: written and synced under a
+// temporary name, then linked to its own name, which fails if another
+// process got there first (their key then counts). Never replaces a file.
+// False when the file could not be made (no directory, no permission...).
+bool CreateKeyFile(const std::string& path) noexcept {
+    try {
+        const size_t slash = path.rfind('/');
+        const std::string directory = slash == std::string::npos ? "." : path.substr(0, slash);
+        // The directory of the default place is made here, private.
+        if (::mkdir(directory.c_str(), 0700) != 0 && errno != EEXIST)
+            return false;
+        std::string temp = path + ".new-XXXXXX";
+        const int fd = ::mkostemp(&temp[0], O_CLOEXEC);
+        if (fd < 0)
+            return false;
+        Key fresh;
+        const bool written = ::fchmod(fd, 0600) == 0 &&
+                             RAND_bytes(fresh.Bytes, static_cast<int>(kKeyLength)) == 1 &&
+                             WriteAllBytes(fd, fresh.Bytes, kKeyLength) && ::fsync(fd) == 0;
+        const bool closed = ::close(fd) == 0;
+        const bool linked =
+            written && closed && (::link(temp.c_str(), path.c_str()) == 0 || errno == EEXIST);
+        ::unlink(temp.c_str());
+        if (!linked)
+            return false;
+        const int dir = ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        if (dir >= 0) {
+            (void)::fsync(dir); // best effort: the key is in place either way
+            ::close(dir);
+        }
+        return true;
+    } catch (...) {
+        return false;
+    }
+}
+
+// Where the key came from, for Decrypt's fallback to the legacy key.
+enum class KeySource { None, Set, NamedFile, MachineFile, MachineId };
+
+KeySource GetKey(Key& key) noexcept {
+    std::string machineFile;
     {
         std::lock_guard<std::mutex> lock(g_KeyLock);
         if (g_KeySet) {
             std::memcpy(key.Bytes, g_Key, kKeyLength);
             key.Length = kKeyLength;
-            return true;
+            return KeySource::Set;
+        }
+        try {
+            machineFile = g_KeyFile;
+        } catch (...) {
+            Fail("out of memory");
+            return KeySource::None;
         }
     }
     const char* file = std::getenv("RVX_AES_KEY_FILE");
     if (file != nullptr && *file != '\0')
-        return KeyFromFile(file, key);
-    return KeyFromMachineId(key);
+        return KeyFromFile(file, key) ? KeySource::NamedFile : KeySource::None;
+    // The machine key file: read, or made once. A malformed one is an error,
+    // not a reason to use another key.
+    struct stat info;
+    const bool present = ::stat(machineFile.c_str(), &info) == 0;
+    if (present || CreateKeyFile(machineFile)) {
+        errno = 0;
+        if (KeyFromFile(machineFile.c_str(), key))
+            return KeySource::MachineFile;
+        // Only a key file that this process may not read (another user's)
+        // leaves the legacy key to it.
+        if (errno != EACCES)
+            return KeySource::None;
+    }
+    return KeyFromMachineId(key) ? KeySource::MachineId : KeySource::None;
+}
+
+// A failure to find a key is the one failure that loses a secret: it is
+// traced, whatever the caller does with the result.
+void TraceNoKey() noexcept {
+    try {
+        const Misc::CModuleInfo& module = PlatformModuleInfo();
+        const unsigned int level = 0x40000000;
+        if (!module.IsTraceEnabled(level))
+            return;
+        RVX::Internals::CTraceStreamBuffer record(level, module, "platform/AES", __LINE__);
+        record.Text() = std::string("no encryption key, nothing encrypted: ") + t_LastError;
+    } catch (...) {
+        // Tracing is best effort.
+    }
 }
 
 constexpr char kBase64[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -256,6 +370,27 @@ bool Base64Decode(const char* text, size_t length, std::vector<unsigned char>& o
     return true;
 }
 
+// AES-256-GCM opening of `cipher` into `opened`; false when the tag does
+// not match (or the cipher fails).
+bool Open(const Key& key, const unsigned char* nonce, const unsigned char* cipher,
+          size_t cipherLength, unsigned char* tag, WipedBytes& opened) {
+    opened.Bytes.assign(cipherLength + 1, 0);
+    CipherContext context;
+    int length = 0;
+    int finalLength = 0;
+    return context.Ctx != nullptr &&
+           EVP_DecryptInit_ex(context.Ctx, EVP_aes_256_gcm(), nullptr, nullptr, nullptr) == 1 &&
+           EVP_CIPHER_CTX_ctrl(context.Ctx, EVP_CTRL_GCM_SET_IVLEN, static_cast<int>(kNonceLength),
+                               nullptr) == 1 &&
+           EVP_DecryptInit_ex(context.Ctx, nullptr, nullptr, key.Bytes, nonce) == 1 &&
+           (cipherLength == 0 || EVP_DecryptUpdate(context.Ctx, opened.Bytes.data(), &length,
+                                                   cipher, static_cast<int>(cipherLength)) == 1) &&
+           EVP_CIPHER_CTX_ctrl(context.Ctx, EVP_CTRL_GCM_SET_TAG, static_cast<int>(kTagLength),
+                               tag) == 1 &&
+           EVP_DecryptFinal_ex(context.Ctx, opened.Bytes.data() + length, &finalLength) == 1 &&
+           static_cast<size_t>(length + finalLength) == cipherLength;
+}
+
 } // namespace
 
 CAES::CAES() noexcept = default;
@@ -276,8 +411,9 @@ bool CAES::Encrypt(const Strings::CStringRef& plain, const Strings::CStringRef& 
             return Fail("text too long");
         }
         Key key;
-        if (!GetKey(key)) {
+        if (GetKey(key) == KeySource::None) {
             out.Empty();
+            TraceNoKey();
             return false;
         }
         const int plainLength = static_cast<int>(plain.Length());
@@ -348,31 +484,19 @@ bool CAES::Decrypt(const Strings::CStringRef& encrypted, Strings::CStringVar& pl
         std::memcpy(tag, cipher + cipherLength, kTagLength);
 
         Key key;
-        if (!GetKey(key)) {
+        const KeySource source = GetKey(key);
+        if (source == KeySource::None) {
             plain.Empty();
             return false;
         }
         WipedBytes opened;
-        opened.Bytes.resize(cipherLength + 1);
-        CipherContext context;
-        int length = 0;
-        int finalLength = 0;
-        const bool ok =
-            context.Ctx != nullptr &&
-            EVP_DecryptInit_ex(context.Ctx, EVP_aes_256_gcm(), nullptr, nullptr, nullptr) == 1 &&
-            EVP_CIPHER_CTX_ctrl(context.Ctx, EVP_CTRL_GCM_SET_IVLEN, static_cast<int>(kNonceLength),
-                                nullptr) == 1 &&
-            EVP_DecryptInit_ex(context.Ctx, nullptr, nullptr, key.Bytes, nonce) == 1 &&
-            (cipherLength == 0 || EVP_DecryptUpdate(context.Ctx, opened.Bytes.data(), &length,
-                                                    cipher, static_cast<int>(cipherLength)) == 1) &&
-            EVP_CIPHER_CTX_ctrl(context.Ctx, EVP_CTRL_GCM_SET_TAG, static_cast<int>(kTagLength),
-                                tag) == 1;
+        bool ok = Open(key, nonce, cipher, cipherLength, tag, opened);
+        // Values stored before the key file existed were sealed with the
+        // key derived from the machine identity.
+        Key legacy;
+        if (!ok && source == KeySource::MachineFile && KeyFromMachineId(legacy))
+            ok = Open(legacy, nonce, cipher, cipherLength, tag, opened);
         if (!ok) {
-            plain.Empty();
-            return Fail("the cipher failed");
-        }
-        if (EVP_DecryptFinal_ex(context.Ctx, opened.Bytes.data() + length, &finalLength) != 1 ||
-            static_cast<size_t>(length + finalLength) != cipherLength) {
             plain.Empty();
             return Fail("the encrypted text fails its check (changed, or another key)");
         }
@@ -402,6 +526,19 @@ void CAES::ClearKey() noexcept {
 const char* CAES::LastError() noexcept {
     return t_LastError;
 }
+
+namespace Internals {
+
+void SetKeyPlaces(const char* keyFile, const char* machineId) {
+    std::lock_guard<std::mutex> lock(g_KeyLock);
+    g_KeyFile = keyFile != nullptr ? keyFile : kDefaultKeyFile;
+    if (machineId != nullptr)
+        g_MachineIdFiles = {machineId};
+    else
+        g_MachineIdFiles = {"/etc/machine-id", "/var/lib/dbus/machine-id"};
+}
+
+} // namespace Internals
 
 } // namespace Crypt
 } // namespace RVX

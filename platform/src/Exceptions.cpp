@@ -4,6 +4,7 @@
 #include "RVX/Trace.h"
 
 #include <cstdio>
+#include <utility>
 
 namespace RVX {
 namespace Internals {
@@ -20,6 +21,11 @@ CThrowStateData& CThrowStateData::Current() noexcept {
 namespace Exceptions {
 
 CException::CException(unsigned int code) : m_Code(code) {
+    Describe();
+}
+
+CException::CException(unsigned int code, std::string detail)
+    : m_Code(code), m_Detail(std::move(detail)) {
     Describe();
 }
 
@@ -41,6 +47,10 @@ void CException::Describe() {
     std::snprintf(head, sizeof head, "exception 0x%08X of module %u (%s)", m_Code, module,
                   info ? info->GetName() : "unregistered");
     std::string text = head;
+    if (!m_Detail.empty()) {
+        text += ": ";
+        text += m_Detail;
+    }
     const char* separator = " at ";
     for (const SOURCE_INFO& source : m_Sources) {
         char where[32];

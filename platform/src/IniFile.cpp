@@ -13,6 +13,7 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <climits>
 #include <cstdlib>
 #include <string>
 #include <system_error>
@@ -31,9 +32,17 @@ void Reached(Internals::WriteStage stage) {
         hook(stage);
 }
 
+[[noreturn]] void ThrowSystem(int error, const char* what, const std::string& path) {
+    throw Exceptions::CException(INI_ERROR_SYSTEM, std::string(what) + " '" + path + "': " +
+                                                       std::generic_category().message(error));
+}
+
 [[noreturn]] void ThrowErrno(const char* what, const std::string& path) {
-    const int error = errno;
-    throw std::system_error(error, std::generic_category(), std::string(what) + " '" + path + "'");
+    ThrowSystem(errno, what, path);
+}
+
+[[noreturn]] void Refuse(unsigned int code, const std::string& path, const char* why) {
+    throw Exceptions::CException(code, "'" + path + "' " + why);
 }
 
 // Owns a file descriptor; closing an flock'ed descriptor releases the lock.
@@ -56,18 +65,41 @@ private:
     int m_Fd;
 };
 
-std::string ReadWholeFile(const std::string& path) {
-    if (path.empty()) {
-        errno = ENOENT;
+// What may be read or replaced: a regular file of a sane size.
+void CheckRegular(const struct stat& info, const std::string& path) {
+    if (!S_ISREG(info.st_mode))
+        Refuse(INI_ERROR_NOT_REGULAR, path, "is not a regular file");
+    if (static_cast<unsigned long long>(info.st_size) > INI_MAX_FILE_SIZE)
+        Refuse(INI_ERROR_TOO_LARGE, path, "is larger than a configuration file can be");
+}
+
+// Examines `path` (following symlinks) before anything opens it, so that no
+// FIFO or device is ever opened, then opens it without blocking and checks
+// that what was opened is still a regular file.
+int OpenRegular(const std::string& path, int access) {
+    if (path.empty())
+        ThrowSystem(ENOENT, "cannot open", path);
+    struct stat info;
+    if (::stat(path.c_str(), &info) != 0)
+        ThrowErrno("cannot examine", path);
+    CheckRegular(info, path);
+    CDescriptor fd(::open(path.c_str(), access | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    if (fd.Get() < 0) {
+        if (access != O_RDONLY && (errno == EACCES || errno == EPERM || errno == EROFS))
+            Refuse(INI_ERROR_NOT_WRITABLE, path, "may not be written by this process");
         ThrowErrno("cannot open", path);
     }
-    CDescriptor fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (fd.Get() < 0)
-        ThrowErrno("cannot open", path);
+    if (::fstat(fd.Get(), &info) != 0)
+        ThrowErrno("cannot examine", path);
+    CheckRegular(info, path);
+    return fd.Release();
+}
+
+std::string ReadAllFrom(int fd, const std::string& path) {
     std::string text;
     char buffer[65536];
     for (;;) {
-        const ssize_t n = ::read(fd.Get(), buffer, sizeof buffer);
+        const ssize_t n = ::read(fd, buffer, sizeof buffer);
         if (n < 0) {
             if (errno == EINTR)
                 continue;
@@ -75,8 +107,16 @@ std::string ReadWholeFile(const std::string& path) {
         }
         if (n == 0)
             return text;
+        // The file may have grown since it was examined.
+        if (text.size() + static_cast<size_t>(n) > INI_MAX_FILE_SIZE)
+            Refuse(INI_ERROR_TOO_LARGE, path, "is larger than a configuration file can be");
         text.append(buffer, static_cast<size_t>(n));
     }
+}
+
+std::string ReadWholeFile(const std::string& path) {
+    CDescriptor fd(OpenRegular(path, O_RDONLY));
+    return ReadAllFrom(fd.Get(), path);
 }
 
 void WriteAll(int fd, const char* data, size_t size, const std::string& path) {
@@ -118,13 +158,71 @@ bool TakeFlock(int fd, unsigned int timeout, std::chrono::steady_clock::time_poi
     }
 }
 
-// Where the content is written: a symlinked file is replaced at its target,
-// so the link survives the rewrite.
-std::string ResolveTarget(const std::string& path) {
+void SplitPath(const std::string& path, std::string& directory, std::string& name);
+
+// A rename replaces one name of a file: with more than one, the names would
+// part into two files.
+void CheckSingleName(const struct stat& info, const std::string& path) {
+    if (info.st_nlink > 1)
+        Refuse(INI_ERROR_HARD_LINKED, path,
+               "has more than one hard link; a rewrite would split them");
+}
+
+// What a writer may replace, examined without opening it.
+void CheckWriteTarget(const std::string& target) {
     struct stat info;
-    if (::lstat(path.c_str(), &info) != 0 || !S_ISLNK(info.st_mode))
-        return path;
-    char* resolved = ::realpath(path.c_str(), nullptr);
+    if (::stat(target.c_str(), &info) != 0)
+        ThrowErrno("cannot examine", target);
+    CheckRegular(info, target);
+    CheckSingleName(info, target);
+}
+
+std::string DirectoryOf(const std::string& path) {
+    std::string directory;
+    std::string name;
+    SplitPath(path, directory, name);
+    return directory;
+}
+
+// A symlink is followed for a write only where nobody but the caller and
+// root can have put it there or can swap it.
+void CheckLinkTrusted(const std::string& link, const struct stat& info) {
+    if (info.st_uid != ::geteuid() && info.st_uid != 0)
+        Refuse(INI_ERROR_UNTRUSTED_LINK, link, "is a symlink owned by another user");
+    const std::string directory = DirectoryOf(link);
+    struct stat dir;
+    if (::stat(directory.c_str(), &dir) != 0)
+        ThrowErrno("cannot examine", directory);
+    if ((dir.st_mode & (S_IWGRP | S_IWOTH)) != 0 && (dir.st_mode & S_ISVTX) == 0)
+        Refuse(INI_ERROR_UNTRUSTED_LINK, link,
+               "is a symlink in a directory that others can write (no sticky bit)");
+}
+
+// The real path of the file that `path` leads to: where it is locked and
+// written. Every symlink on the way to the file is checked for trust first.
+std::string ResolveTarget(const std::string& path) {
+    std::string current = path;
+    for (int hops = 0;; ++hops) {
+        struct stat info;
+        if (::lstat(current.c_str(), &info) != 0)
+            ThrowErrno("cannot examine", current);
+        if (!S_ISLNK(info.st_mode))
+            break;
+        if (hops == 40)
+            ThrowSystem(ELOOP, "cannot resolve", path);
+        CheckLinkTrusted(current, info);
+        std::string destination(static_cast<size_t>(PATH_MAX), '\0');
+        const ssize_t length = ::readlink(current.c_str(), &destination[0], destination.size());
+        if (length < 0)
+            ThrowErrno("cannot read the symlink", current);
+        if (static_cast<size_t>(length) == destination.size())
+            ThrowSystem(ENAMETOOLONG, "cannot read the symlink", current);
+        destination.resize(static_cast<size_t>(length));
+        if (destination.empty() || destination[0] != '/')
+            destination = DirectoryOf(current) + "/" + destination;
+        current.swap(destination);
+    }
+    char* resolved = ::realpath(current.c_str(), nullptr);
     if (resolved == nullptr)
         ThrowErrno("cannot resolve", path);
     std::string target = resolved;
@@ -207,10 +305,18 @@ void ReplaceFile(const std::string& target, const std::string& content) {
     WriteAll(fd.Get(), content.data() + half, content.size() - half, temp);
     Reached(Internals::WRITE_WRITTEN);
 
-    // The owner is kept where the process may give files away (as root);
-    // elsewhere the file passes to the writer, with the same mode.
-    if (exists && ::fchown(fd.Get(), original.st_uid, original.st_gid) != 0 && errno != EPERM)
-        ThrowErrno("cannot set the owner of", temp);
+    // The file must stay whose it was: where the process may not give the
+    // new file the old owner and group, the write is refused.
+    if (exists && ::fchown(fd.Get(), original.st_uid, original.st_gid) != 0) {
+        if (errno != EPERM)
+            ThrowErrno("cannot set the owner of", temp);
+        struct stat made;
+        if (::fstat(fd.Get(), &made) != 0)
+            ThrowErrno("cannot examine", temp);
+        if (made.st_uid != original.st_uid || made.st_gid != original.st_gid)
+            Refuse(INI_ERROR_OWNER_NOT_KEPT, target,
+                   "would pass to another owner or group: this process may not keep them");
+    }
     // After fchown, which clears set-id bits.
     if (::fchmod(fd.Get(), mode) != 0)
         ThrowErrno("cannot set the mode of", temp);
@@ -300,44 +406,65 @@ void CIniFile::Read(const std::string& path, unsigned int /*timeout*/) {
 void CIniFile::Lock(const std::string& path, unsigned int timeout) {
     if (m_LockFd >= 0)
         throw Exceptions::CException(INI_ERROR_LOCKED);
-    if (path.empty()) {
-        errno = ENOENT;
-        ThrowErrno("cannot lock", path);
-    }
-    const std::string lockPath = path + ".lck";
+    if (path.empty())
+        ThrowSystem(ENOENT, "cannot lock", path);
     const auto deadline = std::chrono::steady_clock::now() +
                           std::chrono::milliseconds(timeout == INI_WAIT_FOREVER ? 0 : timeout);
 
     CDescriptor fd;
+    std::string target;
+    std::string lockPath;
     for (;;) {
+        // Named after the real file, so every path to it shares one lock.
+        target = ResolveTarget(path);
+        // Refused before anything is created beside it: a link to a
+        // device must not even leave a lock file in /dev.
+        CheckWriteTarget(target);
+        lockPath = target + ".lck";
         // O_NOFOLLOW: a planted symlink must not make us create or lock
-        // some other file.
-        fd.Reset(::open(lockPath.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0640));
-        if (fd.Get() < 0)
+        // some other file. O_NONBLOCK: nor may a FIFO put there hold us.
+        fd.Reset(::open(lockPath.c_str(),
+                        O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0640));
+        if (fd.Get() < 0) {
+            if (errno == ELOOP)
+                Refuse(INI_ERROR_BAD_LOCK_FILE, lockPath, "is a symlink");
+            if (errno == EISDIR)
+                Refuse(INI_ERROR_BAD_LOCK_FILE, lockPath, "is a directory");
             ThrowErrno("cannot open lock file", lockPath);
+        }
         struct stat locked;
         if (::fstat(fd.Get(), &locked) != 0)
             ThrowErrno("cannot examine lock file", lockPath);
         if (!S_ISREG(locked.st_mode))
-            throw Exceptions::CException(INI_ERROR_BAD_LOCK_FILE);
+            Refuse(INI_ERROR_BAD_LOCK_FILE, lockPath, "is not a regular file");
         if (!TakeFlock(fd.Get(), timeout, deadline, lockPath))
-            throw Exceptions::CException(INI_ERROR_LOCK_TIMEOUT);
+            throw Exceptions::CException(INI_ERROR_LOCK_TIMEOUT, "'" + lockPath + "' is held");
         // The lock file may have been deleted or replaced while we waited;
         // a lock on a file that is no longer at the path excludes nobody.
         struct stat onDisk;
         if (::lstat(lockPath.c_str(), &onDisk) == 0) {
-            if (onDisk.st_dev == locked.st_dev && onDisk.st_ino == locked.st_ino)
-                break;
-        } else if (errno != ENOENT) {
+            if (onDisk.st_dev != locked.st_dev || onDisk.st_ino != locked.st_ino)
+                continue;
+        } else if (errno == ENOENT) {
+            continue;
+        } else {
             ThrowErrno("cannot examine lock file", lockPath);
         }
+        // And a symlink may now lead elsewhere.
+        if (ResolveTarget(path) == target)
+            break;
     }
 
-    const std::string target = ResolveTarget(path);
+    CDescriptor file(OpenRegular(target, O_RDWR));
+    struct stat info;
+    if (::fstat(file.Get(), &info) != 0)
+        ThrowErrno("cannot examine", target);
+    CheckSingleName(info, target);
     std::unique_ptr<Document> document(new Document);
-    document->Parse(ReadWholeFile(target));
+    document->Parse(ReadAllFrom(file.Get(), target));
     m_Document.swap(document);
     m_Target = target;
+    m_LockPath = lockPath;
     m_LockFd = fd.Release();
     Reached(Internals::WRITE_LOCKED);
 }
@@ -346,7 +473,12 @@ void CIniFile::Flush(unsigned int /*timeout*/) {
     if (m_LockFd < 0)
         throw Exceptions::CException(INI_ERROR_NOT_LOCKED);
     if (m_Document->Dirty) {
-        ReplaceFile(m_Target, m_Document->Serialize());
+        const std::string content = m_Document->Serialize();
+        // What could not be read back is not written.
+        if (content.size() > INI_MAX_FILE_SIZE)
+            Refuse(INI_ERROR_TOO_LARGE, m_Target,
+                   "would grow larger than a configuration file can be");
+        ReplaceFile(m_Target, content);
         m_Document->Dirty = false;
     }
     Unlock();
@@ -357,6 +489,21 @@ void CIniFile::Unlock() noexcept {
         ::close(m_LockFd);
     m_LockFd = -1;
     m_Target.clear();
+    m_LockPath.clear();
+}
+
+bool IsRefusedFile(unsigned int code) noexcept {
+    switch (code) {
+    case INI_ERROR_NOT_REGULAR:
+    case INI_ERROR_TOO_LARGE:
+    case INI_ERROR_UNTRUSTED_LINK:
+    case INI_ERROR_NOT_WRITABLE:
+    case INI_ERROR_OWNER_NOT_KEPT:
+    case INI_ERROR_HARD_LINKED:
+        return true;
+    default:
+        return false;
+    }
 }
 
 namespace Internals {

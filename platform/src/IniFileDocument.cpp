@@ -61,15 +61,13 @@ bool ParseHeader(const std::string& text, std::string& name) {
     return true;
 }
 
-// The value in double quotes starting at `open`; false when the quotes are
-// not closed or something other than a comment follows them.
+// The text in double quotes starting at `open`, unescaped; `end` is just
+// past the closing quote. False when the quotes are not closed.
 bool ParseQuoted(const std::string& text, size_t open, std::string& value, size_t& end) {
     std::string out;
     for (size_t i = open + 1; i < text.size(); ++i) {
         const char c = text[i];
         if (c == '"') {
-            if (!IsRestEmpty(text, i + 1))
-                return false;
             value.swap(out);
             end = i + 1;
             return true;
@@ -102,25 +100,46 @@ bool ParseQuoted(const std::string& text, size_t open, std::string& value, size_
     return false;
 }
 
+// A key in quotes: only when blanks and "=" follow the closing quote; `equals`
+// is then the position of that "=".
+bool ParseQuotedKey(const std::string& text, size_t begin, std::string& key, size_t& equals) {
+    size_t end = 0;
+    std::string name;
+    if (text[begin] != '"' || !ParseQuoted(text, begin, name, end))
+        return false;
+    end = SkipBlanks(text, end);
+    if (end == text.size() || text[end] != '=')
+        return false;
+    key.swap(name);
+    equals = end;
+    return true;
+}
+
 // "key = value" with an optional comment; false for anything else.
 bool ParseKeyLine(CIniFile::Document::Line& line) {
     const std::string& text = line.Text;
     const size_t begin = SkipBlanks(text, 0);
     if (begin == text.size() || IsCommentStart(text[begin]) || text[begin] == '[')
         return false;
-    const size_t equals = text.find('=', begin);
-    if (equals == std::string::npos)
-        return false;
-    const size_t keyEnd = TrimRight(text, begin, equals);
-    if (keyEnd == begin)
-        return false;
+    std::string key;
+    size_t equals = 0;
+    if (!ParseQuotedKey(text, begin, key, equals)) {
+        equals = text.find('=', begin);
+        if (equals == std::string::npos)
+            return false;
+        const size_t keyEnd = TrimRight(text, begin, equals);
+        if (keyEnd == begin)
+            return false;
+        key.assign(text, begin, keyEnd - begin);
+    }
 
     const size_t valueBegin = SkipBlanks(text, equals + 1);
     size_t valueEnd = 0;
     std::string value;
     if (valueBegin == text.size() || text[valueBegin] != '"' ||
-        !ParseQuoted(text, valueBegin, value, valueEnd)) {
+        !ParseQuoted(text, valueBegin, value, valueEnd) || !IsRestEmpty(text, valueEnd)) {
         // Plain text up to a comment; a ";" or "#" inside a word is text.
+        value.clear();
         size_t stop = valueBegin;
         while (stop < text.size() && !(IsCommentStart(text[stop]) && IsBlank(text[stop - 1])))
             ++stop;
@@ -128,7 +147,7 @@ bool ParseKeyLine(CIniFile::Document::Line& line) {
         value.assign(text, valueBegin, valueEnd - valueBegin);
     }
     line.IsKey = true;
-    line.Key.assign(text, begin, keyEnd - begin);
+    line.Key.swap(key);
     line.Value.swap(value);
     line.Prefix.assign(text, 0, valueBegin);
     line.Suffix.assign(text, valueEnd, std::string::npos);
@@ -142,7 +161,7 @@ CIniFile::Document::Line MakeKeyLine(const std::string& key, const std::string& 
     line.IsKey = true;
     line.Key = key;
     line.Value = value;
-    line.Prefix = key + "=";
+    line.Prefix = EncodeKey(key) + "=";
     line.Text = line.Prefix + EncodeValue(value);
     return line;
 }
@@ -159,19 +178,18 @@ bool IsWritableSection(const std::string& section) {
 }
 
 bool IsWritableKey(const std::string& key) {
-    return !key.empty() && key.find_first_of(std::string("=[]\r\n\0", 6)) == std::string::npos &&
-           !IsCommentStart(key.front()) && !HasBlankEnd(key);
+    return key.find('\0') == std::string::npos;
 }
 
 bool IsWritableValue(const std::string& value) {
     return value.find('\0') == std::string::npos;
 }
 
-std::string EncodeValue(const std::string& value) {
-    if (!HasBlankEnd(value) && value.find_first_of(";#\"\r\n") == std::string::npos)
-        return value;
+namespace {
+
+std::string Quote(const std::string& text) {
     std::string out = "\"";
-    for (const char c : value) {
+    for (const char c : text) {
         switch (c) {
         case '\\':
             out += "\\\\";
@@ -195,6 +213,24 @@ std::string EncodeValue(const std::string& value) {
     }
     out += '"';
     return out;
+}
+
+} // namespace
+
+std::string EncodeValue(const std::string& value) {
+    if (!HasBlankEnd(value) && value.find_first_of(";#\"\r\n") == std::string::npos)
+        return value;
+    return Quote(value);
+}
+
+std::string EncodeKey(const std::string& key) {
+    // Plain only where the reader takes the text before "=" literally: not a
+    // comment, a header or a quoted key, and nothing it would trim or split.
+    if (!key.empty() && !HasBlankEnd(key) && !IsCommentStart(key.front()) && key.front() != '[' &&
+        key.compare(0, 3, BYTE_ORDER_MARK) != 0 &&
+        key.find_first_of("=\"\r\n") == std::string::npos)
+        return key;
+    return Quote(key);
 }
 
 CIniFile::Document::Document() : Blocks(1) {}
@@ -338,8 +374,20 @@ void CIniFile::Document::SetKey(const std::string& section, const std::string& k
         // A comment after the value must stay apart from the new text.
         if (!suffix.empty() && !IsBlank(suffix.front()))
             suffix.insert(0, " ");
-        std::string text = found->Prefix + EncodeValue(value) + suffix;
+        std::string prefix = found->Prefix;
+        std::string text = prefix + EncodeValue(value) + suffix;
+        Line probe;
+        probe.Text = text;
+        if (!ParseKeyLine(probe) || probe.Key != key || probe.Value != value) {
+            // A key typed with a leading quote and no closing one can read
+            // as a quoted key once the new value brings a quote: the line is
+            // written afresh in the form that reads back.
+            prefix = EncodeKey(key) + "=";
+            suffix.clear();
+            text = prefix + EncodeValue(value);
+        }
         found->Text.swap(text);
+        found->Prefix.swap(prefix);
         found->Suffix.swap(suffix);
         found->Value = value;
         Dirty = true;

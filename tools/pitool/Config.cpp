@@ -228,7 +228,8 @@ void ShowSection(const PI::CConfigSection& section, std::string& text, Json& val
     text = "[" + section.Name + "]\n";
     values = Json::Object();
     for (const auto& item : section.Values) {
-        text += item.Key + " = " + RVX::INI_Files::EncodeValue(item.Value) + "\n";
+        text += RVX::INI_Files::EncodeKey(item.Key) + " = " +
+                RVX::INI_Files::EncodeValue(item.Value) + "\n";
         values.Set(item.Key, item.Value);
     }
 }

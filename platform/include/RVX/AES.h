@@ -29,12 +29,28 @@ namespace Crypt {
 //     either exactly 32 raw bytes or 64 hexadecimal characters (trailing
 //     white space allowed). When the variable is set and the file is missing,
 //     unreadable or malformed, Encrypt and Decrypt fail: there is no silent
-//     fallback to the next source;
-//  3. SHA-256 of the machine identity (/etc/machine-id, else
-//     /var/lib/dbus/machine-id). NOTE: anybody who can read that file can
-//     compute this key, so it only hides the text from casual readers (a
-//     glance at a configuration dump); it is no protection against a local
-//     user. Set a key or a key file where that matters.
+//     fallback to the next source, and nothing is created there;
+//  3. the machine key file /var/lib/rvx/aes.key, in the same form. When it
+//     is missing it is created once with 32 random bytes: mode 0600, its
+//     directory made 0700 if missing, written and synced under a temporary
+//     name and then linked to its name, so it is never seen half written and
+//     two processes creating it at once agree on one key (the later one
+//     reads the earlier one's). A key file that is there but malformed is an
+//     error, not a reason to fall back;
+//  4. only when the machine key file can neither be created nor read by this
+//     process (a read-only root, another user's file): SHA-256 of the machine
+//     identity (/etc/machine-id, else /var/lib/dbus/machine-id). NOTE:
+//     anybody who can read that file can compute this key, so it only hides
+//     the text from casual readers; it is no protection against a local user.
+// Values stored before the machine key file existed were sealed with the key
+// of source 4: where the key comes from source 3, Decrypt tries that key too.
+//
+// Where no source gives a key, Encrypt returns false and leaves an empty
+// text: a secret is never stored in plain text. That failure is also written
+// as a trace record of the platform module (level 0x40000000, on by
+// default), since callers that store the result without looking at it lose
+// the secret.
+//
 // The key is read afresh on every call (no cached copy of a file key), never
 // written to any output or trace, and temporary copies are wiped.
 //
@@ -71,5 +87,12 @@ public:
     static const char* LastError() noexcept;
 };
 
+namespace Internals {
+
+// For tests: moves the machine key file (source 3) and the machine identity
+// file (source 4) elsewhere; null restores the standard place.
+RVX_API void SetKeyPlaces(const char* keyFile, const char* machineId);
+
+} // namespace Internals
 } // namespace Crypt
 } // namespace RVX

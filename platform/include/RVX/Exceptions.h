@@ -22,14 +22,19 @@ struct SOURCE_INFO {
 class RVX_API CException : public std::exception {
 public:
     explicit CException(unsigned int code);
+    // With a description of the failure (for a system call: the path and the
+    // system's error text), which what() gives after the code.
+    CException(unsigned int code, std::string detail);
     CException(const CException&) = default;
     CException& operator=(const CException&) = default;
     ~CException() override;
 
     unsigned int GetCode() const noexcept { return m_Code; }
     const std::vector<SOURCE_INFO>& GetSources() const noexcept { return m_Sources; }
+    const std::string& GetDetail() const noexcept { return m_Detail; }
     void AddSource(const SOURCE_INFO& source);
-    // Names the code, the module of the first source and every source record.
+    // Names the code, the module of the first source, the detail text and
+    // every source record.
     const char* what() const noexcept override;
 
     // Raises `code` from the location that the thread's last StartException
@@ -41,6 +46,7 @@ private:
     void Describe();
 
     unsigned int m_Code;
+    std::string m_Detail;
     std::vector<SOURCE_INFO> m_Sources;
     std::string m_What;
 };
