@@ -1,0 +1,43 @@
+#pragma once
+
+// Shared pieces of the `pi` module's sources. Each area registers its
+// classes and functions through one Register* call from Module.cpp, so a new
+// area is one more source file and one more line there.
+
+#include <pybind11/pybind11.h>
+
+#include <string>
+
+namespace pibind {
+
+namespace py = pybind11;
+
+void RegisterErrors(py::module_& m);
+void RegisterHelpers(py::module_& m);
+void RegisterProperty(py::module_& m);
+void RegisterRecords(py::module_& m);
+void RegisterConfig(py::module_& m);
+
+// A member of an identifier enumeration of pi._identifiers (PropertyID,
+// Units, ...), or the plain int when the enumeration has no such member.
+py::object ToEnum(const char* enumeration, long long value);
+// An attribute of a pure-Python part of the package (pi._values, ...).
+py::object PackageAttr(const char* module, const char* name);
+
+// Raises the pi.Error subclass that belongs to `code`, with `text`.
+[[noreturn]] void RaiseCode(unsigned int code, const std::string& text);
+// Raises pi.Error when a library call returned a failure code.
+void CheckResult(unsigned int code, const char* what);
+
+// Text both ways: bytes that are not UTF-8 come back as surrogate escapes
+// and go out unchanged, so any stored text round-trips. Anything but str is
+// a TypeError.
+py::str ToPy(const std::string& text);
+std::string TextArg(py::handle value, const char* what);
+// Integers with their range checked: TypeError for a non-int (bool
+// included), ValueError outside [low, high], however large the int.
+long long IntArg(py::handle value, long long low, long long high, const char* what);
+unsigned long long U64Arg(py::handle value, const char* what);
+bool BoolArg(py::handle value, const char* what);
+
+} // namespace pibind
