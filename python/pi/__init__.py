@@ -11,6 +11,7 @@ from ._errors import (  # noqa: F401
     ClosedError,
     EmptyListError,
     Error,
+    FileError,
     IndexOutOfRangeError,
     InvalidDataError,
     NotFoundError,
@@ -26,7 +27,7 @@ __all__ = sorted(
     list(_identifier_names)
     + [n for n in dir(_core) if not n.startswith("_")]
     + [
-        "ClosedError", "EmptyListError", "Error", "IndexOutOfRangeError", "InvalidDataError",
+        "ClosedError", "EmptyListError", "Error", "FileError", "IndexOutOfRangeError", "InvalidDataError",
         "NotFoundError", "OutOfMemoryError", "SenseDataError", "WrongKindError",
         "Range", "SenseData", "Selection", "XmlText",
     ]

@@ -48,6 +48,10 @@ class SenseDataError(Error, ValueError):
     """A raw sense buffer that cannot be decoded; .code is a SenseDecode value."""
 
 
+class FileError(Error, OSError):
+    """The operating system refused a file operation; .code is the errno."""
+
+
 class ClosedError(Error, ValueError):
     """An operation on a closed object."""
 

@@ -26,6 +26,8 @@ py::object PackageAttr(const char* module, const char* name);
 
 // Raises the pi.Error subclass that belongs to `code`, with `text`.
 [[noreturn]] void RaiseCode(unsigned int code, const std::string& text);
+// Raises the pi._errors class `name` with `code` and `text`.
+[[noreturn]] void RaiseAs(const char* name, long long code, const std::string& text);
 // Raises pi.Error when a library call returned a failure code.
 void CheckResult(unsigned int code, const char* what);
 

@@ -10,6 +10,7 @@
 #include <climits>
 #include <exception>
 #include <stdexcept>
+#include <system_error>
 
 namespace pibind {
 
@@ -24,6 +25,13 @@ py::object ToEnum(const char* enumeration, long long value) {
     if (members.contains(key))
         return members[key];
     return std::move(key);
+}
+
+void RaiseAs(const char* name, long long code, const std::string& text) {
+    py::object type = PackageAttr("pi._errors", name);
+    py::object error = type(code, ToPy(text));
+    PyErr_SetObject(type.ptr(), error.ptr());
+    throw py::error_already_set();
 }
 
 void RaiseCode(unsigned int code, const std::string& text) {
@@ -117,6 +125,12 @@ void RegisterErrors(py::module_&) {
         } catch (const boost::bad_lexical_cast& e) {
             try {
                 RaiseCode(0, std::string("not a number where one is required: ") + e.what());
+            } catch (py::error_already_set& raised) {
+                raised.restore();
+            }
+        } catch (const std::system_error& e) {
+            try {
+                RaiseAs("FileError", e.code().value(), e.what());
             } catch (py::error_already_set& raised) {
                 raised.restore();
             }

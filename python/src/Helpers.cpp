@@ -57,11 +57,8 @@ py::object DecodeSense(py::handle buffer) {
     PI::CSenseData sense;
     std::string error;
     const PI::_SENSE_DECODE result = PI::DecodeSenseData(bytes.data(), bytes.size(), sense, error);
-    if (result != PI::SENSE_OK) {
-        py::object type = PackageAttr("pi._errors", "SenseDataError");
-        PyErr_SetObject(type.ptr(), type(ToEnum("SenseDecode", result), ToPy(error)).ptr());
-        throw py::error_already_set();
-    }
+    if (result != PI::SENSE_OK)
+        RaiseAs("SenseDataError", result, error);
     std::string keyText;
     PI::_SEVERITY severity = PI::SEVERITY_INFORMATIONAL;
     PI::TranslateSenseKey(sense.Key, keyText, severity);
