@@ -185,6 +185,11 @@ template <class T> void BindListView(py::module_& m, const char* name, const cha
                      py::module_::import("builtins").attr("list")(other));
              })
         .def("__repr__", [snapshot](const View& v) { return py::repr(snapshot(v)); })
+        // A copy of a view is a plain list of copies: it no longer follows the record.
+        .def("__copy__", [snapshot](const View& v) { return snapshot(v); })
+        .def(
+            "__deepcopy__", [snapshot](const View& v, py::handle) { return snapshot(v); },
+            py::arg("memo"))
         .def(
             "append",
             [](View& v, py::handle value) { v.items->push_back(Item<T>::Take(value, "item")); },

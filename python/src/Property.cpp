@@ -6,6 +6,8 @@
 #include <RVX/Markup.h>
 
 #include <climits>
+#include <cmath>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -136,7 +138,16 @@ void SetU64(CProperty& p, py::handle value) {
 void SetFloat(CProperty& p, py::handle value) {
     if (!PyFloat_Check(value.ptr()) && (!PyLong_Check(value.ptr()) || PyBool_Check(value.ptr())))
         throw py::type_error("value must be float or int");
-    const double number = value.cast<double>();
+    const double number =
+        PyFloat_Check(value.ptr()) ? PyFloat_AsDouble(value.ptr()) : PyLong_AsDouble(value.ptr());
+    if (number == -1.0 && PyErr_Occurred()) {
+        PyErr_Clear();
+        throw py::value_error("value is out of range for a 32-bit float");
+    }
+    // Converting a finite double beyond the float range is undefined in C++;
+    // Python's own 32-bit packing refuses it too.
+    if (std::isfinite(number) && std::fabs(number) > std::numeric_limits<float>::max())
+        throw py::value_error("value is out of range for a 32-bit float");
     CheckResult(p.SetValue(static_cast<float>(number)), "setting a float");
 }
 
