@@ -18,6 +18,14 @@ void RegisterProperty(py::module_& m);
 void RegisterRecords(py::module_& m);
 void RegisterConfig(py::module_& m);
 
+// A class that another area registered, to add methods to it: the
+// interchange and diff areas put to_json, diff and so on on the records.
+//   auto op = BoundClass<PI::COperation>(m, "COperation");
+//   op.def("to_json", ...);
+template <class R> py::class_<R> BoundClass(py::module_& m, const char* name) {
+    return py::reinterpret_borrow<py::class_<R>>(m.attr(name));
+}
+
 // A member of an identifier enumeration of pi._identifiers (PropertyID,
 // Units, ...), or the plain int when the enumeration has no such member.
 py::object ToEnum(const char* enumeration, long long value);

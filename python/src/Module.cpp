@@ -9,4 +9,5 @@ PYBIND11_MODULE(_core, m) {
     pibind::RegisterProperty(m);
     pibind::RegisterRecords(m);
     pibind::RegisterConfig(m);
+    // Areas that extend the record classes register after them.
 }
