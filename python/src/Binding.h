@@ -50,4 +50,49 @@ long long IntArg(py::handle value, long long low, long long high, const char* wh
 unsigned long long U64Arg(py::handle value, const char* what);
 bool BoolArg(py::handle value, const char* what);
 
+// Argument types of the bound functions: each takes any Python object (the
+// checks below give the errors) and names the type it expects, so that
+// help() shows "value: int" rather than an untyped handle.
+inline bool AnyObject(PyObject*) {
+    return true;
+}
+#define PIBIND_ARGUMENT(Name)                                                                      \
+    class Name : public py::object {                                                               \
+    public:                                                                                        \
+        PYBIND11_OBJECT_DEFAULT(Name, py::object, AnyObject)                                       \
+    };
+PIBIND_ARGUMENT(Int)
+PIBIND_ARGUMENT(OptionalInt)
+PIBIND_ARGUMENT(Str)
+PIBIND_ARGUMENT(OptionalStr)
+PIBIND_ARGUMENT(StrOrInt)
+PIBIND_ARGUMENT(Bool)
+PIBIND_ARGUMENT(Float)
+PIBIND_ARGUMENT(Buffer)
+PIBIND_ARGUMENT(Ints)
+PIBIND_ARGUMENT(Strs)
+PIBIND_ARGUMENT(Path)
+#undef PIBIND_ARGUMENT
+
 } // namespace pibind
+
+namespace pybind11 {
+namespace detail {
+#define PIBIND_ARGUMENT_NAME(Name, Text)                                                           \
+    template <> struct handle_type_name<pibind::Name> {                                            \
+        static constexpr auto name = const_name(Text);                                             \
+    };
+PIBIND_ARGUMENT_NAME(Int, "int")
+PIBIND_ARGUMENT_NAME(OptionalInt, "Optional[int]")
+PIBIND_ARGUMENT_NAME(Str, "str")
+PIBIND_ARGUMENT_NAME(OptionalStr, "Optional[str]")
+PIBIND_ARGUMENT_NAME(StrOrInt, "Union[str, int]")
+PIBIND_ARGUMENT_NAME(Bool, "bool")
+PIBIND_ARGUMENT_NAME(Float, "float")
+PIBIND_ARGUMENT_NAME(Buffer, "Union[bytes, bytearray, memoryview]")
+PIBIND_ARGUMENT_NAME(Ints, "Iterable[int]")
+PIBIND_ARGUMENT_NAME(Strs, "Iterable[str]")
+PIBIND_ARGUMENT_NAME(Path, "Union[str, os.PathLike]")
+#undef PIBIND_ARGUMENT_NAME
+} // namespace detail
+} // namespace pybind11

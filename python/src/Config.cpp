@@ -63,8 +63,8 @@ Scope ScopeArgs(py::handle adapter, py::handle unit, py::handle name, py::handle
 
 const char kDefaultSection[] = "DefaultConfig";
 
-py::object Get(const ConfigHandle& h, py::handle key, py::handle adapter, py::handle unit,
-               py::handle name, py::handle section, py::object fallback) {
+py::object Get(const ConfigHandle& h, Str key, OptionalInt adapter, OptionalInt unit,
+               OptionalStr name, OptionalStr section, py::object fallback) {
     const std::string k = TextArg(key, "key");
     const Scope s = ScopeArgs(adapter, unit, name, section);
     auto file = h.Open();
@@ -121,8 +121,8 @@ void Change(const ConfigHandle& h, const std::string& key, const std::string* va
                                            : "writing '" + key + "' failed; the file is unchanged");
 }
 
-void Set(const ConfigHandle& h, py::handle key, py::handle value, py::handle adapter,
-         py::handle unit, py::handle name, py::handle section) {
+void Set(const ConfigHandle& h, Str key, Str value, OptionalInt adapter, OptionalInt unit,
+         OptionalStr name, OptionalStr section) {
     const std::string k = TextArg(key, "key");
     if (k.empty())
         throw py::value_error("key must not be empty; clear a scope with clear()");
@@ -130,21 +130,21 @@ void Set(const ConfigHandle& h, py::handle key, py::handle value, py::handle ada
     Change(h, k, &v, ScopeArgs(adapter, unit, name, section));
 }
 
-void Delete(const ConfigHandle& h, py::handle key, py::handle adapter, py::handle unit,
-            py::handle name, py::handle section) {
+void Delete(const ConfigHandle& h, Str key, OptionalInt adapter, OptionalInt unit, OptionalStr name,
+            OptionalStr section) {
     const std::string k = TextArg(key, "key");
     if (k.empty())
         throw py::value_error("key must not be empty; clear a scope with clear()");
     Change(h, k, nullptr, ScopeArgs(adapter, unit, name, section));
 }
 
-void Clear(const ConfigHandle& h, py::handle adapter, py::handle unit, py::handle name,
-           py::handle section) {
+void Clear(const ConfigHandle& h, OptionalInt adapter, OptionalInt unit, OptionalStr name,
+           OptionalStr section) {
     const std::string empty;
     Change(h, empty, &empty, ScopeArgs(adapter, unit, name, section));
 }
 
-py::list Items(const ConfigHandle& h, py::handle section) {
+py::list Items(const ConfigHandle& h, OptionalStr section) {
     const std::string s = section.is_none() ? kDefaultSection : TextArg(section, "section");
     auto file = h.Open();
     std::vector<PI::CConfigValue> items;
@@ -207,7 +207,7 @@ Every call names its scope with keywords: ``adapter`` (with optional
 "DefaultConfig". Reads of a scope fall back to "DefaultConfig". A write
 that fails raises NotFoundError and leaves the file unchanged. Use it as a
 context manager or call close(); a closed file raises ClosedError.)doc");
-    cls.def(py::init([](py::handle path) {
+    cls.def(py::init([](Path path) {
                 auto file = std::make_shared<CConfigFile>();
                 file->SetFilePath(PathArg(path));
                 return ConfigHandle{file};
@@ -215,7 +215,7 @@ context manager or call close(); a closed file raises ClosedError.)doc");
             py::arg("path"), "The file at path (str or os.PathLike); nothing is opened yet.");
     cls.def_static(
         "for_program",
-        [](py::handle name) {
+        [](Str name) {
             auto file = std::make_shared<CConfigFile>();
             file->SetFileName(TextArg(name, "name"));
             return ConfigHandle{file};

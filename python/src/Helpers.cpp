@@ -38,21 +38,21 @@ int Int32Arg(py::handle value, const char* what) {
     return static_cast<int>(IntArg(value, INT_MIN, INT_MAX, what));
 }
 
-py::object SenseKey(py::handle key) {
+py::object SenseKey(Int key) {
     std::string text;
     PI::_SEVERITY severity = PI::SEVERITY_INFORMATIONAL;
     PI::TranslateSenseKey(ByteArg(key, "key"), text, severity);
     return py::make_tuple(ToPy(text), ToEnum("Severity", severity));
 }
 
-py::object SenseASC(py::handle asc, py::handle ascq) {
+py::object SenseASC(Int asc, Int ascq) {
     std::string text;
     if (PI::TranslateSenseASC(ByteArg(asc, "asc"), ByteArg(ascq, "ascq"), text) != 0)
         return py::none();
     return ToPy(text);
 }
 
-py::object DecodeSense(py::handle buffer) {
+py::object DecodeSense(Buffer buffer) {
     const std::vector<unsigned char> bytes = BytesArg(buffer, "data");
     PI::CSenseData sense;
     std::string error;
@@ -79,72 +79,71 @@ py::object DecodeSense(py::handle buffer) {
     return PackageAttr("pi._values", "SenseData")(**fields);
 }
 
-py::object SplitModel(py::handle model) {
+py::object SplitModel(Str model) {
     std::string vendor, product;
     PI::SplitSATAModelName(TextArg(model, "model"), vendor, product);
     return py::make_tuple(ToPy(vendor), ToPy(product));
 }
 
-unsigned long long SataRPM(py::handle vendor, py::handle product) {
+unsigned long long SataRPM(Str vendor, Str product) {
     unsigned long long rpm = 0;
     PI::GetSATARPM(TextArg(vendor, "vendor"), TextArg(product, "product"), rpm);
     return rpm;
 }
 
-py::str CorrectSerial(py::handle vendor, py::handle product, py::handle serial) {
+py::str CorrectSerial(Str vendor, Str product, Str serial) {
     std::string text = TextArg(serial, "serial");
     PI::CorrectSerialNumber(TextArg(vendor, "vendor"), TextArg(product, "product"), text);
     return ToPy(text);
 }
 
-float RoundRPM(py::handle rpm) {
+float RoundRPM(Int rpm) {
     float thousands = 0;
     PI::RoundRPM(U64Arg(rpm, "rpm"), thousands);
     return thousands;
 }
 
-py::object HelpPath(py::handle id) {
+py::object HelpPath(Int id) {
     RVX::Strings::CStringVar path;
     if (PI::GetHelpPath(Int32Arg(id, "id"), path) != 0)
         return py::none();
     return ToPy(path.Str());
 }
 
-py::object IconPath(py::handle id) {
+py::object IconPath(Int id) {
     RVX::Strings::CStringVar file;
     if (PI::GetIconPath(Int32Arg(id, "id"), file) != 0)
         return py::none();
     return ToPy(file.Str());
 }
 
-py::object StatusIcon(py::handle state, py::handle media, py::handle overlay, py::handle foreign,
-                      py::handle power) {
+py::object StatusIcon(Int state, Int media, Bool overlay, Bool foreign, Int power) {
     return py::int_(PI::GetPDStatusIcon(Int32Arg(state, "state"), Int32Arg(media, "media"),
                                         BoolArg(overlay, "overlay"), BoolArg(foreign, "foreign"),
                                         Int32Arg(power, "power")));
 }
 
-py::str Trim(py::handle text) {
+py::str Trim(Str text) {
     const std::string in = TextArg(text, "text");
     RVX::Strings::CStringVar out;
     PI::Trim(RVX::Strings::CStringRef(in), out);
     return ToPy(out.Str());
 }
 
-py::str Conform(py::handle text) {
+py::str Conform(Str text) {
     std::string out;
     PI::GenXMLNodeConformantString(TextArg(text, "text"), out);
     return ToPy(out);
 }
 
-py::tuple ConvertBytes(py::handle bytes) {
+py::tuple ConvertBytes(Int bytes) {
     float value = 0;
     PI::_UNITS unit = PI::UNITS_BYTES;
     PI::ConvertBytesToOtherUnit(U64Arg(bytes, "byte count"), value, unit);
     return py::make_tuple(value, ToEnum("Units", unit));
 }
 
-py::str HexDump(py::handle data, py::handle first, py::handle end) {
+py::str HexDump(Buffer data, Int first, OptionalInt end) {
     std::vector<unsigned char> bytes = BytesArg(data, "data");
     const long long size = static_cast<long long>(bytes.size());
     const long long from = IntArg(first, 0, size, "first");
@@ -182,7 +181,7 @@ void RegisterHelpers(py::module_& m) {
           "Status icon id of a physical drive (see PDState, MediaType, PowerState).");
     m.def(
         "is_adapter_type",
-        [](py::handle type) {
+        [](Int type) {
             return PI::IsAdapterType(static_cast<PI::_OBJECT_TYPE>(Int32Arg(type, "type")));
         },
         py::arg("type"), "True for the eight controller kinds.");
@@ -191,7 +190,7 @@ void RegisterHelpers(py::module_& m) {
           "The text without the bytes that cannot stand in an XML element name.");
     m.def(
         "match_nls",
-        [](py::handle text, py::handle id, py::handle conform) {
+        [](Str text, Int id, Bool conform) {
             return PI::MatchNLS(TextArg(text, "text"), Int32Arg(id, "string_id"),
                                 BoolArg(conform, "conform"));
         },
@@ -199,7 +198,7 @@ void RegisterHelpers(py::module_& m) {
         "True when text equals language string string_id, ignoring case.");
     m.def(
         "set_language_string",
-        [](py::handle id, py::handle text) {
+        [](Int id, Str text) {
             RVX::Language_Support::CLanguageSupport::SetString(
                 static_cast<unsigned int>(IntArg(id, 0, UINT_MAX, "string_id")),
                 TextArg(text, "text"));

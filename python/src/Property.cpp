@@ -118,24 +118,24 @@ py::object GetValue(CProperty& p) {
     }
 }
 
-void SetString(CProperty& p, py::handle text) {
+void SetString(CProperty& p, Str text) {
     const std::string value = TextArg(text, "text");
     CheckResult(p.SetValue(RVX::Strings::CStringRef(value)), "setting a string");
 }
 
-void SetPlainString(CProperty& p, py::handle text) {
+void SetPlainString(CProperty& p, Str text) {
     CheckResult(p.SetValue(TextArg(text, "text")), "setting a string");
 }
 
-void SetBool(CProperty& p, py::handle value) {
+void SetBool(CProperty& p, Bool value) {
     CheckResult(p.SetValue(BoolArg(value, "value")), "setting a bool");
 }
 
-void SetU64(CProperty& p, py::handle value) {
+void SetU64(CProperty& p, Int value) {
     CheckResult(p.SetValue(U64Arg(value, "value")), "setting a 64-bit number");
 }
 
-void SetFloat(CProperty& p, py::handle value) {
+void SetFloat(CProperty& p, Float value) {
     if (!PyFloat_Check(value.ptr()) && (!PyLong_Check(value.ptr()) || PyBool_Check(value.ptr())))
         throw py::type_error("value must be float or int");
     const double number =
@@ -151,31 +151,30 @@ void SetFloat(CProperty& p, py::handle value) {
     CheckResult(p.SetValue(static_cast<float>(number)), "setting a float");
 }
 
-void SetRange(CProperty& p, py::handle value, py::handle minimum, py::handle maximum,
-              py::handle step) {
+void SetRange(CProperty& p, Int value, Int minimum, Int maximum, Int step) {
     CheckResult(p.SetValue(Int32(value, "value"), Int32(minimum, "minimum"),
                            Int32(maximum, "maximum"),
                            static_cast<unsigned int>(IntArg(step, 0, UINT_MAX, "step"))),
                 "setting a range");
 }
 
-void SetIntList(CProperty& p, py::handle value, py::handle items) {
+void SetIntList(CProperty& p, Int value, Ints items) {
     std::vector<int> list = TakeAll<int>(items, "items");
     CheckResult(p.SetValue(Int32(value, "value"), list), "setting an int list");
 }
 
-void SetPair(CProperty& p, py::handle first, py::handle second) {
+void SetPair(CProperty& p, Ints first, Ints second) {
     std::vector<int> a = TakeAll<int>(first, "first");
     std::vector<int> b = TakeAll<int>(second, "second");
     CheckResult(p.SetValue(a, b), "setting a pair of int lists");
 }
 
-void SetU64List(CProperty& p, py::handle items) {
+void SetU64List(CProperty& p, Ints items) {
     std::vector<unsigned long long> list = TakeAll<unsigned long long>(items, "items");
     CheckResult(p.SetValue(list), "setting a 64-bit list");
 }
 
-void SetStringList(CProperty& p, py::handle items, py::handle mask) {
+void SetStringList(CProperty& p, Strs items, Int mask) {
     if (PyUnicode_Check(items.ptr()) || PyBytes_Check(items.ptr()))
         throw py::type_error("items must be a sequence of str, not text");
     std::vector<std::string> list;
@@ -186,7 +185,7 @@ void SetStringList(CProperty& p, py::handle items, py::handle mask) {
         "setting a string list");
 }
 
-void SetXml(CProperty& p, py::handle text) {
+void SetXml(CProperty& p, Str text) {
     RVX::XML::CMarkup markup;
     markup.SetDoc(TextArg(text, "text"));
     CheckResult(p.SetValue(markup), "setting XML");
@@ -199,15 +198,15 @@ void SetValue(CProperty& p, py::handle value) {
     if (value.is_none())
         throw py::type_error("a property cannot be set to None; assign a new CProperty");
     if (PyBool_Check(o))
-        return SetBool(p, value);
+        return SetBool(p, py::reinterpret_borrow<Bool>(value));
     if (PyLong_Check(o))
-        return SetU64(p, value);
+        return SetU64(p, py::reinterpret_borrow<Int>(value));
     if (PyFloat_Check(o))
-        return SetFloat(p, value);
+        return SetFloat(p, py::reinterpret_borrow<Float>(value));
     if (py::isinstance(value, values.attr("XmlText")))
-        return SetXml(p, value);
+        return SetXml(p, py::reinterpret_borrow<Str>(value));
     if (PyUnicode_Check(o))
-        return SetString(p, value);
+        return SetString(p, py::reinterpret_borrow<Str>(value));
     if (py::isinstance(value, values.attr("Range"))) {
         py::tuple t = py::reinterpret_borrow<py::tuple>(value);
         return SetRange(p, t[0], t[1], t[2], t[3]);
@@ -225,8 +224,9 @@ void SetValue(CProperty& p, py::handle value) {
         bool texts =
             list.size() > 0 ? PyUnicode_Check(list[0].ptr()) != 0 : p.Type == PI::VT_STRING_LIST;
         if (texts)
-            return SetStringList(p, value, py::int_(p.SelectionMask));
-        return SetU64List(p, value);
+            return SetStringList(p, py::reinterpret_borrow<Strs>(value),
+                                 py::reinterpret_borrow<Int>(py::int_(p.SelectionMask)));
+        return SetU64List(p, py::reinterpret_borrow<Ints>(value));
     }
     throw py::type_error(
         "a property value must be bool, int, float, str, XmlText, Range, Selection, "
@@ -256,7 +256,7 @@ str, XmlText, Range, Selection, a 2-tuple of int lists, a list of int or of
 str); the set_* methods choose the kind explicitly. The get_* methods read
 one kind and raise WrongKindError for another. Type, DataSize, SplitSize
 and the block (``data``) change only through the setters.)doc");
-    cls.def(py::init([](py::handle id, py::handle flag) {
+    cls.def(py::init([](Int id, Bool flag) {
                 return CProperty(static_cast<PI::_PROPERTY_ID>(Int32(id, "id")),
                                  BoolArg(flag, "flag"));
             }),

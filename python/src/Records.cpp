@@ -29,7 +29,7 @@ unsigned int Slot(py::handle slot) {
     return static_cast<unsigned int>(IntArg(slot, 1, 6, "slot")) - 1;
 }
 
-void SetPlaceHolder(CEvent& event, py::handle slot, py::handle value) {
+void SetPlaceHolder(CEvent& event, Int slot, StrOrInt value) {
     const unsigned int index = Slot(slot);
     using Setter = void (CEvent::*)(int);
     using TextSetter = void (CEvent::*)(const std::string&);
@@ -45,7 +45,7 @@ void SetPlaceHolder(CEvent& event, py::handle slot, py::handle value) {
         (event.*ids[index])(static_cast<int>(IntArg(value, INT_MIN, INT_MAX, "value")));
 }
 
-py::str GetPlaceHolder(CEvent& event, py::handle slot) {
+py::str GetPlaceHolder(CEvent& event, Int slot) {
     using Getter = const RVX::Strings::TString<16>& (CEvent::*)();
     static const Getter getters[] = {&CEvent::GetPlaceHolder1, &CEvent::GetPlaceHolder2,
                                      &CEvent::GetPlaceHolder3, &CEvent::GetPlaceHolder4,
@@ -58,7 +58,7 @@ void BindObject(py::module_& m) {
                             "One node of the managed-object graph; Parents and Children are "
                             "lists of object ids.");
     cls.def(py::init<>());
-    cls.def(py::init([](py::handle id, py::handle type) {
+    cls.def(py::init([](Int id, Int type) {
                 return CObject(U64Arg(id, "id"),
                                static_cast<_OBJECT_TYPE>(IntArg(type, INT_MIN, INT_MAX, "type")));
             }),
@@ -123,8 +123,7 @@ void BindLogicalDrive(py::module_& m) {
                                  "The layout of one logical drive. GHS, DHS and ALD do not take "
                                  "part in ==.");
     ld.def(py::init<>());
-    ld.def(py::init([](py::handle xml) { return CLogicalDrive(TextArg(xml, "xml")); }),
-           py::arg("xml"),
+    ld.def(py::init([](Str xml) { return CLogicalDrive(TextArg(xml, "xml")); }), py::arg("xml"),
            "Reads a LogicalDriveConfiguration document; text that does not parse gives a\n"
            "default record, a missing or non-numeric attribute raises pi.Error.");
     IntField(ld, "Attribute1", &CLogicalDrive::Attribute1);
