@@ -17,6 +17,7 @@ void RegisterHelpers(py::module_& m);
 void RegisterProperty(py::module_& m);
 void RegisterRecords(py::module_& m);
 void RegisterConfig(py::module_& m);
+void RegisterTesting(py::module_& m);
 
 // A class that another area registered, to add methods to it: the
 // interchange and diff areas put to_json, diff and so on on the records.

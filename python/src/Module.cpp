@@ -9,5 +9,6 @@ PYBIND11_MODULE(_core, m) {
     pibind::RegisterProperty(m);
     pibind::RegisterRecords(m);
     pibind::RegisterConfig(m);
+    pibind::RegisterTesting(m);
     // Areas that extend the record classes register after them.
 }
