@@ -12,6 +12,7 @@ packages=(
   libcli11-dev
   libsgutils2-dev libinih-dev libsqlite3-dev
   clang libclang-rt-14-dev
+  python3-dev pybind11-dev python3-pytest
 )
 
 missing=()

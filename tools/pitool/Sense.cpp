@@ -3,6 +3,7 @@
 #include "Names.h"
 
 #include <PI/Helpers.h>
+#include <PI/SenseData.h>
 
 #include <CLI/CLI.hpp>
 
@@ -19,12 +20,6 @@ struct SenseArgs {
     std::vector<std::string> raw;   // hex bytes of a sense buffer
     std::string file;               // a file with such bytes
 };
-
-// Longest sense data a device may return.
-constexpr size_t kMaxSenseLength = 252;
-// Fixed format keeps ASC and ASCQ in bytes 12 and 13, descriptor format in 2 and 3.
-constexpr size_t kFixedMinLength = 14;
-constexpr size_t kDescriptorMinLength = 4;
 
 struct SenseCodes {
     unsigned char key = 0;
@@ -46,49 +41,32 @@ std::string SeverityName(int severity) {
 
 // Picks key, ASC and ASCQ out of a raw buffer; fills the format rows.
 SenseCodes DecodeBuffer(const std::vector<unsigned char>& bytes, Rows& rows, Json& json) {
-    if (bytes.empty()) {
-        Fail("the sense buffer is empty");
+    PI::CSenseData sense;
+    std::string error;
+    if (PI::DecodeSenseData(bytes.data(), bytes.size(), sense, error) != PI::SENSE_OK) {
+        Fail(error);
     }
-    if (bytes.size() > kMaxSenseLength) {
-        Fail("the sense buffer has " + std::to_string(bytes.size()) + " bytes; at most " +
-             std::to_string(kMaxSenseLength) + " are possible");
-    }
-    const unsigned int code = bytes[0] & 0x7F; // bit 7 only says the information field is valid
-    const bool fixed = code == 0x70 || code == 0x71;
-    const bool descriptor = code == 0x72 || code == 0x73;
-    if (!fixed && !descriptor) {
-        Fail("response code " + HexByte(code) +
-             "h is neither fixed format (70h/71h) nor descriptor format (72h/73h)");
-    }
-    const size_t needed = fixed ? kFixedMinLength : kDescriptorMinLength;
-    if (bytes.size() < needed) {
-        Fail(std::string(fixed ? "fixed" : "descriptor") + " format sense data needs at least " +
-             std::to_string(needed) + " bytes, got " + std::to_string(bytes.size()));
-    }
-    const bool deferred = code == 0x71 || code == 0x73;
-    const std::string format = fixed ? "fixed" : "descriptor";
-    rows.emplace_back("format", format + " (" + HexByte(code) + "h, " +
-                                    (deferred ? "deferred" : "current") + " error)");
+    const std::string format = sense.Descriptor ? "descriptor" : "fixed";
+    rows.emplace_back("format", format + " (" + HexByte(sense.ResponseCode) + "h, " +
+                                    (sense.Deferred ? "deferred" : "current") + " error)");
     std::string hex;
     std::vector<unsigned char> copy = bytes;
     PI::HexDump(hex, copy.data(), 0, static_cast<unsigned int>(copy.size()));
     rows.emplace_back("bytes", hex);
     json.Set("format", format)
-        .Set("response_code", code)
-        .Set("deferred", deferred)
+        .Set("response_code", static_cast<unsigned int>(sense.ResponseCode))
+        .Set("deferred", sense.Deferred)
         .Set("bytes", hex);
+    if (sense.InformationValid) {
+        rows.emplace_back("information", std::to_string(sense.Information));
+        json.Set("information", sense.Information);
+    }
 
     SenseCodes codes;
     codes.hasAsc = true;
-    if (fixed) {
-        codes.key = bytes[2] & 0x0F;
-        codes.asc = bytes[12];
-        codes.ascq = bytes[13];
-    } else {
-        codes.key = bytes[1] & 0x0F;
-        codes.asc = bytes[2];
-        codes.ascq = bytes[3];
-    }
+    codes.key = sense.Key;
+    codes.asc = sense.ASC;
+    codes.ascq = sense.ASCQ;
     return codes;
 }
 

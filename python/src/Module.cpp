@@ -1,0 +1,14 @@
+// The `pi` module: the library's records, helpers and configuration store.
+#include "Binding.h"
+
+PYBIND11_MODULE(_core, m) {
+    m.doc() = "The PI library: typed property values, records, helpers and the "
+              "configuration store. Import it as `pi`.";
+    pibind::RegisterErrors(m);
+    pibind::RegisterHelpers(m);
+    pibind::RegisterProperty(m);
+    pibind::RegisterRecords(m);
+    pibind::RegisterConfig(m);
+    pibind::RegisterTesting(m);
+    // Areas that extend the record classes register after them.
+}

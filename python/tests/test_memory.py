@@ -1,0 +1,65 @@
+"""Out-of-memory paths of the value blocks, through the library's test hook."""
+import copy
+
+import pytest
+
+import pi
+from pi._core import _testing
+
+pytestmark = pytest.mark.skipif(not _testing.available(), reason="library built without hooks")
+
+
+@pytest.fixture
+def hook():
+    _testing.arm()
+    try:
+        yield _testing
+    finally:
+        _testing.reset()
+        _testing.disarm()
+
+
+def test_failed_setter_raises_and_leaves_a_size_without_block(hook):
+    p = pi.CProperty(pi.PropertyID.ADAPTER_NAME)
+    p.value = "old"
+    hook.fail_allocations(0)
+    with pytest.raises(pi.OutOfMemoryError) as raised:
+        p.value = "new text"
+    assert raised.value.code == pi.Result.OUT_OF_MEMORY
+    assert isinstance(raised.value, MemoryError)
+    assert (p.Type, p.DataSize, p.data) == (pi.ValueType.STRING, 9, None)
+    with pytest.raises(pi.InvalidDataError) as raised:
+        p.value
+    assert raised.value.code == pi.ExceptionCode.INVALID_DATA
+    with pytest.raises(pi.InvalidDataError):
+        repr(p)
+    # A copy of such a property has neither size nor block, and the old
+    # block was released before the allocation failed.
+    assert copy.copy(p).DataSize == 0
+
+
+def test_failed_copy_raises_and_leaks_nothing(hook):
+    op = pi.COperation()
+    for text in ("a", "b", "c"):
+        p = pi.CProperty(pi.PropertyID.ADAPTER_NAME)
+        p.value = text
+        op.Properties.append(p)
+    before = hook.live_blocks()
+    hook.fail_allocations(2)  # the third block of the copy fails
+    with pytest.raises(pi.InvalidDataError):
+        copy.deepcopy(op)
+    hook.reset()
+    assert hook.live_blocks() == before
+    assert copy.deepcopy(op) == op
+
+
+def test_failed_list_write_keeps_the_list(hook):
+    obj = pi.CObject()
+    p = pi.CProperty()
+    p.value = [1, 2, 3]
+    obj.Properties.append(p)
+    hook.fail_allocations(0)
+    with pytest.raises(pi.InvalidDataError):
+        obj.Properties.append(p)
+    hook.reset()
+    assert len(obj.Properties) == 1 and obj.Properties[0] == p

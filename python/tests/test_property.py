@@ -1,0 +1,158 @@
+"""CProperty: typed values in Python's terms, their encodings and errors."""
+import copy
+import json
+import struct
+
+import pytest
+
+import pi
+
+
+def prop(value=None):
+    p = pi.CProperty(pi.PropertyID.ADAPTER_NAME)
+    if value is not None:
+        p.value = value
+    return p
+
+
+class TestValueKinds:
+    @pytest.mark.parametrize(
+        "value, kind",
+        [
+            ("text", pi.ValueType.STRING),
+            (True, pi.ValueType.BOOL),
+            (2**64 - 1, pi.ValueType.UINT64),
+            (0.5, pi.ValueType.FLOAT),
+            (pi.Range(5, 0, 10, 1), pi.ValueType.RANGE),
+            (pi.Selection(2, [1, 2, 3]), pi.ValueType.INT_LIST),
+            (([1, -2], [3]), pi.ValueType.INT_LIST_PAIR),
+            ([1, 2**64 - 1], pi.ValueType.UINT64_LIST),
+            (["a", "bc"], pi.ValueType.STRING_LIST),
+            (pi.XmlText("<a x='1'/>"), pi.ValueType.XML),
+        ],
+    )
+    def test_round_trip_by_python_type(self, value, kind):
+        p = prop(value)
+        assert p.Type is kind
+        assert p.value == value
+        assert type(p.value) is type(value)
+
+    def test_new_property_has_no_value(self):
+        p = pi.CProperty()
+        assert p.Type is pi.ValueType.NONE
+        assert p.value is None and p.data is None
+        assert p == pi.CProperty(1, False)
+
+    def test_encodings_of_the_blocks(self):
+        p = prop("  abc  ")
+        assert (p.value, p.DataSize, p.data) == ("abc", 4, b"abc\0")
+        p.set_string_list(["a", "bc"], 1)
+        assert (p.DataSize, p.SplitSize, p.SelectionMask) == (13, 8, 1)
+        assert p.data == struct.pack("<II", 2, 3) + b"a\0bc\0"
+        p.set_int_list_pair([1, 2], [3, 4, 5])
+        assert (p.DataSize, p.SplitSize) == (20, 8)
+        p.set_uint64(5)
+        assert p.SubType == pi.SubType.SUBTYPE_64BIT
+        assert p.data == struct.pack("<Q", 5)
+        p.set_int_list_pair([], [])
+        assert (p.DataSize, p.data) == (0, None)
+
+    def test_range_is_clamped_in_the_library_order(self):
+        p = prop()
+        for given, stored in [((15, 0, 10, 1), 10), ((-3, 0, 10, 1), 0), ((10, 9, 3, 1), 3),
+                              ((7, 9, 3, 1), 9)]:
+            p.set_range(*given)
+            assert p.value == pi.Range(stored, *given[1:])
+
+    def test_empty_int_list_is_refused_and_keeps_the_old_value(self):
+        p = prop(pi.Selection(1, [4, 5]))
+        with pytest.raises(pi.EmptyListError) as raised:
+            p.set_int_list(7, [])
+        assert raised.value.code == pi.Result.EMPTY_LIST
+        assert p.value == pi.Selection(1, [4, 5])
+
+    def test_empty_list_keeps_a_string_list_a_string_list(self):
+        p = prop(["a"])
+        p.value = []
+        assert p.Type is pi.ValueType.STRING_LIST and p.value == []
+        q = prop()
+        q.value = []
+        assert q.Type is pi.ValueType.UINT64_LIST
+
+    def test_float_is_stored_as_32_bits(self):
+        p = prop(0.1)
+        assert p.value == pytest.approx(0.1) and p.value != 0.1
+        assert prop(0.0) != prop(-0.0)
+
+    def test_encrypted_subtype(self):
+        p = prop()
+        p.SubType = pi.SubType.SUBTYPE_ENCRYPTED
+        p.set_string("secret")
+        assert p.value.startswith("ENC1(") and "secret" not in p.value
+        assert p.SubType == pi.SubType.SUBTYPE_ENCRYPTED
+        stored = p.value
+        p.set_string(stored)  # already encrypted: kept as it is
+        assert p.value == stored
+        p.set_plain_string("  plain ")
+        assert (p.value, p.SubType) == ("plain", 0)
+
+
+class TestReadersAndErrors:
+    def test_wrong_kind_raises_library_code(self):
+        p = prop("text")
+        with pytest.raises(pi.WrongKindError) as raised:
+            p.get_uint64()
+        assert raised.value.code == pi.ExceptionCode.WRONG_TYPE == 0x21130004
+        assert "0x21130004" in raised.value.text
+        assert isinstance(raised.value, TypeError)
+
+    def test_typed_getters(self):
+        assert prop(True).get_bool() is True
+        assert prop(9).get_uint64() == 9
+        assert prop(["x", "y"]).get_string_list() == ["x", "y"]
+        assert prop(pi.XmlText("<r/>")).get_xml() == "<r/>"
+        assert prop(pi.Range(1, 0, 2, 1)).get_range() == (1, 0, 2, 1)
+
+    def test_no_value_reads_raise(self):
+        with pytest.raises(pi.Error):
+            pi.CProperty().get_string()
+
+
+class TestValueSemantics:
+    def test_equality_covers_every_field(self):
+        a, b = prop("x"), prop("x")
+        assert a == b
+        b.Attribute8 = 5
+        assert a != b
+        b = prop("x")
+        b.SelectionMask = 1
+        assert a != b
+        assert a != "x"
+
+    def test_copies_are_deep(self):
+        a = prop([1, 2])
+        for b in (copy.copy(a), copy.deepcopy(a)):
+            assert b == a
+            b.value = [3]
+            assert a.value == [1, 2]
+
+    def test_repr_names_kind_and_value(self):
+        text = repr(prop("hello"))
+        assert text.startswith("CProperty(PropertyID=<PropertyID.ADAPTER_NAME")
+        assert "value='hello'" in text and "ValueType.STRING" in text
+
+    def test_values_survive_pythons_json(self):
+        values = ["text", True, 12, 0.5, [1, 2], ["a", "b"], pi.Range(3, 0, 9, 1)]
+        props = [prop(v) for v in values]
+        text = json.dumps([{"id": int(p.PropertyID), "kind": int(p.Type), "value": p.value}
+                           for p in props])
+        back = []
+        for item in json.loads(text):
+            p = pi.CProperty(item["id"])
+            kind = pi.ValueType(item["kind"])
+            if kind is pi.ValueType.RANGE:
+                p.set_range(*item["value"])
+            else:
+                p.value = item["value"]
+            back.append(p)
+        assert back == props
