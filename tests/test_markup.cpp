@@ -114,6 +114,37 @@ TEST(MarkupTest, PositionsOutOfRangeFindNothing) {
     EXPECT_EQ(markup.GetAttrib("x"), "1");
 }
 
+// Reading several attributes at once gives what one read each gives,
+// whatever order they stand in.
+TEST(MarkupTest, SeveralAttributesReadTogetherAsOneByOne) {
+    CMarkup markup;
+    ASSERT_TRUE(markup.SetDoc("<r><d a=\"1\" b=\"2\" c=\"3\"/><d c=\"z\" a=\"x\"/>"
+                              "<d b=\"\" x=\"9\" a=\"&amp;\"/><d/></r>"));
+    const char* const names[] = {"a", "b", "c", nullptr, "a"};
+    const char* values[5] = {};
+    markup.GetAttribTexts(names, values, 5); // no current element
+    for (const char* value : values)
+        EXPECT_STREQ(value, "");
+    ASSERT_TRUE(markup.FindElem());
+    ASSERT_TRUE(markup.IntoElem());
+    int elements = 0;
+    while (markup.FindElem("d")) {
+        ++elements;
+        markup.GetAttribTexts(names, values, 5);
+        for (int i = 0; i < 5; ++i) {
+            const std::string expected = names[i] ? markup.GetAttrib(names[i]) : "";
+            EXPECT_EQ(values[i], expected) << "element " << elements << ", name " << i;
+        }
+    }
+    EXPECT_EQ(elements, 4);
+    markup.x_SetPos(1, 3, 0); // the second "d": out of order, one missing
+    markup.GetAttribTexts(names, values, 3);
+    EXPECT_STREQ(values[0], "x");
+    EXPECT_STREQ(values[1], "");
+    EXPECT_STREQ(values[2], "z");
+    markup.GetAttribTexts(names, values, 0); // nothing asked, nothing written
+}
+
 TEST(MarkupTest, AttributeEscapesAreDecoded) {
     CMarkup markup;
     ASSERT_TRUE(

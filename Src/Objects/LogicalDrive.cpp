@@ -91,17 +91,22 @@ namespace {
 // else (empty, blanks, separators, 20 digits or more, any other character)
 // goes to the cast itself, so what is refused and the bad_lexical_cast
 // thrown stay exactly the cast's.
+// Kept out of line so that the common case needs no stack frame.
+[[gnu::noinline]] unsigned long long CastToNumber(const char* text) {
+    return boost::lexical_cast<unsigned long long>(std::string(text));
+}
+
 unsigned long long ToNumber(const char* text) {
     const char* p = text;
     const bool minus = *p == '-';
     if (minus || *p == '+')
         ++p;
     const char* const digits = p;
-    unsigned long long value = 0;
-    while (static_cast<unsigned char>(*p - '0') < 10 && p - digits < 19)
-        value = value * 10 + static_cast<unsigned long long>(*p++ - '0');
-    if (*p != '\0' || p == digits)
-        return boost::lexical_cast<unsigned long long>(std::string(text));
+    unsigned long long value = 0; // wraps harmlessly past 19 digits: refused below
+    for (unsigned digit; (digit = static_cast<unsigned char>(*p) - 48u) < 10; ++p)
+        value = value * 10 + digit;
+    if (*p != '\0' || p == digits || p - digits > 19)
+        return CastToNumber(text);
     return minus ? 0ull - value : value;
 }
 
@@ -149,10 +154,12 @@ CLogicalDrive::CLogicalDrive(const std::string& xml) : CLogicalDrive() {
         while (markup.FindElem("Container")) {
             numbers.clear();
             markup.IntoElem();
+            static const char* const kDriveNumbers[] = {"ObjectID", "StartAddress", "UsedSize"};
+            const char* texts[3];
             while (markup.FindElem("Drive")) {
-                numbers.push_back(NumberAttribute(markup, "ObjectID"));
-                numbers.push_back(NumberAttribute(markup, "StartAddress"));
-                numbers.push_back(NumberAttribute(markup, "UsedSize"));
+                markup.GetAttribTexts(kDriveNumbers, texts, 3);
+                for (const char* text : texts) // in this order: the first refused one throws
+                    numbers.push_back(ToNumber(text));
             }
             markup.OutOfElem();
             Containers.emplace_back();
