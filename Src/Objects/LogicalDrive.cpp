@@ -102,9 +102,22 @@ unsigned long long ToNumber(const char* text) {
     if (minus || *p == '+')
         ++p;
     const char* const digits = p;
-    unsigned long long value = 0; // wraps harmlessly past 19 digits: refused below
-    for (unsigned digit; (digit = static_cast<unsigned char>(*p) - 48u) < 10; ++p)
-        value = value * 10 + digit;
+    // Two digits a step (the second may be read: the first is not the end);
+    // the value wraps harmlessly past 19 digits, which are refused below.
+    unsigned long long value = 0;
+    for (;;) {
+        const unsigned first = static_cast<unsigned char>(p[0]) - 48u;
+        if (first >= 10)
+            break;
+        const unsigned second = static_cast<unsigned char>(p[1]) - 48u;
+        if (second >= 10) {
+            value = value * 10 + first;
+            ++p;
+            break;
+        }
+        value = value * 100 + (first * 10 + second);
+        p += 2;
+    }
     if (*p != '\0' || p == digits || p - digits > 19)
         return CastToNumber(text);
     return minus ? 0ull - value : value;
