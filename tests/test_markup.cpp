@@ -171,6 +171,42 @@ TEST(MarkupTest, SetDocStartsOverAndKeepsTheText) {
     EXPECT_EQ(markup.GetDoc(), "");
 }
 
+// A document read without keeping its text navigates as one set with
+// SetDoc; copies of it keep the tree and the position.
+TEST(MarkupTest, ReadDocNavigatesWithoutKeepingTheText) {
+    CMarkup kept, read;
+    ASSERT_TRUE(kept.SetDoc(kConfig));
+    ASSERT_TRUE(read.ReadDoc(kConfig));
+    EXPECT_EQ(read.GetDoc(), "");
+    for (int i = 1; i <= 7; ++i) {
+        kept.x_SetPos(0, i, 0);
+        read.x_SetPos(0, i, 0);
+        EXPECT_EQ(read.GetTagName(), kept.GetTagName()) << i;
+        EXPECT_EQ(read.x_GetAttrib(i, "n"), kept.x_GetAttrib(i, "n")) << i;
+    }
+    read.x_SetPos(0, 0, 0);
+    ASSERT_TRUE(read.FindElem());
+    ASSERT_TRUE(read.IntoElem());
+    ASSERT_TRUE(read.FindElem("LogicalDrive"));
+    ASSERT_TRUE(read.IntoElem());
+    ASSERT_TRUE(read.FindElem("Drive"));
+    CMarkup copy(read);
+    EXPECT_EQ(copy.GetDoc(), "");
+    EXPECT_EQ(copy.GetAttrib("n"), "a");
+    ASSERT_TRUE(copy.FindElem("Drive")); // the position carried over
+    EXPECT_EQ(copy.GetAttrib("n"), "b");
+    ASSERT_TRUE(copy.OutOfElem());
+    EXPECT_EQ(copy.GetAttrib("id"), "1");
+    EXPECT_EQ(read.GetAttrib("n"), "a"); // the original did not move
+
+    // Refused text, and then text kept again.
+    EXPECT_FALSE(read.ReadDoc("<a>"));
+    EXPECT_FALSE(read.FindElem());
+    EXPECT_FALSE(read.ReadDoc(std::string("<a/>\0", 5)));
+    ASSERT_TRUE(read.SetDoc("<b/>"));
+    EXPECT_EQ(read.GetDoc(), "<b/>");
+}
+
 TEST(MarkupTest, DefaultIsAnEmptyDocument) {
     CMarkup markup;
     EXPECT_EQ(markup.GetDoc(), "");

@@ -43,7 +43,8 @@ struct CMarkup::Impl {
         CurrentIsChild = false;
     }
 
-    bool Parse();
+    // Parses `size` bytes at `text` (Text itself, or a text not kept).
+    bool Parse(const char* text, size_t size);
     // Fills Numbered; false when memory ran out (then it stays empty).
     bool Number() const noexcept;
     // The node of element number `index` (0: the document), null when there
@@ -64,14 +65,14 @@ pugi::xml_node ElementFrom(pugi::xml_node node) noexcept {
 
 } // namespace
 
-bool CMarkup::Impl::Parse() {
+bool CMarkup::Impl::Parse(const char* text, size_t size) {
     Clear();
     // XML has no NUL characters; the parser would stop at one and take the
     // text before it for the whole document.
-    if (Text.empty() || std::memchr(Text.data(), '\0', Text.size()) != nullptr)
+    if (size == 0 || std::memchr(text, '\0', size) != nullptr)
         return false;
     const pugi::xml_parse_result result = Document.load_buffer(
-        Text.data(), Text.size(), pugi::parse_default | pugi::parse_fragment, pugi::encoding_utf8);
+        text, size, pugi::parse_default | pugi::parse_fragment, pugi::encoding_utf8);
     if (!result) {
         Clear();
         return false;
@@ -144,11 +145,19 @@ int CMarkup::Impl::Index(const pugi::xml_node& node) const noexcept {
 CMarkup::CMarkup() : m_Impl(new Impl) {}
 
 CMarkup::CMarkup(const CMarkup& other) : m_Impl(new Impl) {
-    m_Impl->Text = other.m_Impl->Text;
-    // Parsing the same text gives the same tree: positions carry over by
-    // their numbers.
-    if (m_Impl->Parse()) {
-        const Impl& from = *other.m_Impl;
+    const Impl& from = *other.m_Impl;
+    m_Impl->Text = from.Text;
+    // Parsing the same text gives the same tree, and so does a copy of the
+    // tree when the text was not kept: positions carry over by their numbers.
+    bool copied = false;
+    if (from.Parsed && from.Text.empty()) {
+        m_Impl->Document.reset(from.Document);
+        m_Impl->Parent = m_Impl->Document;
+        m_Impl->Parsed = copied = true;
+    } else {
+        copied = m_Impl->Parse(m_Impl->Text.data(), m_Impl->Text.size());
+    }
+    if (copied) {
         const int parent = from.Index(from.Parent);
         m_Impl->Parent = parent < 0 ? pugi::xml_node() : m_Impl->Node(parent);
         const int current = from.Index(from.Current);
@@ -170,7 +179,7 @@ CMarkup::~CMarkup() = default;
 bool CMarkup::SetDoc(const std::string& text) {
     try {
         m_Impl->Text = text;
-        return m_Impl->Parse();
+        return m_Impl->Parse(m_Impl->Text.data(), m_Impl->Text.size());
     } catch (const std::bad_alloc&) {
         m_Impl->Clear();
         return false;
@@ -180,7 +189,17 @@ bool CMarkup::SetDoc(const std::string& text) {
 bool CMarkup::SetDoc(const char* text) {
     try {
         m_Impl->Text.assign(text ? text : "");
-        return m_Impl->Parse();
+        return m_Impl->Parse(m_Impl->Text.data(), m_Impl->Text.size());
+    } catch (const std::bad_alloc&) {
+        m_Impl->Clear();
+        return false;
+    }
+}
+
+bool CMarkup::ReadDoc(const std::string& text) {
+    std::string().swap(m_Impl->Text);
+    try {
+        return m_Impl->Parse(text.data(), text.size());
     } catch (const std::bad_alloc&) {
         m_Impl->Clear();
         return false;

@@ -35,7 +35,11 @@ public:
     // empty document in which nothing is found; GetDoc still gives the text.
     bool SetDoc(const std::string& text);
     bool SetDoc(const char* text);
-    // The document text exactly as set.
+    // As SetDoc, for a reader that only navigates: the text is parsed but
+    // not kept (no copy of it is made), so GetDoc gives "" afterwards.
+    // Copies of the object keep the document all the same.
+    bool ReadDoc(const std::string& text);
+    // The document text exactly as set; "" after ReadDoc.
     const std::string& GetDoc() const noexcept;
 
     // Moves to the next element among the parent's children, the next one
