@@ -84,6 +84,7 @@ flock 9
 # Runs "$@" with the root's /proc, /dev and the checkout mounted, in a mount
 # namespace of its own that disappears with the command.
 in_root() {
+  # shellcheck disable=SC2016 # expanded by the inner shell
   unshare --mount --propagation private -- /bin/bash -euo pipefail -c '
     root=$1 src=$2; shift 2
     mount -t proc proc "$root/proc"
@@ -136,6 +137,7 @@ in_root dpkg --configure -a
 in_root env PI_DEPS_BUILD_ONLY=1 /pi/src/scripts/install-deps.sh
 echo "test-i386: root ready after $(($(date +%s) - start)) s"
 
+# shellcheck disable=SC2016 # expanded by the shell in the root
 in_root /bin/bash -euo pipefail -c '
   cmake -S /pi/src -B /pi/build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
   cmake --build /pi/build -j"$1"
