@@ -10,10 +10,16 @@
 # tool come from dpkg-shlibdeps; each package gets the copyright file and a
 # changelog under /usr/share/doc/<package>.
 #
-# Another package is one more component: give its install() rules
-# COMPONENT <name>, then call pi_debian_component(<name> <package> <section>
-# <summary> <description>) below and add its own Depends with
-# set(CPACK_DEBIAN_<NAME>_PACKAGE_DEPENDS ...) (upper-case component name).
+# Another package is one more component. For the Python module, say: give
+# its install() rules COMPONENT python, and add below, beside the others,
+#
+#   if(TARGET <the module's target>)
+#     pi_debian_component(python python3-pi python "<summary>" "<description>")
+#     set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "libpi5 (= ${PI_DEB_VERSION}), python3")
+#   endif()
+#
+# dpkg-shlibdeps adds what its binary links against; scripts/test-debs.sh
+# checks, installs and purges every package that the build makes.
 
 set(PI_PACKAGE_MAINTAINER "PI maintainers <pi-maintainers@example.org>"
   CACHE STRING "Maintainer field of the Debian packages")

@@ -10,21 +10,26 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 source_dir=$PWD
 build=${1:-build-deb}
-packages=(pitool libpi-dev libpi5) # removed in this order
 
 if [ "$(id -u)" -ne 0 ]; then
   echo "test-debs: must run as root (dpkg -i)" >&2
   exit 1
 fi
+
+built=$(scripts/make-debs.sh "$build") # a failed build stops here
+mapfile -t debs <<<"$built"
+printf 'test-debs: built %s\n' "${debs[@]##*/}"
+# Every package that the build made (a new component is checked too).
+packages=()
+for deb in "${debs[@]}"; do
+  packages+=("$(dpkg-deb -f "$deb" Package)")
+done
 for p in "${packages[@]}"; do
   if dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed'; then
     echo "test-debs: $p is already installed here; not touching this machine's packages" >&2
     exit 1
   fi
 done
-
-mapfile -t debs < <(scripts/make-debs.sh "$build")
-printf 'test-debs: built %s\n' "${debs[@]##*/}"
 
 # Errors fail the stage; warnings are shown.
 lintian --fail-on error --tag-display-limit 0 "${debs[@]}" || {
