@@ -11,8 +11,10 @@
 #      the consumer program, purged again (scripts/test-debs.sh; needs root),
 #   6. the whole build and test suite in a Debian i386 root
 #      (scripts/test-i386.sh; needs root, the root is cached in
-#      /var/cache/pi-i386).
-# Each stage's time is printed, and a summary at the end.
+#      /var/cache/pi-i386); it runs beside stage 4, which keeps only one
+#      core busy, and stage 5 comes last.
+# Each stage's time is printed, and a summary at the end (stage 6's entry
+# is the time it added after stage 4; its whole time is printed with it).
 # Set PI_QUICK=1 to run only stage 1. PI_SKIP_STAGES takes a list of stage
 # numbers to leave out (e.g. "5 6" on a machine where root is not at hand).
 set -euo pipefail
@@ -83,19 +85,47 @@ if ! skipped 3; then
   fi
 fi
 
-if [ -x scripts/fuzz.sh ] && ! skipped 4; then
+# A fuzz target keeps one core busy; the i386 stage runs beside the fuzz
+# stage, at a lower priority, on the other core. Its output goes to
+# build/test-i386.log and is shown when it ends.
+i386_pid=
+i386_log=build/test-i386.log
+i386_start=0
+fuzzing=0
+if [ -x scripts/fuzz.sh ] && ! skipped 4; then fuzzing=1; fi
+if [ "$fuzzing" = 1 ] && ! skipped 6; then
+  stage_end
+  echo "==== 6 i386 root: started beside the fuzz stage (log: $i386_log)"
+  i386_start=$(date +%s)
+  # A session of its own, so that stopping it stops its build too.
+  setsid nice -n 10 scripts/test-i386.sh >"$i386_log" 2>&1 </dev/null &
+  i386_pid=$!
+  trap '[ -z "$i386_pid" ] || kill -- -"$i386_pid" 2>/dev/null || true' EXIT
+fi
+
+if [ "$fuzzing" = 1 ]; then
   stage "4 fuzz targets, ${FUZZ_SECONDS:-30} s each"
   FUZZ_SEED="${FUZZ_SEED:-1}" scripts/fuzz.sh "${FUZZ_SECONDS:-30}"
+fi
+
+if ! skipped 6; then
+  if [ -n "$i386_pid" ]; then
+    stage "6 i386 root: build and test (the wait after stage 4)"
+    i386_status=0
+    wait "$i386_pid" || i386_status=$?
+    i386_pid=
+    cat "$i386_log"
+    echo "==== 6 took $(($(date +%s) - i386_start)) s from its start beside stage 4"
+    [ "$i386_status" = 0 ] || exit "$i386_status"
+  else
+    stage "6 i386 root: build and test"
+    scripts/test-i386.sh
+  fi
 fi
 
 if ! skipped 5; then
   stage "5 Debian packages: build, lintian, install, consumer, purge"
   scripts/test-debs.sh
-fi
-
-if ! skipped 6; then
-  stage "6 i386 root: build and test"
-  scripts/test-i386.sh
 fi
 
 finish
