@@ -13,7 +13,20 @@ packages=(
   libsgutils2-dev libinih-dev libsqlite3-dev
   clang libclang-rt-14-dev
   python3-dev pybind11-dev python3-pytest
+  debootstrap lintian dpkg-dev
 )
+
+# Only the host's CI stages use these: sanitizers and fuzzers with clang, the
+# i386 root, building and checking the Debian packages. PI_DEPS_BUILD_ONLY=1
+# (the i386 root) leaves them out.
+host_only=" clang libclang-rt-14-dev debootstrap lintian dpkg-dev "
+if [ "${PI_DEPS_BUILD_ONLY:-0}" = 1 ]; then
+  build_only=()
+  for p in "${packages[@]}"; do
+    [[ $host_only == *" $p "* ]] || build_only+=("$p")
+  done
+  packages=("${build_only[@]}")
+fi
 
 missing=()
 for p in "${packages[@]}"; do

@@ -114,6 +114,37 @@ TEST(MarkupTest, PositionsOutOfRangeFindNothing) {
     EXPECT_EQ(markup.GetAttrib("x"), "1");
 }
 
+// Reading several attributes at once gives what one read each gives,
+// whatever order they stand in.
+TEST(MarkupTest, SeveralAttributesReadTogetherAsOneByOne) {
+    CMarkup markup;
+    ASSERT_TRUE(markup.SetDoc("<r><d a=\"1\" b=\"2\" c=\"3\"/><d c=\"z\" a=\"x\"/>"
+                              "<d b=\"\" x=\"9\" a=\"&amp;\"/><d/></r>"));
+    const char* const names[] = {"a", "b", "c", nullptr, "a"};
+    const char* values[5] = {};
+    markup.GetAttribTexts(names, values, 5); // no current element
+    for (const char* value : values)
+        EXPECT_STREQ(value, "");
+    ASSERT_TRUE(markup.FindElem());
+    ASSERT_TRUE(markup.IntoElem());
+    int elements = 0;
+    while (markup.FindElem("d")) {
+        ++elements;
+        markup.GetAttribTexts(names, values, 5);
+        for (int i = 0; i < 5; ++i) {
+            const std::string expected = names[i] ? markup.GetAttrib(names[i]) : "";
+            EXPECT_EQ(values[i], expected) << "element " << elements << ", name " << i;
+        }
+    }
+    EXPECT_EQ(elements, 4);
+    markup.x_SetPos(1, 3, 0); // the second "d": out of order, one missing
+    markup.GetAttribTexts(names, values, 3);
+    EXPECT_STREQ(values[0], "x");
+    EXPECT_STREQ(values[1], "");
+    EXPECT_STREQ(values[2], "z");
+    markup.GetAttribTexts(names, values, 0); // nothing asked, nothing written
+}
+
 TEST(MarkupTest, AttributeEscapesAreDecoded) {
     CMarkup markup;
     ASSERT_TRUE(
@@ -138,6 +169,42 @@ TEST(MarkupTest, SetDocStartsOverAndKeepsTheText) {
     EXPECT_EQ(markup.x_GetAttrib(1, "k"), "");
     EXPECT_FALSE(markup.SetDoc(static_cast<const char*>(nullptr)));
     EXPECT_EQ(markup.GetDoc(), "");
+}
+
+// A document read without keeping its text navigates as one set with
+// SetDoc; copies of it keep the tree and the position.
+TEST(MarkupTest, ReadDocNavigatesWithoutKeepingTheText) {
+    CMarkup kept, read;
+    ASSERT_TRUE(kept.SetDoc(kConfig));
+    ASSERT_TRUE(read.ReadDoc(kConfig));
+    EXPECT_EQ(read.GetDoc(), "");
+    for (int i = 1; i <= 7; ++i) {
+        kept.x_SetPos(0, i, 0);
+        read.x_SetPos(0, i, 0);
+        EXPECT_EQ(read.GetTagName(), kept.GetTagName()) << i;
+        EXPECT_EQ(read.x_GetAttrib(i, "n"), kept.x_GetAttrib(i, "n")) << i;
+    }
+    read.x_SetPos(0, 0, 0);
+    ASSERT_TRUE(read.FindElem());
+    ASSERT_TRUE(read.IntoElem());
+    ASSERT_TRUE(read.FindElem("LogicalDrive"));
+    ASSERT_TRUE(read.IntoElem());
+    ASSERT_TRUE(read.FindElem("Drive"));
+    CMarkup copy(read);
+    EXPECT_EQ(copy.GetDoc(), "");
+    EXPECT_EQ(copy.GetAttrib("n"), "a");
+    ASSERT_TRUE(copy.FindElem("Drive")); // the position carried over
+    EXPECT_EQ(copy.GetAttrib("n"), "b");
+    ASSERT_TRUE(copy.OutOfElem());
+    EXPECT_EQ(copy.GetAttrib("id"), "1");
+    EXPECT_EQ(read.GetAttrib("n"), "a"); // the original did not move
+
+    // Refused text, and then text kept again.
+    EXPECT_FALSE(read.ReadDoc("<a>"));
+    EXPECT_FALSE(read.FindElem());
+    EXPECT_FALSE(read.ReadDoc(std::string("<a/>\0", 5)));
+    ASSERT_TRUE(read.SetDoc("<b/>"));
+    EXPECT_EQ(read.GetDoc(), "<b/>");
 }
 
 TEST(MarkupTest, DefaultIsAnEmptyDocument) {

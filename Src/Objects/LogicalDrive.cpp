@@ -91,17 +91,35 @@ namespace {
 // else (empty, blanks, separators, 20 digits or more, any other character)
 // goes to the cast itself, so what is refused and the bad_lexical_cast
 // thrown stay exactly the cast's.
+// Kept out of line so that the common case needs no stack frame.
+[[gnu::noinline]] unsigned long long CastToNumber(const char* text) {
+    return boost::lexical_cast<unsigned long long>(std::string(text));
+}
+
 unsigned long long ToNumber(const char* text) {
     const char* p = text;
     const bool minus = *p == '-';
     if (minus || *p == '+')
         ++p;
     const char* const digits = p;
+    // Two digits a step (the second may be read: the first is not the end);
+    // the value wraps harmlessly past 19 digits, which are refused below.
     unsigned long long value = 0;
-    while (static_cast<unsigned char>(*p - '0') < 10 && p - digits < 19)
-        value = value * 10 + static_cast<unsigned long long>(*p++ - '0');
-    if (*p != '\0' || p == digits)
-        return boost::lexical_cast<unsigned long long>(std::string(text));
+    for (;;) {
+        const unsigned first = static_cast<unsigned char>(p[0]) - 48u;
+        if (first >= 10)
+            break;
+        const unsigned second = static_cast<unsigned char>(p[1]) - 48u;
+        if (second >= 10) {
+            value = value * 10 + first;
+            ++p;
+            break;
+        }
+        value = value * 100 + (first * 10 + second);
+        p += 2;
+    }
+    if (*p != '\0' || p == digits || p - digits > 19)
+        return CastToNumber(text);
     return minus ? 0ull - value : value;
 }
 
@@ -128,53 +146,64 @@ CLogicalDrive::CLogicalDrive()
     : Attribute1(0), Attribute2(0), Size(0), Units(UNITS_LOGICAL_DRIVE_DEFAULT) {}
 
 CLogicalDrive::CLogicalDrive(const std::string& xml) : CLogicalDrive() {
-    RVX::XML::CMarkup markup;
-    if (!markup.SetDoc(xml))
-        return;
+    // The drives' numbers, three per drive in document order, and the number
+    // of drives of each container: gathered while the document is open, the
+    // containers are made after it is closed, in the memory it gave back.
+    std::vector<unsigned long long> numbers;
+    std::vector<size_t> drivesPerContainer;
+    {
+        RVX::XML::CMarkup markup;
+        if (!markup.ReadDoc(xml)) // the text itself is not needed again
+            return;
 
-    // The root's attributes are read wherever the search left the position:
-    // without a root they are missing and the conversion refuses them.
-    markup.FindElem("LogicalDriveConfiguration");
-    Size = NumberAttribute(markup, "Size");
-    // Units travel as a 64-bit number; the unit itself is 32 bits wide.
-    Units = static_cast<_UNITS>(
-        static_cast<int>(static_cast<unsigned int>(NumberAttribute(markup, "Units"))));
+        // The root's attributes are read wherever the search left the
+        // position: without a root they are missing and the conversion
+        // refuses them.
+        markup.FindElem("LogicalDriveConfiguration");
+        Size = NumberAttribute(markup, "Size");
+        // Units travel as a 64-bit number; the unit itself is 32 bits wide.
+        Units = static_cast<_UNITS>(
+            static_cast<int>(static_cast<unsigned int>(NumberAttribute(markup, "Units"))));
 
-    markup.IntoElem();
-    if (markup.FindElem("Containers")) {
         markup.IntoElem();
-        // The numbers of one container's drives, three per drive, gathered
-        // first so that its drive list is made in one piece.
-        std::vector<unsigned long long> numbers;
-        while (markup.FindElem("Container")) {
-            numbers.clear();
+        if (markup.FindElem("Containers")) {
             markup.IntoElem();
-            while (markup.FindElem("Drive")) {
-                numbers.push_back(NumberAttribute(markup, "ObjectID"));
-                numbers.push_back(NumberAttribute(markup, "StartAddress"));
-                numbers.push_back(NumberAttribute(markup, "UsedSize"));
+            static const char* const kDriveNumbers[] = {"ObjectID", "StartAddress", "UsedSize"};
+            const char* texts[3];
+            while (markup.FindElem("Container")) {
+                const size_t first = numbers.size();
+                markup.IntoElem();
+                while (markup.FindElem("Drive")) {
+                    markup.GetAttribTexts(kDriveNumbers, texts, 3);
+                    for (const char* text : texts) // in this order: the first refused one throws
+                        numbers.push_back(ToNumber(text));
+                }
+                markup.OutOfElem();
+                drivesPerContainer.push_back((numbers.size() - first) / 3);
             }
             markup.OutOfElem();
-            Containers.emplace_back();
-            std::vector<CDrive>& drives = Containers.back().Drives;
-            drives.resize(numbers.size() / 3);
-            const unsigned long long* number = numbers.data();
-            for (CDrive& drive : drives) {
-                drive.ObjectID = number[0];
-                drive.StartAddress = number[1];
-                drive.UsedSize = number[2];
-                number += 3;
-            }
         }
+
+        // Spares and associations are looked up afresh from the top of the
+        // document, so they may stand anywhere among the top-level elements.
+        ReadIdList(markup, "GlobalHotSpares", "Drive", GHS);
+        ReadIdList(markup, "DedicatedHotSpares", "Drive", DHS);
+        ReadIdList(markup, "AssociatedLogicalDrives", "LogicalDrive", ALD);
         markup.OutOfElem();
     }
 
-    // Spares and associations are looked up afresh from the top of the
-    // document, so they may stand anywhere among the top-level elements.
-    ReadIdList(markup, "GlobalHotSpares", "Drive", GHS);
-    ReadIdList(markup, "DedicatedHotSpares", "Drive", DHS);
-    ReadIdList(markup, "AssociatedLogicalDrives", "LogicalDrive", ALD);
-    markup.OutOfElem();
+    Containers.resize(drivesPerContainer.size());
+    const unsigned long long* number = numbers.data();
+    for (size_t c = 0; c < Containers.size(); ++c) {
+        std::vector<CDrive>& drives = Containers[c].Drives;
+        drives.resize(drivesPerContainer[c]);
+        for (CDrive& drive : drives) {
+            drive.ObjectID = number[0];
+            drive.StartAddress = number[1];
+            drive.UsedSize = number[2];
+            number += 3;
+        }
+    }
 }
 
 CLogicalDrive::CLogicalDrive(const CLogicalDrive& other) = default;

@@ -5,6 +5,7 @@
 // ones that navigation reaches, in document order; and a random walk of
 // FindElem, IntoElem, OutOfElem, x_SetPos, copies and attribute reads
 // behaves as the navigation rules say, checked against a model of the tree.
+// ReadDoc accepts what SetDoc accepts and gives the same tree.
 //
 // Built with PI_FUZZ_XML_REFERENCE, the tree of the model is taken from
 // pugixml's own parse of the text and every attribute is compared too;
@@ -136,6 +137,19 @@ inline void CheckMarkup(const std::uint8_t* data, size_t size) {
                           markup.GetTagName().empty(),
                       "found something in a document that did not parse: " + Printable(text));
     PI_FUZZ_CHECK(!parsed || model.Count() >= 1, "parsed without an element: " + Printable(text));
+
+    // Read without keeping the text: the same acceptance and the same tree.
+    {
+        RVX::XML::CMarkup read;
+        PI_FUZZ_CHECK(read.ReadDoc(text) == parsed, "ReadDoc acceptance: " + Printable(text));
+        PI_FUZZ_CHECK(read.GetDoc().empty(), "ReadDoc kept the text: " + Printable(text));
+        if (parsed) {
+            const MarkupModel readModel = NavigatedTree(read, text);
+            PI_FUZZ_CHECK(readModel.name == model.name && readModel.parent == model.parent &&
+                              readModel.nextSibling == model.nextSibling,
+                          "ReadDoc tree differs: " + Printable(text));
+        }
+    }
 
     // The index positions reach the same elements, and nothing past them.
     for (int i = 1; i <= model.Count() + 1; ++i) {

@@ -10,122 +10,159 @@
 namespace RVX {
 namespace XML {
 
-// The parsed document is flattened once into a table of elements in
-// document order; index 0 stands for the document itself and elements are
-// numbered from 1. Navigation works on the table only, without recursion, so
-// any depth of nesting is safe (pugixml's parser itself is not recursive).
+// Navigation works on pugixml's tree in place: a position is a node of the
+// tree (the document itself for the top level). The numbering of elements in
+// document order is needed only when a caller names positions by number
+// (x_SetPos, x_GetAttrib); the table that maps numbers to nodes is made then,
+// once per document, by a walk without recursion, so any depth of nesting is
+// safe (pugixml's parser itself is not recursive either).
 struct CMarkup::Impl {
-    struct Element {
-        pugi::xml_node Node; // null for the document entry
-        int Parent = 0;      // index of the parent; 0 for top-level elements
-        int FirstChild = 0;  // first child element, 0 for none
-        int NextSibling = 0; // next element with the same parent, 0 for none
-    };
-
     std::string Text;
     pugi::xml_document Document;
-    std::vector<Element> Elements{Element{}}; // [0]: the document
-    int Parent = 0;
-    int Current = 0;
-    int Child = 0;
+    bool Parsed = false;
+    // The parent: the document node for the top level, an element, or null
+    // when a number out of range was set (then nothing is found).
+    pugi::xml_node Parent;
+    // The current element; null for none and for a number out of range,
+    // which behave alike.
+    pugi::xml_node Current;
+    // Whether Current is a child of Parent, which it is after every move
+    // but a direct x_SetPos.
+    bool CurrentIsChild = false;
+    // Element number -> node; [0] is the document. Empty until first needed.
+    mutable std::vector<pugi::xml_node> Numbered;
+
+    Impl() : Parent(Document) {}
 
     void Clear() {
         Document.reset();
-        Elements.assign(1, Element{});
-        Parent = Current = Child = 0;
+        Parsed = false;
+        Numbered.clear();
+        Parent = Document;
+        Current = pugi::xml_node();
+        CurrentIsChild = false;
     }
 
-    bool Valid(int index) const noexcept {
-        return index >= 0 && static_cast<size_t>(index) < Elements.size();
-    }
-
-    bool Parse();
+    // Parses `size` bytes at `text` (Text itself, or a text not kept).
+    bool Parse(const char* text, size_t size);
+    // Fills Numbered; false when memory ran out (then it stays empty).
+    bool Number() const noexcept;
+    // The node of element number `index` (0: the document), null when there
+    // is none.
+    pugi::xml_node Node(int index) const noexcept;
+    // The number of `node` (0 for the document), -1 for a null node.
+    int Index(const pugi::xml_node& node) const noexcept;
 };
 
 namespace {
 
-bool NameMatches(const pugi::xml_node& node, const char* name) noexcept {
-    return name == nullptr || *name == '\0' || std::strcmp(node.name(), name) == 0;
+// The first element among `node` and its following siblings, or null.
+pugi::xml_node ElementFrom(pugi::xml_node node) noexcept {
+    while (node && node.type() != pugi::node_element)
+        node = node.next_sibling();
+    return node;
 }
 
 } // namespace
 
-bool CMarkup::Impl::Parse() {
+bool CMarkup::Impl::Parse(const char* text, size_t size) {
     Clear();
     // XML has no NUL characters; the parser would stop at one and take the
     // text before it for the whole document.
-    if (Text.empty() || std::memchr(Text.data(), '\0', Text.size()) != nullptr)
+    if (size == 0 || std::memchr(text, '\0', size) != nullptr)
         return false;
     const pugi::xml_parse_result result = Document.load_buffer(
-        Text.data(), Text.size(), pugi::parse_default | pugi::parse_fragment, pugi::encoding_utf8);
+        text, size, pugi::parse_default | pugi::parse_fragment, pugi::encoding_utf8);
     if (!result) {
         Clear();
         return false;
     }
-    // Walk the tree in document order with an explicit cursor. Every step
-    // is a call into the parser's library, so each node is asked for its
-    // type, first child and next sibling once only.
-    std::vector<int> lastChild{0}; // per open level: the last element added under it
-    pugi::xml_node node = Document.first_child();
-    int parentIndex = 0;
-    bool ok = true;
-    while (node) {
+    // A fragment is accepted with at least one element and no character data
+    // outside every element; below the top level the parser has checked it.
+    bool element = false;
+    for (pugi::xml_node node = Document.first_child(); node; node = node.next_sibling()) {
         const pugi::xml_node_type type = node.type();
-        if (type == pugi::node_element) {
-            if (Elements.size() >= static_cast<size_t>(INT_MAX)) {
-                ok = false;
-                break;
-            }
-            const int index = static_cast<int>(Elements.size());
-            Element element;
-            element.Node = node;
-            element.Parent = parentIndex;
-            Elements.push_back(element);
-            int& previous = lastChild.back();
-            if (previous == 0)
-                Elements[parentIndex].FirstChild = index;
-            else
-                Elements[previous].NextSibling = index;
-            previous = index;
-            const pugi::xml_node child = node.first_child();
-            if (child) {
-                parentIndex = index;
-                lastChild.push_back(0);
-                node = child;
-                continue;
-            }
-        } else if ((type == pugi::node_pcdata || type == pugi::node_cdata) && parentIndex == 0) {
-            // Character data outside every element: not well-formed.
-            ok = false;
-            break;
+        if (type == pugi::node_pcdata || type == pugi::node_cdata) {
+            Clear();
+            return false;
         }
-        // Next in document order: the next sibling, else the next sibling of
-        // the nearest ancestor that has one. Only elements have children, so
-        // every ancestor below the document is an element of the table.
-        pugi::xml_node sibling = node.next_sibling();
-        while (!sibling && lastChild.size() > 1) {
-            node = node.parent();
-            parentIndex = Elements[parentIndex].Parent;
-            lastChild.pop_back();
-            sibling = node.next_sibling();
-        }
-        node = sibling;
+        element = element || type == pugi::node_element;
     }
-    if (!ok || Elements.size() < 2) { // at least one element
+    if (!element) {
         Clear();
+        return false;
+    }
+    Parsed = true;
+    return true;
+}
+
+bool CMarkup::Impl::Number() const noexcept {
+    if (!Numbered.empty() || !Parsed)
+        return !Numbered.empty();
+    try {
+        Numbered.push_back(Document);
+        // Pre-order: an element, its children, then the next sibling of the
+        // nearest ancestor that has one. Only elements have children.
+        pugi::xml_node node = ElementFrom(Document.first_child());
+        while (node) {
+            Numbered.push_back(node);
+            pugi::xml_node next = ElementFrom(node.first_child());
+            while (!next && node != Document) {
+                next = ElementFrom(node.next_sibling());
+                if (!next)
+                    node = node.parent();
+            }
+            node = next;
+        }
+    } catch (const std::bad_alloc&) {
+        Numbered.clear();
         return false;
     }
     return true;
 }
 
+pugi::xml_node CMarkup::Impl::Node(int index) const noexcept {
+    if (index == 0)
+        return Document;
+    if (index < 0 || !Number() || static_cast<size_t>(index) >= Numbered.size())
+        return pugi::xml_node();
+    return Numbered[static_cast<size_t>(index)];
+}
+
+int CMarkup::Impl::Index(const pugi::xml_node& node) const noexcept {
+    if (!node)
+        return -1;
+    if (node == Document)
+        return 0;
+    if (!Number())
+        return -1;
+    for (size_t i = 1; i < Numbered.size() && i <= static_cast<size_t>(INT_MAX); ++i)
+        if (Numbered[i] == node)
+            return static_cast<int>(i);
+    return -1;
+}
+
 CMarkup::CMarkup() : m_Impl(new Impl) {}
 
 CMarkup::CMarkup(const CMarkup& other) : m_Impl(new Impl) {
-    m_Impl->Text = other.m_Impl->Text;
-    if (m_Impl->Parse()) { // parsing the same text gives the same numbering
-        m_Impl->Parent = other.m_Impl->Parent;
-        m_Impl->Current = other.m_Impl->Current;
-        m_Impl->Child = other.m_Impl->Child;
+    const Impl& from = *other.m_Impl;
+    m_Impl->Text = from.Text;
+    // Parsing the same text gives the same tree, and so does a copy of the
+    // tree when the text was not kept: positions carry over by their numbers.
+    bool copied = false;
+    if (from.Parsed && from.Text.empty()) {
+        m_Impl->Document.reset(from.Document);
+        m_Impl->Parent = m_Impl->Document;
+        m_Impl->Parsed = copied = true;
+    } else {
+        copied = m_Impl->Parse(m_Impl->Text.data(), m_Impl->Text.size());
+    }
+    if (copied) {
+        const int parent = from.Index(from.Parent);
+        m_Impl->Parent = parent < 0 ? pugi::xml_node() : m_Impl->Node(parent);
+        const int current = from.Index(from.Current);
+        m_Impl->Current = current <= 0 ? pugi::xml_node() : m_Impl->Node(current);
+        m_Impl->CurrentIsChild = from.CurrentIsChild && m_Impl->Current;
     }
 }
 
@@ -140,9 +177,9 @@ CMarkup& CMarkup::operator=(const CMarkup& other) {
 CMarkup::~CMarkup() = default;
 
 bool CMarkup::SetDoc(const std::string& text) {
-    m_Impl->Text = text;
     try {
-        return m_Impl->Parse();
+        m_Impl->Text = text;
+        return m_Impl->Parse(m_Impl->Text.data(), m_Impl->Text.size());
     } catch (const std::bad_alloc&) {
         m_Impl->Clear();
         return false;
@@ -152,7 +189,17 @@ bool CMarkup::SetDoc(const std::string& text) {
 bool CMarkup::SetDoc(const char* text) {
     try {
         m_Impl->Text.assign(text ? text : "");
-        return m_Impl->Parse();
+        return m_Impl->Parse(m_Impl->Text.data(), m_Impl->Text.size());
+    } catch (const std::bad_alloc&) {
+        m_Impl->Clear();
+        return false;
+    }
+}
+
+bool CMarkup::ReadDoc(const std::string& text) {
+    std::string().swap(m_Impl->Text);
+    try {
+        return m_Impl->Parse(text.data(), text.size());
     } catch (const std::bad_alloc&) {
         m_Impl->Clear();
         return false;
@@ -165,56 +212,62 @@ const std::string& CMarkup::GetDoc() const noexcept {
 
 bool CMarkup::FindElem(const char* name) {
     Impl& impl = *m_Impl;
-    if (!impl.Valid(impl.Parent))
+    if (!impl.Parent)
         return false;
     // Continue after the current element when it is a child of the parent;
     // otherwise start at the parent's first child.
-    int index = impl.Elements[impl.Parent].FirstChild;
-    if (impl.Current != 0 && impl.Valid(impl.Current) &&
-        impl.Elements[impl.Current].Parent == impl.Parent)
-        index = impl.Elements[impl.Current].NextSibling;
-    for (; index != 0; index = impl.Elements[index].NextSibling) {
-        if (NameMatches(impl.Elements[index].Node, name)) {
-            impl.Current = index;
-            impl.Child = 0;
-            return true;
-        }
+    const bool after = impl.CurrentIsChild; // implies a current element
+    pugi::xml_node node;
+    if (name != nullptr && *name != '\0') {
+        // Only elements have names in a tree parsed with these options
+        // (declarations and processing instructions are not kept).
+        node = after ? impl.Current.next_sibling(name) : impl.Parent.child(name);
+    } else {
+        node = ElementFrom(after ? impl.Current.next_sibling() : impl.Parent.first_child());
     }
-    return false;
+    if (!node)
+        return false;
+    impl.Current = node;
+    impl.CurrentIsChild = true;
+    return true;
 }
 
 bool CMarkup::IntoElem() {
     Impl& impl = *m_Impl;
-    if (impl.Current <= 0 || !impl.Valid(impl.Current))
+    if (!impl.Current)
         return false;
     impl.Parent = impl.Current;
-    impl.Current = 0;
-    impl.Child = 0;
+    impl.Current = pugi::xml_node();
+    impl.CurrentIsChild = false;
     return true;
 }
 
 bool CMarkup::OutOfElem() {
     Impl& impl = *m_Impl;
-    if (impl.Parent <= 0 || !impl.Valid(impl.Parent))
+    if (!impl.Parent || impl.Parent == impl.Document)
         return false;
     impl.Current = impl.Parent;
-    impl.Parent = impl.Elements[impl.Parent].Parent;
-    impl.Child = 0;
+    impl.Parent = impl.Parent.parent();
+    impl.CurrentIsChild = true;
     return true;
 }
 
-void CMarkup::x_SetPos(int parent, int element, int child) {
-    m_Impl->Parent = parent;
-    m_Impl->Current = element;
-    m_Impl->Child = child;
+// The child position has no part in navigation: FindElem and IntoElem
+// always start a level afresh.
+void CMarkup::x_SetPos(int parent, int element, int /*child*/) {
+    Impl& impl = *m_Impl;
+    impl.Parent = impl.Parsed ? impl.Node(parent) : pugi::xml_node();
+    impl.Current = element == 0 || !impl.Parsed ? pugi::xml_node() : impl.Node(element);
+    impl.CurrentIsChild = impl.Current && impl.Parent && impl.Current.parent() == impl.Parent;
 }
 
 const char* CMarkup::x_GetAttribText(int element, const char* name) const noexcept {
     const Impl& impl = *m_Impl;
-    if (name == nullptr || element <= 0 || !impl.Valid(element))
+    if (name == nullptr || element <= 0)
         return "";
-    // The parser gives "" for an attribute that is not there.
-    return impl.Elements[element].Node.attribute(name).value();
+    // The parser gives "" for an attribute that is not there, and for a
+    // null node.
+    return impl.Node(element).attribute(name).value();
 }
 
 std::string CMarkup::x_GetAttrib(int element, const char* name) const {
@@ -222,18 +275,48 @@ std::string CMarkup::x_GetAttrib(int element, const char* name) const {
 }
 
 std::string CMarkup::GetAttrib(const char* name) const {
-    return x_GetAttrib(m_Impl->Current, name);
+    return std::string(GetAttribText(name));
 }
 
 const char* CMarkup::GetAttribText(const char* name) const noexcept {
-    return x_GetAttribText(m_Impl->Current, name);
+    if (name == nullptr)
+        return "";
+    return m_Impl->Current.attribute(name).value();
+}
+
+void CMarkup::GetAttribTexts(const char* const* names, const char** values,
+                             size_t count) const noexcept {
+    for (size_t i = 0; i < count; ++i)
+        values[i] = nullptr;
+    // One pass over the attributes; each is compared first with the name
+    // after the one found last, so names asked for in document order cost
+    // one comparison each. The first attribute of a name wins, as in
+    // GetAttribText.
+    size_t next = 0, found = 0;
+    for (pugi::xml_attribute a = m_Impl->Current.first_attribute(); found < count;
+         a = a.next_attribute()) {
+        const char* name = a.name();
+        if (*name == '\0') // past the last attribute (attributes have names)
+            break;
+        for (size_t k = 0; k < count; ++k) {
+            const size_t i = next + k < count ? next + k : next + k - count;
+            if (values[i] == nullptr && names[i] != nullptr && std::strcmp(names[i], name) == 0) {
+                values[i] = a.value();
+                next = i + 1 < count ? i + 1 : 0;
+                ++found;
+                break;
+            }
+        }
+    }
+    // What the pass left (missing names, a name asked twice) is looked up
+    // one by one.
+    for (size_t i = 0; i < count && found < count; ++i)
+        if (values[i] == nullptr)
+            values[i] = GetAttribText(names[i]);
 }
 
 std::string CMarkup::GetTagName() const {
-    const Impl& impl = *m_Impl;
-    if (impl.Current <= 0 || !impl.Valid(impl.Current))
-        return std::string();
-    return impl.Elements[impl.Current].Node.name();
+    return m_Impl->Current.name();
 }
 
 } // namespace XML

@@ -2,6 +2,7 @@
 
 #include "RVX/Export.h"
 
+#include <cstddef>
 #include <memory>
 #include <string>
 
@@ -34,7 +35,11 @@ public:
     // empty document in which nothing is found; GetDoc still gives the text.
     bool SetDoc(const std::string& text);
     bool SetDoc(const char* text);
-    // The document text exactly as set.
+    // As SetDoc, for a reader that only navigates: the text is parsed but
+    // not kept (no copy of it is made), so GetDoc gives "" afterwards.
+    // Copies of the object keep the document all the same.
+    bool ReadDoc(const std::string& text);
+    // The document text exactly as set; "" after ReadDoc.
     const std::string& GetDoc() const noexcept;
 
     // Moves to the next element among the parent's children, the next one
@@ -60,6 +65,9 @@ public:
     // until the document is replaced or the object is destroyed.
     const char* x_GetAttribText(int element, const char* name) const noexcept;
     const char* GetAttribText(const char* name) const noexcept;
+    // GetAttribText of `count` names of the current element at once: one
+    // pass over its attributes when they stand in the order asked for.
+    void GetAttribTexts(const char* const* names, const char** values, size_t count) const noexcept;
     // The current element's name, or "" when there is none.
     std::string GetTagName() const;
 

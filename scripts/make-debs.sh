@@ -1,0 +1,21 @@
+#!/usr/bin/env bash
+# Builds the Debian packages libpi5, libpi-dev and pitool with CPack.
+#
+#   scripts/make-debs.sh [BUILD_DIR]      (default build-deb)
+#
+# Configures BUILD_DIR for /usr (no RPATH, multiarch library directory),
+# builds the libraries and the tool without tests, and leaves the .deb files
+# in BUILD_DIR/packages; their paths are printed, one a line.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+build=${1:-build-deb}
+jobs=$(nproc 2>/dev/null || echo 2)
+
+cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_INSTALL_PREFIX=/usr \
+  -DPI_BUILD_TESTS=OFF -DPI_BUILD_BENCH=OFF -DPI_BUILD_FUZZ=OFF -DPI_TEST_HOOKS=OFF \
+  >"$build.configure.log" 2>&1 || { cat "$build.configure.log"; exit 1; }
+rm -f "$build.configure.log"
+cmake --build "$build" -j"$jobs" >/dev/null
+rm -rf "$build/packages"
+(cd "$build" && cpack -G DEB >cpack.log 2>&1) || { cat "$build/cpack.log"; exit 1; }
+ls "$PWD/$build"/packages/*.deb
