@@ -243,12 +243,14 @@ TEST_F(ConfigFileTest, FailedLockReachesTheCallerAsThePlatformsException) {
     EXPECT_EQ(what.find("unregistered"), std::string::npos) << what;
     EXPECT_NE(what.find(missingDir), std::string::npos) << what;
     EXPECT_NE(what.find(std::strerror(ENOENT)), std::string::npos) << what;
+    EXPECT_EQ(e.GetSystemError(), ENOENT);
 
     // A lock file that is a directory, or a symlink.
     store.SetFilePath(m_File);
     ASSERT_EQ(::mkdir((m_File + ".lck").c_str(), 0700), 0);
     e = WriteFailure(store);
     EXPECT_EQ(e.GetCode(), RVX::INI_Files::INI_ERROR_BAD_LOCK_FILE);
+    EXPECT_EQ(e.GetSystemError(), 0); // a refusal, not a failed call
     EXPECT_NE(std::string(e.what()).find(m_File + ".lck"), std::string::npos) << e.what();
     ASSERT_EQ(::rmdir((m_File + ".lck").c_str()), 0);
     ASSERT_EQ(::symlink("elsewhere", (m_File + ".lck").c_str()), 0);

@@ -29,6 +29,11 @@ CException::CException(unsigned int code, std::string detail)
     Describe();
 }
 
+CException::CException(unsigned int code, std::string detail, int systemError)
+    : m_Code(code), m_Detail(std::move(detail)), m_SystemError(systemError) {
+    Describe();
+}
+
 CException::~CException() = default;
 
 void CException::AddSource(const SOURCE_INFO& source) {

@@ -33,8 +33,9 @@ void Reached(Internals::WriteStage stage) {
 }
 
 [[noreturn]] void ThrowSystem(int error, const char* what, const std::string& path) {
-    throw Exceptions::CException(INI_ERROR_SYSTEM, std::string(what) + " '" + path + "': " +
-                                                       std::generic_category().message(error));
+    throw Exceptions::CException(
+        INI_ERROR_SYSTEM,
+        std::string(what) + " '" + path + "': " + std::generic_category().message(error), error);
 }
 
 [[noreturn]] void ThrowErrno(const char* what, const std::string& path) {

@@ -118,6 +118,9 @@ void RegisterErrors(py::module_&) {
             std::rethrow_exception(pending);
         } catch (const RVX::Exceptions::CException& e) {
             try {
+                // A failed system call is the operating system's refusal.
+                if (e.GetSystemError() != 0)
+                    RaiseAs("FileError", e.GetSystemError(), e.what());
                 RaiseCode(e.GetCode(), e.what());
             } catch (py::error_already_set& raised) {
                 raised.restore();

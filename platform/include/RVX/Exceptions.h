@@ -25,6 +25,8 @@ public:
     // With a description of the failure (for a system call: the path and the
     // system's error text), which what() gives after the code.
     CException(unsigned int code, std::string detail);
+    // A failed system call: also keeps the system's error number.
+    CException(unsigned int code, std::string detail, int systemError);
     CException(const CException&) = default;
     CException& operator=(const CException&) = default;
     ~CException() override;
@@ -32,6 +34,8 @@ public:
     unsigned int GetCode() const noexcept { return m_Code; }
     const std::vector<SOURCE_INFO>& GetSources() const noexcept { return m_Sources; }
     const std::string& GetDetail() const noexcept { return m_Detail; }
+    // The errno of the failed system call behind the exception, else 0.
+    int GetSystemError() const noexcept { return m_SystemError; }
     void AddSource(const SOURCE_INFO& source);
     // Names the code, the module of the first source, the detail text and
     // every source record.
@@ -47,6 +51,7 @@ private:
 
     unsigned int m_Code;
     std::string m_Detail;
+    int m_SystemError = 0;
     std::vector<SOURCE_INFO> m_Sources;
     std::string m_What;
 };
