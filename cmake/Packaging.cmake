@@ -10,14 +10,10 @@
 # tool come from dpkg-shlibdeps; each package gets the copyright file and a
 # changelog under /usr/share/doc/<package>.
 #
-# Another package is one more component. For the Python module, say: give
-# its install() rules COMPONENT python, and add below, beside the others,
+#   python     python3-pi  the pi module for Python 3 (when it is built)
 #
-#   if(TARGET <the module's target>)
-#     pi_debian_component(python python3-pi python "<summary>" "<description>")
-#     set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "libpi5 (= ${PI_DEB_VERSION}), python3")
-#   endif()
-#
+# Another package is one more component: give its install() rules a
+# COMPONENT of its own and declare it below with pi_debian_component.
 # dpkg-shlibdeps adds what its binary links against; scripts/test-debs.sh
 # checks, installs and purges every package that the build makes.
 
@@ -102,6 +98,19 @@ SCSI sense texts, drive identity strings, status icons, unit conversion and
 hex dumps, logical drive documents and the configuration file. It comes with
 the sample files of its demo.")
   set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "libpi5 (= ${PI_DEB_VERSION})")
+endif()
+
+if(TARGET pi_python)
+  pi_debian_component(python python3-pi python
+    "Python 3 module of the PI storage management library"
+    "The pi module gives Python scripts the whole PI library: the helpers
+(sense texts and raw sense buffers, drive identity, help anchors, icons,
+units), the identifier vocabulary as IntEnums, typed property values, every
+record class and the configuration file.")
+  # The extension module is built for this interpreter's version only.
+  math(EXPR PI_PY_NEXT_MINOR "${Python3_VERSION_MINOR} + 1")
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
+    "libpi5 (= ${PI_DEB_VERSION}), python3 (>= ${Python3_VERSION_MAJOR}.${Python3_VERSION_MINOR}), python3 (<< ${Python3_VERSION_MAJOR}.${PI_PY_NEXT_MINOR})")
 endif()
 
 set(CPACK_COMPONENTS_ALL ${PI_DEB_COMPONENTS})

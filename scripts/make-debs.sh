@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Builds the Debian packages libpi5, libpi-dev and pitool with CPack.
+# Builds the Debian packages libpi5, libpi-dev, pitool and python3-pi with
+# CPack.
 #
 #   scripts/make-debs.sh [BUILD_DIR]      (default build-deb)
 #
@@ -13,6 +14,7 @@ jobs=$(nproc 2>/dev/null || echo 2)
 
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_INSTALL_PREFIX=/usr \
   -DPI_BUILD_TESTS=OFF -DPI_BUILD_BENCH=OFF -DPI_BUILD_FUZZ=OFF -DPI_TEST_HOOKS=OFF \
+  -DPI_PYTHON_INSTALL_DIR=lib/python3/dist-packages \
   >"$build.configure.log" 2>&1 || { cat "$build.configure.log"; exit 1; }
 rm -f "$build.configure.log"
 cmake --build "$build" -j"$jobs" >/dev/null

@@ -48,6 +48,14 @@ DEBIAN_FRONTEND=noninteractive dpkg -i "${debs[@]}" >/dev/null
 # The tool runs from its installed place and finds its samples.
 (cd "$work" && pitool demo >/dev/null)
 
+# The Python module imports from the system's interpreter and reaches the
+# installed library.
+if printf '%s\n' "${packages[@]}" | grep -qx python3-pi; then
+  (cd "$work" && /usr/bin/python3 -c 'import pi, sys
+assert pi.__file__.startswith("/usr/lib/python3/dist-packages/"), pi.__file__
+assert pi.convert_bytes_to_other_unit(1048576)[1] == pi.Units.MEGABYTES')
+fi
+
 cmake -S "$source_dir/tests/consumer" -B "$work/cmake" -DCMAKE_BUILD_TYPE=Release \
   -DCMAKE_FIND_PACKAGE_NO_PACKAGE_REGISTRY=ON >/dev/null
 cmake --build "$work/cmake" >/dev/null
