@@ -118,8 +118,9 @@ TEST(MarkupTest, PositionsOutOfRangeFindNothing) {
 // whatever order they stand in.
 TEST(MarkupTest, SeveralAttributesReadTogetherAsOneByOne) {
     CMarkup markup;
-    ASSERT_TRUE(markup.SetDoc("<r><d a=\"1\" b=\"2\" c=\"3\"/><d c=\"z\" a=\"x\"/>"
-                              "<d b=\"\" x=\"9\" a=\"&amp;\"/><d/></r>"));
+    ASSERT_TRUE(
+        markup.SetDoc("<r><d a=\"1\" b=\"2\" c=\"3\"/><d c=\"z\" a=\"x\"/>"
+                      "<d b=\"\" x=\"9\" a=\"&amp;\"/><d/><d a=\"1\" b=\"2\" a=\"3\"/></r>"));
     const char* const names[] = {"a", "b", "c", nullptr, "a"};
     const char* values[5] = {};
     markup.GetAttribTexts(names, values, 5); // no current element
@@ -136,7 +137,14 @@ TEST(MarkupTest, SeveralAttributesReadTogetherAsOneByOne) {
             EXPECT_EQ(values[i], expected) << "element " << elements << ", name " << i;
         }
     }
-    EXPECT_EQ(elements, 4);
+    EXPECT_EQ(elements, 5);
+    // A name asked twice of an element that repeats it: the first one, both
+    // times, even though the attributes stand in the order asked for.
+    const char* const twice[] = {"a", "b", "a"};
+    markup.GetAttribTexts(twice, values, 3);
+    EXPECT_STREQ(values[0], "1");
+    EXPECT_STREQ(values[1], "2");
+    EXPECT_STREQ(values[2], "1");
     markup.x_SetPos(1, 3, 0); // the second "d": out of order, one missing
     markup.GetAttribTexts(names, values, 3);
     EXPECT_STREQ(values[0], "x");
@@ -151,6 +159,34 @@ TEST(MarkupTest, AttributeEscapesAreDecoded) {
         markup.SetDoc("<?xml version=\"1.0\"?><!-- note --><a t=\"&lt;x&amp;y&gt; &#65;\"/>"));
     ASSERT_TRUE(markup.FindElem("a"));
     EXPECT_EQ(markup.GetAttrib("t"), "<x&y> A");
+}
+
+// Blanks in attribute values become spaces and a CR LF one space, whether or
+// not the text also holds references, and wherever the text holds them.
+TEST(MarkupTest, AttributeBlanksAndLineEndsAreConverted) {
+    struct Case {
+        const char* text;
+        const char* value;
+    } const cases[] = {
+        {"<a t=\"x\ty\"/>", "x y"},
+        {"<a t=\"x\ny\"/>", "x y"},
+        {"<a t=\"x\r\ny\"/>", "x y"},
+        {"<a t=\"x\ry\"/>", "x y"},
+        {"<a t=\"x\r\n\ty&amp;\"/>", "x  y&"},
+        {"<a\nt=\"x y\"/>", "x y"},
+        {"<a t=\"x&#9;y\"/>", "x\ty"},
+        {"<a t=\"x&lt;y\"/>\r\n", "x<y"},
+        {"<a t=\"&\"/>", "&"},
+        {"<a t=\"x  y\"/>", "x  y"},
+    };
+    for (const Case& c : cases) {
+        for (bool keep : {true, false}) {
+            CMarkup markup;
+            ASSERT_TRUE(keep ? markup.SetDoc(c.text) : markup.ReadDoc(c.text)) << c.text;
+            ASSERT_TRUE(markup.FindElem("a")) << c.text;
+            EXPECT_EQ(markup.GetAttrib("t"), c.value) << c.text;
+        }
+    }
 }
 
 TEST(MarkupTest, SetDocStartsOverAndKeepsTheText) {

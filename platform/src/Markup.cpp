@@ -43,8 +43,8 @@ struct CMarkup::Impl {
         CurrentIsChild = false;
     }
 
-    // Parses `size` bytes at `text` (Text itself, or a text not kept).
-    bool Parse(const char* text, size_t size);
+    // Parses `text` (Text itself, or a text not kept).
+    bool Parse(const std::string& text);
     // Fills Numbered; false when memory ran out (then it stays empty).
     bool Number() const noexcept;
     // The node of element number `index` (0: the document), null when there
@@ -56,6 +56,15 @@ struct CMarkup::Impl {
 
 namespace {
 
+// Whether no two of `count` names (none null) are the same.
+bool Distinct(const char* const* names, size_t count) noexcept {
+    for (size_t i = 1; i < count; ++i)
+        for (size_t j = 0; j < i; ++j)
+            if (names[i][0] == names[j][0] && std::strcmp(names[i], names[j]) == 0)
+                return false;
+    return true;
+}
+
 // The first element among `node` and its following siblings, or null.
 pugi::xml_node ElementFrom(pugi::xml_node node) noexcept {
     while (node && node.type() != pugi::node_element)
@@ -63,16 +72,46 @@ pugi::xml_node ElementFrom(pugi::xml_node node) noexcept {
     return node;
 }
 
-} // namespace
-
-bool CMarkup::Impl::Parse(const char* text, size_t size) {
-    Clear();
+// The parser's options for `size` bytes at `text`: the default ones, less
+// each conversion that has nothing to convert in this text (no '&' for
+// references, no '\r' for line ends, no '\t', '\n' or '\r' for blanks in
+// attribute values). Each option only ever rewrites the characters it is
+// named for, so the tree and the verdict are those of the default options;
+// the parser just skips the work. 0 when the text holds a NUL.
+unsigned ParseOptions(const std::string& document) noexcept {
+    const char* const text = document.c_str();
+    const size_t size = document.size();
+    const unsigned all = pugi::parse_default | pugi::parse_fragment;
+    // One pass finds whether any of them (or a NUL) occurs at all, which in
+    // the usual compact document none does.
+    static const char kConverted[] = "&\r\t\n";
+    if (std::strcspn(text, kConverted) == size)
+        return all & ~(pugi::parse_escapes | pugi::parse_eol | pugi::parse_wconv_attribute);
     // XML has no NUL characters; the parser would stop at one and take the
     // text before it for the whole document.
-    if (size == 0 || std::memchr(text, '\0', size) != nullptr)
+    if (std::memchr(text, '\0', size) != nullptr)
+        return 0;
+    unsigned options = all;
+    const auto absent = [&](char c) { return std::memchr(text, c, size) == nullptr; };
+    if (absent('&'))
+        options &= ~pugi::parse_escapes;
+    if (absent('\r')) {
+        options &= ~pugi::parse_eol;
+        if (absent('\t') && absent('\n'))
+            options &= ~pugi::parse_wconv_attribute;
+    }
+    return options;
+}
+
+} // namespace
+
+bool CMarkup::Impl::Parse(const std::string& text) {
+    Clear();
+    const unsigned options = text.empty() ? 0 : ParseOptions(text);
+    if (options == 0)
         return false;
-    const pugi::xml_parse_result result = Document.load_buffer(
-        text, size, pugi::parse_default | pugi::parse_fragment, pugi::encoding_utf8);
+    const pugi::xml_parse_result result =
+        Document.load_buffer(text.data(), text.size(), options, pugi::encoding_utf8);
     if (!result) {
         Clear();
         return false;
@@ -155,7 +194,7 @@ CMarkup::CMarkup(const CMarkup& other) : m_Impl(new Impl) {
         m_Impl->Parent = m_Impl->Document;
         m_Impl->Parsed = copied = true;
     } else {
-        copied = m_Impl->Parse(m_Impl->Text.data(), m_Impl->Text.size());
+        copied = m_Impl->Parse(m_Impl->Text);
     }
     if (copied) {
         const int parent = from.Index(from.Parent);
@@ -179,7 +218,7 @@ CMarkup::~CMarkup() = default;
 bool CMarkup::SetDoc(const std::string& text) {
     try {
         m_Impl->Text = text;
-        return m_Impl->Parse(m_Impl->Text.data(), m_Impl->Text.size());
+        return m_Impl->Parse(m_Impl->Text);
     } catch (const std::bad_alloc&) {
         m_Impl->Clear();
         return false;
@@ -189,7 +228,7 @@ bool CMarkup::SetDoc(const std::string& text) {
 bool CMarkup::SetDoc(const char* text) {
     try {
         m_Impl->Text.assign(text ? text : "");
-        return m_Impl->Parse(m_Impl->Text.data(), m_Impl->Text.size());
+        return m_Impl->Parse(m_Impl->Text);
     } catch (const std::bad_alloc&) {
         m_Impl->Clear();
         return false;
@@ -199,7 +238,7 @@ bool CMarkup::SetDoc(const char* text) {
 bool CMarkup::ReadDoc(const std::string& text) {
     std::string().swap(m_Impl->Text);
     try {
-        return m_Impl->Parse(text.data(), text.size());
+        return m_Impl->Parse(text);
     } catch (const std::bad_alloc&) {
         m_Impl->Clear();
         return false;
@@ -286,33 +325,28 @@ const char* CMarkup::GetAttribText(const char* name) const noexcept {
 
 void CMarkup::GetAttribTexts(const char* const* names, const char** values,
                              size_t count) const noexcept {
-    for (size_t i = 0; i < count; ++i)
-        values[i] = nullptr;
-    // One pass over the attributes; each is compared first with the name
-    // after the one found last, so names asked for in document order cost
-    // one comparison each. The first attribute of a name wins, as in
-    // GetAttribText.
-    size_t next = 0, found = 0;
-    for (pugi::xml_attribute a = m_Impl->Current.first_attribute(); found < count;
-         a = a.next_attribute()) {
-        const char* name = a.name();
-        if (*name == '\0') // past the last attribute (attributes have names)
-            break;
-        for (size_t k = 0; k < count; ++k) {
-            const size_t i = next + k < count ? next + k : next + k - count;
-            if (values[i] == nullptr && names[i] != nullptr && std::strcmp(names[i], name) == 0) {
-                values[i] = a.value();
-                next = i + 1 < count ? i + 1 : 0;
-                ++found;
+    // The usual case: the element's first attributes are the names asked
+    // for, in that order. Then each is the first of its name, unless a name
+    // is asked twice.
+    size_t matched = 0;
+    if (count != 0) {
+        pugi::xml_attribute a = m_Impl->Current.first_attribute();
+        for (;;) {
+            const char* name = a.name(); // "" past the last attribute
+            if (names[matched] == nullptr || *name == '\0' ||
+                std::strcmp(names[matched], name) != 0)
                 break;
-            }
+            values[matched] = a.value();
+            if (++matched == count)
+                break;
+            a = a.next_attribute();
         }
     }
-    // What the pass left (missing names, a name asked twice) is looked up
-    // one by one.
-    for (size_t i = 0; i < count && found < count; ++i)
-        if (values[i] == nullptr)
-            values[i] = GetAttribText(names[i]);
+    if (matched == count && Distinct(names, count))
+        return;
+    // Any other order, a missing attribute, a repeated name: one by one.
+    for (size_t i = 0; i < count; ++i)
+        values[i] = GetAttribText(names[i]);
 }
 
 std::string CMarkup::GetTagName() const {

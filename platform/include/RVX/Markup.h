@@ -66,7 +66,8 @@ public:
     const char* x_GetAttribText(int element, const char* name) const noexcept;
     const char* GetAttribText(const char* name) const noexcept;
     // GetAttribText of `count` names of the current element at once: one
-    // pass over its attributes when they stand in the order asked for.
+    // pass over its attributes when they are its first ones, in the order
+    // asked for.
     void GetAttribTexts(const char* const* names, const char** values, size_t count) const noexcept;
     // The current element's name, or "" when there is none.
     std::string GetTagName() const;
