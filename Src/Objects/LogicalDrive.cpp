@@ -135,8 +135,11 @@ void ReadIdList(RVX::XML::CMarkup& markup, const char* list, const char* item,
     if (!markup.FindElem(list))
         return;
     markup.IntoElem();
-    while (markup.FindElem(item))
-        ids.push_back(NumberAttribute(markup, "ObjectID"));
+    static const char* const kObjectID[] = {"ObjectID"};
+    std::vector<const char*> texts;
+    markup.FindElemAttribTexts(item, kObjectID, 1, texts);
+    for (const char* text : texts) // in document order: the first refused one throws
+        ids.push_back(ToNumber(text));
     markup.OutOfElem();
 }
 
@@ -151,6 +154,7 @@ CLogicalDrive::CLogicalDrive(const std::string& xml) : CLogicalDrive() {
     // containers are made after it is closed, in the memory it gave back.
     std::vector<unsigned long long> numbers;
     std::vector<size_t> drivesPerContainer;
+    std::vector<const char*> texts; // a container's, reused
     {
         RVX::XML::CMarkup markup;
         if (!markup.ReadDoc(xml)) // the text itself is not needed again
@@ -169,17 +173,16 @@ CLogicalDrive::CLogicalDrive(const std::string& xml) : CLogicalDrive() {
         if (markup.FindElem("Containers")) {
             markup.IntoElem();
             static const char* const kDriveNumbers[] = {"ObjectID", "StartAddress", "UsedSize"};
-            const char* texts[3];
             while (markup.FindElem("Container")) {
-                const size_t first = numbers.size();
                 markup.IntoElem();
-                while (markup.FindElem("Drive")) {
-                    markup.GetAttribTexts(kDriveNumbers, texts, 3);
-                    for (const char* text : texts) // in this order: the first refused one throws
-                        numbers.push_back(ToNumber(text));
-                }
+                texts.clear();
+                drivesPerContainer.push_back(
+                    markup.FindElemAttribTexts("Drive", kDriveNumbers, 3, texts));
                 markup.OutOfElem();
-                drivesPerContainer.push_back((numbers.size() - first) / 3);
+                // In document order, a drive's in the order above: the first
+                // refused one throws.
+                for (const char* text : texts)
+                    numbers.push_back(ToNumber(text));
             }
             markup.OutOfElem();
         }

@@ -56,20 +56,59 @@ struct CMarkup::Impl {
 
 namespace {
 
-// Whether no two of `count` names (none null) are the same.
-bool Distinct(const char* const* names, size_t count) noexcept {
-    for (size_t i = 1; i < count; ++i)
-        for (size_t j = 0; j < i; ++j)
-            if (names[i][0] == names[j][0] && std::strcmp(names[i], names[j]) == 0)
-                return false;
-    return true;
-}
-
 // The first element among `node` and its following siblings, or null.
 pugi::xml_node ElementFrom(pugi::xml_node node) noexcept {
     while (node && node.type() != pugi::node_element)
         node = node.next_sibling();
     return node;
+}
+
+// Whether `count` names are all given and no two are the same (told apart
+// by their first letters, mostly).
+bool Distinct(const char* const* names, size_t count) noexcept {
+    for (size_t i = 0; i < count; ++i) {
+        if (names[i] == nullptr)
+            return false;
+        for (size_t j = 0; j < i; ++j)
+            if (names[i][0] == names[j][0] && std::strcmp(names[i], names[j]) == 0)
+                return false;
+    }
+    return true;
+}
+
+// The values of the first `count` attributes of `element` when they bear
+// `names` in that order, else false (`values` then partly written). Each is
+// the first attribute of its name when the names are distinct.
+bool AttribsInOrder(const pugi::xml_node& element, const char* const* names, const char** values,
+                    size_t count) noexcept {
+    if (count == 0)
+        return true;
+    pugi::xml_attribute a = element.first_attribute();
+    for (size_t i = 0;;) {
+        const char* name = a.name(); // "" past the last attribute
+        if (names[i] == nullptr || *name == '\0' || std::strcmp(names[i], name) != 0)
+            return false;
+        values[i] = a.value();
+        if (++i == count)
+            return true;
+        a = a.next_attribute();
+    }
+}
+
+// The attribute `name` of `element`: the first of that name, "" for none.
+const char* AttribText(const pugi::xml_node& element, const char* name) noexcept {
+    return name == nullptr ? "" : element.attribute(name).value();
+}
+
+// The next element after `from` among its siblings, or the first child of
+// `parent` when `first`, named `name` unless that is null or "". Only
+// elements have names in a tree parsed with these options (declarations and
+// processing instructions are not kept).
+pugi::xml_node NextElem(const pugi::xml_node& parent, bool first, const pugi::xml_node& from,
+                        const char* name) noexcept {
+    if (name != nullptr && *name != '\0')
+        return first ? parent.child(name) : from.next_sibling(name);
+    return ElementFrom(first ? parent.first_child() : from.next_sibling());
 }
 
 // The parser's options for `size` bytes at `text`: the default ones, less
@@ -255,20 +294,38 @@ bool CMarkup::FindElem(const char* name) {
         return false;
     // Continue after the current element when it is a child of the parent;
     // otherwise start at the parent's first child.
-    const bool after = impl.CurrentIsChild; // implies a current element
-    pugi::xml_node node;
-    if (name != nullptr && *name != '\0') {
-        // Only elements have names in a tree parsed with these options
-        // (declarations and processing instructions are not kept).
-        node = after ? impl.Current.next_sibling(name) : impl.Parent.child(name);
-    } else {
-        node = ElementFrom(after ? impl.Current.next_sibling() : impl.Parent.first_child());
-    }
+    const pugi::xml_node node = NextElem(impl.Parent, !impl.CurrentIsChild, impl.Current, name);
     if (!node)
         return false;
     impl.Current = node;
     impl.CurrentIsChild = true;
     return true;
+}
+
+size_t CMarkup::FindElemAttribTexts(const char* name, const char* const* names, size_t count,
+                                    std::vector<const char*>& values) {
+    Impl& impl = *m_Impl;
+    if (!impl.Parent)
+        return 0;
+    const bool distinct = Distinct(names, count);
+    // Each element's texts go through a small buffer, then to the end of
+    // `values`, which grows as a vector does.
+    const char* small[4];
+    std::vector<const char*> large(count > 4 ? count : 0);
+    const char** texts = count > 4 ? large.data() : small;
+    size_t found = 0;
+    for (pugi::xml_node node = NextElem(impl.Parent, !impl.CurrentIsChild, impl.Current, name);
+         !node.empty(); node = NextElem(impl.Parent, false, node, name)) {
+        if (!distinct || !AttribsInOrder(node, names, texts, count))
+            for (size_t i = 0; i < count; ++i)
+                texts[i] = AttribText(node, names[i]);
+        for (size_t i = 0; i < count; ++i)
+            values.push_back(texts[i]);
+        impl.Current = node;
+        impl.CurrentIsChild = true;
+        ++found;
+    }
+    return found;
 }
 
 bool CMarkup::IntoElem() {
@@ -318,35 +375,19 @@ std::string CMarkup::GetAttrib(const char* name) const {
 }
 
 const char* CMarkup::GetAttribText(const char* name) const noexcept {
-    if (name == nullptr)
-        return "";
-    return m_Impl->Current.attribute(name).value();
+    return AttribText(m_Impl->Current, name);
 }
 
 void CMarkup::GetAttribTexts(const char* const* names, const char** values,
                              size_t count) const noexcept {
+    const pugi::xml_node& current = m_Impl->Current;
     // The usual case: the element's first attributes are the names asked
-    // for, in that order. Then each is the first of its name, unless a name
-    // is asked twice.
-    size_t matched = 0;
-    if (count != 0) {
-        pugi::xml_attribute a = m_Impl->Current.first_attribute();
-        for (;;) {
-            const char* name = a.name(); // "" past the last attribute
-            if (names[matched] == nullptr || *name == '\0' ||
-                std::strcmp(names[matched], name) != 0)
-                break;
-            values[matched] = a.value();
-            if (++matched == count)
-                break;
-            a = a.next_attribute();
-        }
-    }
-    if (matched == count && Distinct(names, count))
+    // for, in that order. Any other order, a missing attribute, a repeated
+    // name: one by one.
+    if (AttribsInOrder(current, names, values, count) && Distinct(names, count))
         return;
-    // Any other order, a missing attribute, a repeated name: one by one.
     for (size_t i = 0; i < count; ++i)
-        values[i] = GetAttribText(names[i]);
+        values[i] = AttribText(current, names[i]);
 }
 
 std::string CMarkup::GetTagName() const {
