@@ -111,7 +111,7 @@ pugi::xml_node NextElem(const pugi::xml_node& parent, bool first, const pugi::xm
     return ElementFrom(first ? parent.first_child() : from.next_sibling());
 }
 
-// The parser's options for `size` bytes at `text`: the default ones, less
+// The parser's options for `document`: the default ones, less
 // each conversion that has nothing to convert in this text (no '&' for
 // references, no '\r' for line ends, no '\t', '\n' or '\r' for blanks in
 // attribute values). Each option only ever rewrites the characters it is
