@@ -6,6 +6,7 @@
 #include <climits>
 #include <random>
 #include <string>
+#include <vector>
 
 using RVX::XML::CMarkup;
 
@@ -118,8 +119,9 @@ TEST(MarkupTest, PositionsOutOfRangeFindNothing) {
 // whatever order they stand in.
 TEST(MarkupTest, SeveralAttributesReadTogetherAsOneByOne) {
     CMarkup markup;
-    ASSERT_TRUE(markup.SetDoc("<r><d a=\"1\" b=\"2\" c=\"3\"/><d c=\"z\" a=\"x\"/>"
-                              "<d b=\"\" x=\"9\" a=\"&amp;\"/><d/></r>"));
+    ASSERT_TRUE(
+        markup.SetDoc("<r><d a=\"1\" b=\"2\" c=\"3\"/><d c=\"z\" a=\"x\"/>"
+                      "<d b=\"\" x=\"9\" a=\"&amp;\"/><d/><d a=\"1\" b=\"2\" a=\"3\"/></r>"));
     const char* const names[] = {"a", "b", "c", nullptr, "a"};
     const char* values[5] = {};
     markup.GetAttribTexts(names, values, 5); // no current element
@@ -136,7 +138,14 @@ TEST(MarkupTest, SeveralAttributesReadTogetherAsOneByOne) {
             EXPECT_EQ(values[i], expected) << "element " << elements << ", name " << i;
         }
     }
-    EXPECT_EQ(elements, 4);
+    EXPECT_EQ(elements, 5);
+    // A name asked twice of an element that repeats it: the first one, both
+    // times, even though the attributes stand in the order asked for.
+    const char* const twice[] = {"a", "b", "a"};
+    markup.GetAttribTexts(twice, values, 3);
+    EXPECT_STREQ(values[0], "1");
+    EXPECT_STREQ(values[1], "2");
+    EXPECT_STREQ(values[2], "1");
     markup.x_SetPos(1, 3, 0); // the second "d": out of order, one missing
     markup.GetAttribTexts(names, values, 3);
     EXPECT_STREQ(values[0], "x");
@@ -151,6 +160,92 @@ TEST(MarkupTest, AttributeEscapesAreDecoded) {
         markup.SetDoc("<?xml version=\"1.0\"?><!-- note --><a t=\"&lt;x&amp;y&gt; &#65;\"/>"));
     ASSERT_TRUE(markup.FindElem("a"));
     EXPECT_EQ(markup.GetAttrib("t"), "<x&y> A");
+}
+
+// Reading a run of elements at once gives what FindElem and GetAttribTexts
+// give element by element, and leaves the position at the last one.
+TEST(MarkupTest, RunOfElementsReadTogetherAsOneByOne) {
+    const std::string text = "<r><d a=\"1\" b=\"2\" c=\"3\" e=\"4\" f=\"5\"/><x a=\"no\"/>"
+                             "<!-- c --><d c=\"z\" a=\"x\"/><d a=\"1\" b=\"2\" a=\"3\"/><d/>"
+                             "<d b=\"&lt;\" a=\"q\" c=\"\"/></r><d a=\"top\"/>";
+    const char* const names[][6] = {{"a", "b", "c", nullptr, nullptr, nullptr},
+                                    {"a", "b", "a", nullptr, nullptr, nullptr},
+                                    {"c", nullptr, "a", nullptr, nullptr, nullptr},
+                                    {"a", "b", "c", "e", "f", "c"},
+                                    {"b", "a", "c", nullptr, nullptr, nullptr}};
+    const size_t counts[] = {3, 3, 3, 6, 3, 0};
+    for (const char* element : {"d", "x", "", static_cast<const char*>(nullptr), "y"}) {
+        for (const auto& asked : names) {
+            for (size_t count : counts) {
+                CMarkup one, run;
+                ASSERT_TRUE(one.SetDoc(text));
+                ASSERT_TRUE(run.ReadDoc(text));
+                ASSERT_TRUE(one.FindElem("r") && one.IntoElem());
+                ASSERT_TRUE(run.FindElem("r") && run.IntoElem());
+                std::vector<const char*> expected = {"kept"};
+                size_t elements = 0;
+                while (one.FindElem(element)) {
+                    const char* values[6];
+                    one.GetAttribTexts(asked, values, count);
+                    expected.insert(expected.end(), values, values + count);
+                    ++elements;
+                }
+                std::vector<const char*> got = {"kept"};
+                const std::string where = std::string(element ? element : "(null)") + "/" +
+                                          std::to_string(count) + "/" + (asked[0] ? asked[0] : "");
+                EXPECT_EQ(run.FindElemAttribTexts(element, asked, count, got), elements) << where;
+                ASSERT_EQ(got.size(), expected.size()) << where;
+                for (size_t i = 0; i < got.size(); ++i)
+                    EXPECT_STREQ(got[i], expected[i]) << where << " text " << i;
+                EXPECT_EQ(run.GetTagName(), one.GetTagName()) << where;
+                EXPECT_FALSE(run.FindElem(element)) << where;
+                ASSERT_TRUE(run.OutOfElem()) << where;
+                EXPECT_EQ(run.GetTagName(), "r") << where;
+            }
+        }
+    }
+    // Not at a level: nothing found, nothing appended.
+    CMarkup markup;
+    std::vector<const char*> none;
+    const char* const a[] = {"a"};
+    EXPECT_EQ(markup.FindElemAttribTexts("d", a, 1, none), 0u);
+    ASSERT_TRUE(markup.SetDoc(text));
+    markup.x_SetPos(99, 0, 0);
+    EXPECT_EQ(markup.FindElemAttribTexts(nullptr, a, 1, none), 0u);
+    EXPECT_TRUE(none.empty());
+    // From the top: the one top-level "d", after "r".
+    markup.x_SetPos(0, 0, 0);
+    EXPECT_EQ(markup.FindElemAttribTexts("d", a, 1, none), 1u);
+    ASSERT_EQ(none.size(), 1u);
+    EXPECT_STREQ(none[0], "top");
+}
+
+// Blanks in attribute values become spaces and a CR LF one space, whether or
+// not the text also holds references, and wherever the text holds them.
+TEST(MarkupTest, AttributeBlanksAndLineEndsAreConverted) {
+    struct Case {
+        const char* text;
+        const char* value;
+    } const cases[] = {
+        {"<a t=\"x\ty\"/>", "x y"},
+        {"<a t=\"x\ny\"/>", "x y"},
+        {"<a t=\"x\r\ny\"/>", "x y"},
+        {"<a t=\"x\ry\"/>", "x y"},
+        {"<a t=\"x\r\n\ty&amp;\"/>", "x  y&"},
+        {"<a\nt=\"x y\"/>", "x y"},
+        {"<a t=\"x&#9;y\"/>", "x\ty"},
+        {"<a t=\"x&lt;y\"/>\r\n", "x<y"},
+        {"<a t=\"&\"/>", "&"},
+        {"<a t=\"x  y\"/>", "x  y"},
+    };
+    for (const Case& c : cases) {
+        for (bool keep : {true, false}) {
+            CMarkup markup;
+            ASSERT_TRUE(keep ? markup.SetDoc(c.text) : markup.ReadDoc(c.text)) << c.text;
+            ASSERT_TRUE(markup.FindElem("a")) << c.text;
+            EXPECT_EQ(markup.GetAttrib("t"), c.value) << c.text;
+        }
+    }
 }
 
 TEST(MarkupTest, SetDocStartsOverAndKeepsTheText) {

@@ -135,8 +135,11 @@ void ReadIdList(RVX::XML::CMarkup& markup, const char* list, const char* item,
     if (!markup.FindElem(list))
         return;
     markup.IntoElem();
-    while (markup.FindElem(item))
-        ids.push_back(NumberAttribute(markup, "ObjectID"));
+    static const char* const kObjectID[] = {"ObjectID"};
+    std::vector<const char*> texts;
+    markup.FindElemAttribTexts(item, kObjectID, 1, texts);
+    for (const char* text : texts) // in document order: the first refused one throws
+        ids.push_back(ToNumber(text));
     markup.OutOfElem();
 }
 
@@ -146,11 +149,12 @@ CLogicalDrive::CLogicalDrive()
     : Attribute1(0), Attribute2(0), Size(0), Units(UNITS_LOGICAL_DRIVE_DEFAULT) {}
 
 CLogicalDrive::CLogicalDrive(const std::string& xml) : CLogicalDrive() {
-    // The drives' numbers, three per drive in document order, and the number
-    // of drives of each container: gathered while the document is open, the
-    // containers are made after it is closed, in the memory it gave back.
-    std::vector<unsigned long long> numbers;
-    std::vector<size_t> drivesPerContainer;
+    // A container's drives are read as texts, three per drive, and then
+    // made at their full number at once. (Made while the document is open,
+    // the record stands below the document's memory in the heap, which then
+    // stays in use from one document to the next rather than being given
+    // back and faulted in again.)
+    std::vector<const char*> texts; // a container's, reused
     {
         RVX::XML::CMarkup markup;
         if (!markup.ReadDoc(xml)) // the text itself is not needed again
@@ -169,17 +173,23 @@ CLogicalDrive::CLogicalDrive(const std::string& xml) : CLogicalDrive() {
         if (markup.FindElem("Containers")) {
             markup.IntoElem();
             static const char* const kDriveNumbers[] = {"ObjectID", "StartAddress", "UsedSize"};
-            const char* texts[3];
             while (markup.FindElem("Container")) {
-                const size_t first = numbers.size();
                 markup.IntoElem();
-                while (markup.FindElem("Drive")) {
-                    markup.GetAttribTexts(kDriveNumbers, texts, 3);
-                    for (const char* text : texts) // in this order: the first refused one throws
-                        numbers.push_back(ToNumber(text));
-                }
+                texts.clear();
+                markup.FindElemAttribTexts("Drive", kDriveNumbers, 3, texts);
                 markup.OutOfElem();
-                drivesPerContainer.push_back((numbers.size() - first) / 3);
+                // In document order, a drive's in the order above: the first
+                // refused one throws.
+                Containers.emplace_back();
+                std::vector<CDrive>& drives = Containers.back().Drives;
+                drives.resize(texts.size() / 3);
+                const char* const* text = texts.data();
+                for (CDrive& drive : drives) {
+                    drive.ObjectID = ToNumber(text[0]);
+                    drive.StartAddress = ToNumber(text[1]);
+                    drive.UsedSize = ToNumber(text[2]);
+                    text += 3;
+                }
             }
             markup.OutOfElem();
         }
@@ -190,19 +200,6 @@ CLogicalDrive::CLogicalDrive(const std::string& xml) : CLogicalDrive() {
         ReadIdList(markup, "DedicatedHotSpares", "Drive", DHS);
         ReadIdList(markup, "AssociatedLogicalDrives", "LogicalDrive", ALD);
         markup.OutOfElem();
-    }
-
-    Containers.resize(drivesPerContainer.size());
-    const unsigned long long* number = numbers.data();
-    for (size_t c = 0; c < Containers.size(); ++c) {
-        std::vector<CDrive>& drives = Containers[c].Drives;
-        drives.resize(drivesPerContainer[c]);
-        for (CDrive& drive : drives) {
-            drive.ObjectID = number[0];
-            drive.StartAddress = number[1];
-            drive.UsedSize = number[2];
-            number += 3;
-        }
     }
 }
 

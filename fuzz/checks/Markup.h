@@ -151,6 +151,39 @@ inline void CheckMarkup(const std::uint8_t* data, size_t size) {
         }
     }
 
+    // A run of elements read at once gives what FindElem and GetAttribTexts
+    // give one element at a time, at every level (a few levels per input).
+    if (parsed) {
+        RVX::XML::CMarkup run;
+        run.ReadDoc(text);
+        static const char* const kNames[] = {"a", "b", "x", "a"};
+        for (int parent = 0; parent <= model.Count() && parent < 16; ++parent) {
+            const std::string& first =
+                model.name[static_cast<size_t>(parent < model.Count() ? parent + 1 : 1)];
+            for (const char* element : {static_cast<const char*>(nullptr), first.c_str()}) {
+                for (size_t count : {size_t{3}, size_t{4}}) {
+                    markup.x_SetPos(parent, 0, 0);
+                    run.x_SetPos(parent, 0, 0);
+                    std::vector<const char*> expected, got;
+                    size_t elements = 0;
+                    while (markup.FindElem(element)) {
+                        const char* values[4];
+                        markup.GetAttribTexts(kNames, values, count);
+                        expected.insert(expected.end(), values, values + count);
+                        ++elements;
+                    }
+                    bool same = run.FindElemAttribTexts(element, kNames, count, got) == elements &&
+                                got.size() == expected.size() &&
+                                run.GetTagName() == markup.GetTagName();
+                    for (size_t i = 0; same && i < got.size(); ++i)
+                        same = std::strcmp(got[i], expected[i]) == 0;
+                    PI_FUZZ_CHECK(same, "run of elements under " + std::to_string(parent) +
+                                            " differs: " + Printable(text));
+                }
+            }
+        }
+    }
+
     // The index positions reach the same elements, and nothing past them.
     for (int i = 1; i <= model.Count() + 1; ++i) {
         markup.x_SetPos(0, i, 0);

@@ -43,8 +43,8 @@ struct CMarkup::Impl {
         CurrentIsChild = false;
     }
 
-    // Parses `size` bytes at `text` (Text itself, or a text not kept).
-    bool Parse(const char* text, size_t size);
+    // Parses `text` (Text itself, or a text not kept).
+    bool Parse(const std::string& text);
     // Fills Numbered; false when memory ran out (then it stays empty).
     bool Number() const noexcept;
     // The node of element number `index` (0: the document), null when there
@@ -63,16 +63,94 @@ pugi::xml_node ElementFrom(pugi::xml_node node) noexcept {
     return node;
 }
 
-} // namespace
+// Whether `count` names are all given and no two are the same (told apart
+// by their first letters, mostly).
+bool Distinct(const char* const* names, size_t count) noexcept {
+    for (size_t i = 0; i < count; ++i) {
+        if (names[i] == nullptr)
+            return false;
+        for (size_t j = 0; j < i; ++j)
+            if (names[i][0] == names[j][0] && std::strcmp(names[i], names[j]) == 0)
+                return false;
+    }
+    return true;
+}
 
-bool CMarkup::Impl::Parse(const char* text, size_t size) {
-    Clear();
+// The values of the first `count` attributes of `element` when they bear
+// `names` in that order, else false (`values` then partly written). Each is
+// the first attribute of its name when the names are distinct.
+bool AttribsInOrder(const pugi::xml_node& element, const char* const* names, const char** values,
+                    size_t count) noexcept {
+    if (count == 0)
+        return true;
+    pugi::xml_attribute a = element.first_attribute();
+    for (size_t i = 0;;) {
+        const char* name = a.name(); // "" past the last attribute
+        if (names[i] == nullptr || *name == '\0' || std::strcmp(names[i], name) != 0)
+            return false;
+        values[i] = a.value();
+        if (++i == count)
+            return true;
+        a = a.next_attribute();
+    }
+}
+
+// The attribute `name` of `element`: the first of that name, "" for none.
+const char* AttribText(const pugi::xml_node& element, const char* name) noexcept {
+    return name == nullptr ? "" : element.attribute(name).value();
+}
+
+// The next element after `from` among its siblings, or the first child of
+// `parent` when `first`, named `name` unless that is null or "". Only
+// elements have names in a tree parsed with these options (declarations and
+// processing instructions are not kept).
+pugi::xml_node NextElem(const pugi::xml_node& parent, bool first, const pugi::xml_node& from,
+                        const char* name) noexcept {
+    if (name != nullptr && *name != '\0')
+        return first ? parent.child(name) : from.next_sibling(name);
+    return ElementFrom(first ? parent.first_child() : from.next_sibling());
+}
+
+// The parser's options for `document`: the default ones, less
+// each conversion that has nothing to convert in this text (no '&' for
+// references, no '\r' for line ends, no '\t', '\n' or '\r' for blanks in
+// attribute values). Each option only ever rewrites the characters it is
+// named for, so the tree and the verdict are those of the default options;
+// the parser just skips the work. 0 when the text holds a NUL.
+unsigned ParseOptions(const std::string& document) noexcept {
+    const char* const text = document.c_str();
+    const size_t size = document.size();
+    const unsigned all = pugi::parse_default | pugi::parse_fragment;
+    // One pass finds whether any of them (or a NUL) occurs at all, which in
+    // the usual compact document none does.
+    static const char kConverted[] = "&\r\t\n";
+    if (std::strcspn(text, kConverted) == size)
+        return all & ~(pugi::parse_escapes | pugi::parse_eol | pugi::parse_wconv_attribute);
     // XML has no NUL characters; the parser would stop at one and take the
     // text before it for the whole document.
-    if (size == 0 || std::memchr(text, '\0', size) != nullptr)
+    if (std::memchr(text, '\0', size) != nullptr)
+        return 0;
+    unsigned options = all;
+    const auto absent = [&](char c) { return std::memchr(text, c, size) == nullptr; };
+    if (absent('&'))
+        options &= ~pugi::parse_escapes;
+    if (absent('\r')) {
+        options &= ~pugi::parse_eol;
+        if (absent('\t') && absent('\n'))
+            options &= ~pugi::parse_wconv_attribute;
+    }
+    return options;
+}
+
+} // namespace
+
+bool CMarkup::Impl::Parse(const std::string& text) {
+    Clear();
+    const unsigned options = text.empty() ? 0 : ParseOptions(text);
+    if (options == 0)
         return false;
-    const pugi::xml_parse_result result = Document.load_buffer(
-        text, size, pugi::parse_default | pugi::parse_fragment, pugi::encoding_utf8);
+    const pugi::xml_parse_result result =
+        Document.load_buffer(text.data(), text.size(), options, pugi::encoding_utf8);
     if (!result) {
         Clear();
         return false;
@@ -155,7 +233,7 @@ CMarkup::CMarkup(const CMarkup& other) : m_Impl(new Impl) {
         m_Impl->Parent = m_Impl->Document;
         m_Impl->Parsed = copied = true;
     } else {
-        copied = m_Impl->Parse(m_Impl->Text.data(), m_Impl->Text.size());
+        copied = m_Impl->Parse(m_Impl->Text);
     }
     if (copied) {
         const int parent = from.Index(from.Parent);
@@ -179,7 +257,7 @@ CMarkup::~CMarkup() = default;
 bool CMarkup::SetDoc(const std::string& text) {
     try {
         m_Impl->Text = text;
-        return m_Impl->Parse(m_Impl->Text.data(), m_Impl->Text.size());
+        return m_Impl->Parse(m_Impl->Text);
     } catch (const std::bad_alloc&) {
         m_Impl->Clear();
         return false;
@@ -189,7 +267,7 @@ bool CMarkup::SetDoc(const std::string& text) {
 bool CMarkup::SetDoc(const char* text) {
     try {
         m_Impl->Text.assign(text ? text : "");
-        return m_Impl->Parse(m_Impl->Text.data(), m_Impl->Text.size());
+        return m_Impl->Parse(m_Impl->Text);
     } catch (const std::bad_alloc&) {
         m_Impl->Clear();
         return false;
@@ -199,7 +277,7 @@ bool CMarkup::SetDoc(const char* text) {
 bool CMarkup::ReadDoc(const std::string& text) {
     std::string().swap(m_Impl->Text);
     try {
-        return m_Impl->Parse(text.data(), text.size());
+        return m_Impl->Parse(text);
     } catch (const std::bad_alloc&) {
         m_Impl->Clear();
         return false;
@@ -216,20 +294,38 @@ bool CMarkup::FindElem(const char* name) {
         return false;
     // Continue after the current element when it is a child of the parent;
     // otherwise start at the parent's first child.
-    const bool after = impl.CurrentIsChild; // implies a current element
-    pugi::xml_node node;
-    if (name != nullptr && *name != '\0') {
-        // Only elements have names in a tree parsed with these options
-        // (declarations and processing instructions are not kept).
-        node = after ? impl.Current.next_sibling(name) : impl.Parent.child(name);
-    } else {
-        node = ElementFrom(after ? impl.Current.next_sibling() : impl.Parent.first_child());
-    }
+    const pugi::xml_node node = NextElem(impl.Parent, !impl.CurrentIsChild, impl.Current, name);
     if (!node)
         return false;
     impl.Current = node;
     impl.CurrentIsChild = true;
     return true;
+}
+
+size_t CMarkup::FindElemAttribTexts(const char* name, const char* const* names, size_t count,
+                                    std::vector<const char*>& values) {
+    Impl& impl = *m_Impl;
+    if (!impl.Parent)
+        return 0;
+    const bool distinct = Distinct(names, count);
+    // Each element's texts go through a small buffer, then to the end of
+    // `values`, which grows as a vector does.
+    const char* small[4];
+    std::vector<const char*> large(count > 4 ? count : 0);
+    const char** texts = count > 4 ? large.data() : small;
+    size_t found = 0;
+    for (pugi::xml_node node = NextElem(impl.Parent, !impl.CurrentIsChild, impl.Current, name);
+         !node.empty(); node = NextElem(impl.Parent, false, node, name)) {
+        if (!distinct || !AttribsInOrder(node, names, texts, count))
+            for (size_t i = 0; i < count; ++i)
+                texts[i] = AttribText(node, names[i]);
+        for (size_t i = 0; i < count; ++i)
+            values.push_back(texts[i]);
+        impl.Current = node;
+        impl.CurrentIsChild = true;
+        ++found;
+    }
+    return found;
 }
 
 bool CMarkup::IntoElem() {
@@ -279,40 +375,19 @@ std::string CMarkup::GetAttrib(const char* name) const {
 }
 
 const char* CMarkup::GetAttribText(const char* name) const noexcept {
-    if (name == nullptr)
-        return "";
-    return m_Impl->Current.attribute(name).value();
+    return AttribText(m_Impl->Current, name);
 }
 
 void CMarkup::GetAttribTexts(const char* const* names, const char** values,
                              size_t count) const noexcept {
+    const pugi::xml_node& current = m_Impl->Current;
+    // The usual case: the element's first attributes are the names asked
+    // for, in that order. Any other order, a missing attribute, a repeated
+    // name: one by one.
+    if (AttribsInOrder(current, names, values, count) && Distinct(names, count))
+        return;
     for (size_t i = 0; i < count; ++i)
-        values[i] = nullptr;
-    // One pass over the attributes; each is compared first with the name
-    // after the one found last, so names asked for in document order cost
-    // one comparison each. The first attribute of a name wins, as in
-    // GetAttribText.
-    size_t next = 0, found = 0;
-    for (pugi::xml_attribute a = m_Impl->Current.first_attribute(); found < count;
-         a = a.next_attribute()) {
-        const char* name = a.name();
-        if (*name == '\0') // past the last attribute (attributes have names)
-            break;
-        for (size_t k = 0; k < count; ++k) {
-            const size_t i = next + k < count ? next + k : next + k - count;
-            if (values[i] == nullptr && names[i] != nullptr && std::strcmp(names[i], name) == 0) {
-                values[i] = a.value();
-                next = i + 1 < count ? i + 1 : 0;
-                ++found;
-                break;
-            }
-        }
-    }
-    // What the pass left (missing names, a name asked twice) is looked up
-    // one by one.
-    for (size_t i = 0; i < count && found < count; ++i)
-        if (values[i] == nullptr)
-            values[i] = GetAttribText(names[i]);
+        values[i] = AttribText(current, names[i]);
 }
 
 std::string CMarkup::GetTagName() const {

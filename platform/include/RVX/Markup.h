@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace RVX {
 namespace XML {
@@ -66,8 +67,16 @@ public:
     const char* x_GetAttribText(int element, const char* name) const noexcept;
     const char* GetAttribText(const char* name) const noexcept;
     // GetAttribText of `count` names of the current element at once: one
-    // pass over its attributes when they stand in the order asked for.
+    // pass over its attributes when they are its first ones, in the order
+    // asked for.
     void GetAttribTexts(const char* const* names, const char** values, size_t count) const noexcept;
+    // FindElem(name) for as long as it finds an element, with
+    // GetAttribTexts(names, ..., count) of each appended to `values`:
+    // `count` texts an element, in document order. Returns the number of
+    // elements found; the position is that of the last one. Throws
+    // std::bad_alloc when `values` cannot grow.
+    size_t FindElemAttribTexts(const char* name, const char* const* names, size_t count,
+                               std::vector<const char*>& values);
     // The current element's name, or "" when there is none.
     std::string GetTagName() const;
 
