@@ -30,6 +30,16 @@ bool IsNumber(TokenKind kind) {
            kind == TokenKind::Double || kind == TokenKind::Float;
 }
 
+// Member names are short: a loop beats a call to memcmp.
+inline bool SameKey(std::string_view a, std::string_view b) {
+    if (a.size() != b.size())
+        return false;
+    for (size_t i = 0; i < a.size(); ++i)
+        if (a[i] != b[i])
+            return false;
+    return true;
+}
+
 std::string Name(std::string_view name) {
     return std::string(name);
 }
@@ -296,7 +306,7 @@ bool Decoder::GetFields(R& record, const char* className, Walk walk) {
         int index = -1;
         int i = 0;
         walk(record, [&](std::string_view name, auto&&, const auto&) {
-            if (index < 0 && name == key)
+            if (index < 0 && SameKey(name, key))
                 index = i;
             ++i;
         });
@@ -404,7 +414,7 @@ constexpr std::string_view kPropertyMembers[M_PROPERTY_MEMBERS] = {
 int FindPropertyMember(std::string_view key, int after) {
     for (int k = 1; k <= M_PROPERTY_MEMBERS; ++k) {
         const int i = (after + k) % M_PROPERTY_MEMBERS;
-        if (kPropertyMembers[i] == key)
+        if (SameKey(kPropertyMembers[i], key))
             return i;
     }
     return -1;
