@@ -14,6 +14,7 @@ packages=(
   clang libclang-rt-14-dev
   python3-dev pybind11-dev python3-pytest
   debootstrap lintian dpkg-dev
+  rapidjson-dev libmsgpack-cxx-dev nlohmann-json3-dev python3-msgpack libsimdjson-dev
 )
 
 # Only the host's CI stages use these: sanitizers and fuzzers with clang, the
