@@ -12,7 +12,7 @@ packages=(
   libcli11-dev
   libsgutils2-dev libinih-dev libsqlite3-dev
   clang libclang-rt-14-dev
-  rapidjson-dev libmsgpack-cxx-dev nlohmann-json3-dev python3-msgpack
+  rapidjson-dev libmsgpack-cxx-dev nlohmann-json3-dev python3-msgpack libsimdjson-dev
 )
 
 missing=()

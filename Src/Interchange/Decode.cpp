@@ -30,6 +30,16 @@ bool IsNumber(TokenKind kind) {
            kind == TokenKind::Double || kind == TokenKind::Float;
 }
 
+// Member names are short: a loop beats a call to memcmp.
+inline bool SameKey(std::string_view a, std::string_view b) {
+    if (a.size() != b.size())
+        return false;
+    for (size_t i = 0; i < a.size(); ++i)
+        if (a[i] != b[i])
+            return false;
+    return true;
+}
+
 std::string Name(std::string_view name) {
     return std::string(name);
 }
@@ -192,6 +202,25 @@ public:
         out.swap(list);
         return true;
     }
+    // Numbers into a list that keeps its capacity from earlier use.
+    template <class T> bool GetInto(std::vector<T>& list) {
+        if (m_At->Kind != TokenKind::BeginArray)
+            return Fail(INTERCHANGE_SCHEMA, "a list");
+        if (!Charge(m_At->Count * sizeof(T)))
+            return false;
+        list.clear();
+        list.reserve(m_At->Count);
+        ++m_At;
+        while (m_At->Kind != TokenKind::EndArray) {
+            list.emplace_back();
+            if (!Get(list.back())) {
+                PrependIndex(m_Error.Pointer, list.size() - 1);
+                return false;
+            }
+        }
+        ++m_At;
+        return true;
+    }
     bool Get(std::vector<unsigned long long>& out) {
         return GetList(out, sizeof(unsigned long long));
     }
@@ -222,6 +251,13 @@ private:
     bool GetFixedObject(const std::string_view (&names)[N], const char* what, F&& member);
     bool GetValue(CProperty& p);
     bool SetBlock(CProperty& p, size_t size, unsigned char*& block);
+
+    // Reused between properties, so that a value needs no allocation besides
+    // its block.
+    std::string m_Text;
+    std::vector<int> m_Ints[2];
+    std::vector<unsigned long long> m_Ids;
+    std::vector<std::string> m_Texts;
 
     const Token* m_Base;
     const Token* m_At;
@@ -270,7 +306,7 @@ bool Decoder::GetFields(R& record, const char* className, Walk walk) {
         int index = -1;
         int i = 0;
         walk(record, [&](std::string_view name, auto&&, const auto&) {
-            if (index < 0 && name == key)
+            if (index < 0 && SameKey(name, key))
                 index = i;
             ++i;
         });
@@ -378,7 +414,7 @@ constexpr std::string_view kPropertyMembers[M_PROPERTY_MEMBERS] = {
 int FindPropertyMember(std::string_view key, int after) {
     for (int k = 1; k <= M_PROPERTY_MEMBERS; ++k) {
         const int i = (after + k) % M_PROPERTY_MEMBERS;
-        if (kPropertyMembers[i] == key)
+        if (SameKey(kPropertyMembers[i], key))
             return i;
     }
     return -1;
@@ -576,7 +612,7 @@ bool Decoder::GetValue(CProperty& p) {
     switch (p.Type) {
     case VT_STRING:
     case VT_XML: {
-        std::string text;
+        std::string& text = m_Text;
         if (!GetText(text) || !SetBlock(p, text.size() + 1, block))
             return false;
         std::memcpy(block, text.data(), text.size());
@@ -586,7 +622,7 @@ bool Decoder::GetValue(CProperty& p) {
     case VT_INT_LIST: {
         static constexpr std::string_view names[] = {"Value", "List"};
         int leading = 0;
-        std::vector<int> list;
+        std::vector<int>& list = m_Ints[0];
         const bool ok = GetFixedObject(names, "an object with Value and List", [&](size_t index) {
             if (index == 0)
                 return Get(leading);
@@ -633,9 +669,9 @@ bool Decoder::GetValue(CProperty& p) {
     }
     case VT_INT_LIST_PAIR: {
         static constexpr std::string_view names[] = {"First", "Second"};
-        std::vector<int> lists[2];
+        std::vector<int>(&lists)[2] = m_Ints;
         const bool ok = GetFixedObject(names, "an object with First and Second",
-                                       [&](size_t index) { return Get(lists[index]); });
+                                       [&](size_t index) { return GetInto(lists[index]); });
         if (!ok)
             return false;
         const size_t count = lists[0].size() + lists[1].size();
@@ -658,8 +694,8 @@ bool Decoder::GetValue(CProperty& p) {
         return true;
     }
     case VT_UINT64_LIST: {
-        std::vector<unsigned long long> list;
-        if (!Get(list))
+        std::vector<unsigned long long>& list = m_Ids;
+        if (!GetInto(list))
             return false;
         if (list.empty())
             return true;
@@ -669,33 +705,34 @@ bool Decoder::GetValue(CProperty& p) {
         return true;
     }
     case VT_STRING_LIST: {
-        std::vector<std::string> texts;
+        std::vector<std::string>& texts = m_Texts;
         if (m_At->Kind != TokenKind::BeginArray)
             return Fail(INTERCHANGE_SCHEMA, "a list of texts");
         if (!Charge(m_At->Count * sizeof(std::string)))
             return false;
-        texts.reserve(m_At->Count);
+        if (texts.size() < m_At->Count)
+            texts.resize(m_At->Count);
         ++m_At;
         size_t size = 0;
+        size_t count = 0;
         while (m_At->Kind != TokenKind::EndArray) {
-            texts.emplace_back();
-            if (!GetText(texts.back())) {
-                PrependIndex(m_Error.Pointer, texts.size() - 1);
+            if (!GetText(texts[count])) {
+                PrependIndex(m_Error.Pointer, count);
                 return false;
             }
-            size += texts.back().size() + 5;
+            size += texts[count++].size() + 5;
         }
         ++m_At;
         if (!SetBlock(p, size, block))
             return false;
-        size_t position = 4 * texts.size();
-        for (size_t i = 0; i < texts.size(); ++i) {
+        size_t position = 4 * count;
+        for (size_t i = 0; i < count; ++i) {
             PutWord<std::uint32_t>(block, i, static_cast<std::uint32_t>(texts[i].size() + 1));
             std::memcpy(block + position, texts[i].data(), texts[i].size());
             block[position + texts[i].size()] = 0;
             position += texts[i].size() + 1;
         }
-        p.SplitSize = static_cast<unsigned int>(4 * texts.size());
+        p.SplitSize = static_cast<unsigned int>(4 * count);
         return true;
     }
     case VT_NONE:
@@ -804,7 +841,20 @@ unsigned int Run(Format format, const void* input, size_t length, CInterchangeEr
     CInterchangeError& e = error != nullptr ? *error : local;
     e = CInterchangeError();
     try {
-        TokenList tokens;
+        // The token list of this thread, kept between calls so that its pages
+        // are already there; a list grown beyond 24 MB is given back.
+        thread_local TokenList tokens;
+        struct Release {
+            TokenList& List;
+            ~Release() {
+                List.Tokens.clear();
+                List.Text.clear();
+                if (List.Tokens.capacity() > (size_t(1) << 20))
+                    std::vector<Token>().swap(List.Tokens);
+                if (List.Text.capacity() > (size_t(1) << 24))
+                    std::vector<char>().swap(List.Text);
+            }
+        } release{tokens};
         const unsigned int code =
             format == Format::Json
                 ? TokenizeJson(static_cast<const char*>(input), length, tokens, e)

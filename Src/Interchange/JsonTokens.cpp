@@ -112,8 +112,9 @@ unsigned int TokenizeJson(const char* text, size_t length, TokenList& out,
     }
     out.Text.assign(text, text + length);
     out.Text.push_back('\0');
-    // A token takes at least one character, most take several.
-    out.Tokens.reserve(std::min<size_t>(length / 8 + 4, size_t(1) << 16));
+    // Room for the tokens of a typical document (one per 6 characters or
+    // so); longer inputs grow the list as they need.
+    out.Tokens.reserve(std::min<size_t>(length / 6 + 4, size_t(1) << 20));
     rapidjson::InsituStringStream stream(out.Text.data());
     JsonTokenHandler handler(out.Tokens, stream, error);
     rapidjson::Reader reader;

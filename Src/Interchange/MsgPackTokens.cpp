@@ -171,7 +171,9 @@ unsigned int TokenizeMsgPack(const std::uint8_t* bytes, size_t length, TokenList
         return error.Code;
     }
     const char* input = reinterpret_cast<const char*>(bytes);
-    out.Tokens.reserve(std::min<size_t>(length / 8 + 4, size_t(1) << 16));
+    // Room for the tokens of a typical document (one per 2 or 3 bytes);
+    // longer inputs grow the list as they need.
+    out.Tokens.reserve(std::min<size_t>(length / 3 + 4, size_t(1) << 20));
     MsgPackTokenVisitor visitor(input, out.Tokens, error);
     size_t offset = 0;
     bool parsed = false;
