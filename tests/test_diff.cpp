@@ -67,10 +67,10 @@ TEST(DiffMatching, PropertiesPairByIdentityAndOccurrence) {
     a.Properties = {Text(23003, "x"), Text(23003, "y"), Number(23004, 1)};
     b.Properties = {Text(23003, "y"), Number(23004, 1)};
     const ChangeList changes = DiffOf(a, b);
-    EXPECT_EQ(Shape(changes), (Strings{"removed /Properties/1", "changed /Properties/0"}));
-    EXPECT_EQ(changes[0].Old, R"({"PropertyID":23003,"Type":2,"Value":"y"})");
-    EXPECT_EQ(changes[1].Old, R"({"PropertyID":23003,"Type":2,"Value":"x"})");
-    EXPECT_EQ(changes[1].New, R"({"PropertyID":23003,"Type":2,"Value":"y"})");
+    EXPECT_EQ(Shape(changes), (Strings{"changed /Properties/0", "removed /Properties/1"}));
+    EXPECT_EQ(changes[0].Old, R"({"PropertyID":23003,"Type":2,"Value":"x"})");
+    EXPECT_EQ(changes[0].New, R"({"PropertyID":23003,"Type":2,"Value":"y"})");
+    EXPECT_EQ(changes[1].Old, R"({"PropertyID":23003,"Type":2,"Value":"y"})");
     ExpectPatches(a, b);
 
     // The secondary id is part of the identity.

@@ -150,15 +150,14 @@ void MarkLongestIncreasing(const std::vector<std::uint32_t>& sequence, std::vect
 
 template <class E>
 void DiffByIdentity(Differ& d, const std::vector<E>& a, const std::vector<E>& b) {
+    // The common prefix pairs by position and always keeps its order, so its
+    // elements are compared on the way.
     const size_t common = std::min(a.size(), b.size());
     size_t prefix = 0;
-    while (prefix < common && KeyOf(a[prefix]) == KeyOf(b[prefix]))
-        ++prefix;
-    if (prefix == a.size() && prefix == b.size()) {
-        for (size_t i = 0; i < prefix; ++i)
-            DiffElement(d, i, a[i], b[i]);
+    for (; prefix < common && KeyOf(a[prefix]) == KeyOf(b[prefix]); ++prefix)
+        DiffElement(d, prefix, a[prefix], b[prefix]);
+    if (prefix == a.size() && prefix == b.size())
         return;
-    }
 
     // Past the prefix: the k-th element of a key in the new list pairs with
     // the k-th of that key in the old one. `next` chains the old elements of
@@ -190,7 +189,7 @@ void DiffByIdentity(Differ& d, const std::vector<E>& a, const std::vector<E>& b)
         found->second = next[i - prefix];
     }
 
-    for (size_t i = 0; i < a.size(); ++i)
+    for (size_t i = prefix; i < a.size(); ++i)
         if (!taken[i])
             EmitWhole(d, EChangeKind::Removed, i, a[i]);
 
@@ -202,8 +201,8 @@ void DiffByIdentity(Differ& d, const std::vector<E>& a, const std::vector<E>& b)
     std::vector<char> kept;
     MarkLongestIncreasing(order, kept);
 
-    size_t k = 0;
-    for (size_t j = 0; j < b.size(); ++j) {
+    size_t k = prefix;
+    for (size_t j = prefix; j < b.size(); ++j) {
         const std::uint32_t i = pairOf[j];
         if (i == NONE) {
             EmitWhole(d, EChangeKind::Added, j, b[j]);
