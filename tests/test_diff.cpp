@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -341,6 +343,25 @@ TEST(ChangeListDocument, RefusesMalformedDocumentsWithTheirPointer) {
         EXPECT_EQ(changes.size(), 1u) << "a refused document changed the output";
         EXPECT_EQ(cls, ERecordClass::Level);
     }
+}
+
+TEST(ChangeListDocument, TheFormatPagesExampleReads) {
+    std::ifstream page(std::string(PI_SOURCE_DIR) + "/docs/diff.md");
+    const std::string text((std::istreambuf_iterator<char>(page)),
+                           std::istreambuf_iterator<char>());
+    const size_t start = text.find("```json\n");
+    ASSERT_NE(start, std::string::npos);
+    const size_t end = text.find("```", start + 8);
+    const std::string example = text.substr(start + 8, end - start - 8);
+    ChangeList changes;
+    ERecordClass cls = ERecordClass::Property;
+    CInterchangeError error;
+    ASSERT_EQ(ReadChangeList(example.data(), example.size(), cls, changes, &error), 0u)
+        << error.Text();
+    EXPECT_EQ(cls, ERecordClass::Operation);
+    EXPECT_EQ(Shape(changes), (Strings{"removed /Objects/4", "moved /Objects/0 /Objects/1",
+                                       "changed /Objects/0/Properties/3", "added /Objects/7",
+                                       "changed /Setting1"}));
 }
 
 } // namespace
