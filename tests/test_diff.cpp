@@ -332,7 +332,12 @@ TEST(ChangeListDocument, RefusesMalformedDocumentsWithTheirPointer) {
          "\xff\"}]}",
          INTERCHANGE_BAD_TEXT, ""},
     };
-    for (const Case& c : cases) {
+    const std::string deep = R"({"Version":1,"Class":"COperation","Changes":[{"Kind":"changed",)"
+                             R"("Path":"/Flag","Old":)" +
+                             std::string(100000, '[') + std::string(100000, ']') + R"(,"New":1}]})";
+    std::vector<Case> all(std::begin(cases), std::end(cases));
+    all.push_back({deep.c_str(), INTERCHANGE_LIMIT, ""});
+    for (const Case& c : all) {
         ChangeList changes{CChange{}};
         ERecordClass cls = ERecordClass::Level;
         CInterchangeError error;

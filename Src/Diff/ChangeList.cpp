@@ -4,6 +4,8 @@
 
 #include <rapidjson/document.h>
 #include <rapidjson/error/en.h>
+#include <rapidjson/memorystream.h>
+#include <rapidjson/reader.h>
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
@@ -32,6 +34,23 @@ unsigned int Fail(CInterchangeError* error, unsigned int code, const std::string
     }
     return code;
 }
+
+// Refuses nesting beyond what a change list of interchange values needs
+// before the document is built, so that nothing recurses deeply later.
+struct DepthGuard : rapidjson::BaseReaderHandler<rapidjson::UTF8<>, DepthGuard> {
+    unsigned int depth = 0;
+    bool tooDeep = false;
+    bool Enter() {
+        tooDeep = ++depth > MAX_DEPTH;
+        return !tooDeep;
+    }
+    bool StartObject() { return Enter(); }
+    bool EndObject(rapidjson::SizeType) { return --depth, true; }
+    bool StartArray() { return Enter(); }
+    bool EndArray(rapidjson::SizeType) { return --depth, true; }
+    // The document, its list of changes and a change hold the values.
+    static constexpr unsigned int MAX_DEPTH = INTERCHANGE_MAX_DEPTH + 3;
+};
 
 bool KindFromName(const rapidjson::Value& value, EChangeKind& kind) {
     if (!value.IsString())
@@ -152,9 +171,20 @@ unsigned int ReadChangeList(const char* text, size_t length, ERecordClass& recor
     try {
         if (length > INTERCHANGE_MAX_INPUT)
             return Fail(error, INTERCHANGE_LIMIT, "", "at most 1 GiB of input");
+        constexpr unsigned int FLAGS = rapidjson::kParseValidateEncodingFlag |
+                                       rapidjson::kParseFullPrecisionFlag |
+                                       rapidjson::kParseIterativeFlag;
+        DepthGuard guard;
+        rapidjson::Reader reader;
+        rapidjson::MemoryStream bytes(text, length);
+        reader.Parse<FLAGS>(bytes, guard);
+        if (guard.tooDeep)
+            return Fail(error, INTERCHANGE_LIMIT, "",
+                        "at most " + std::to_string(DepthGuard::MAX_DEPTH) +
+                            " nested objects and lists",
+                        reader.GetErrorOffset());
         rapidjson::Document document;
-        document.Parse<rapidjson::kParseValidateEncodingFlag | rapidjson::kParseFullPrecisionFlag>(
-            text, length);
+        document.Parse<FLAGS>(text, length);
         if (document.HasParseError())
             return Fail(error,
                         document.GetParseError() == rapidjson::kParseErrorStringInvalidEncoding

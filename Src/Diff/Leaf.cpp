@@ -11,7 +11,8 @@ namespace PI {
 namespace DiffInternal {
 namespace {
 
-constexpr unsigned int PARSE_FLAGS = rapidjson::kParseValidateEncodingFlag;
+constexpr unsigned int PARSE_FLAGS =
+    rapidjson::kParseValidateEncodingFlag | rapidjson::kParseIterativeFlag;
 
 bool Parse(const std::string& json, rapidjson::Document& document) {
     document.Parse<PARSE_FLAGS>(json.data(), json.size());
