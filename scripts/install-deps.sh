@@ -13,6 +13,7 @@ packages=(
   libsgutils2-dev libinih-dev libsqlite3-dev
   clang libclang-rt-14-dev
   python3-dev pybind11-dev python3-pytest
+  rapidjson-dev libmsgpack-cxx-dev nlohmann-json3-dev python3-msgpack libsimdjson-dev
 )
 
 missing=()

@@ -29,3 +29,14 @@ if(NOT PI_TSAN AND NOT PI_BUILD_FUZZ)
   set_tests_properties(consumer.install PROPERTIES FIXTURES_SETUP pi_installed)
   set_tests_properties(consumer.cmake consumer.pkgconfig PROPERTIES FIXTURES_REQUIRED pi_installed)
 endif()
+
+if(TARGET pitool)
+  add_executable(test_pitool_record ${CMAKE_CURRENT_LIST_DIR}/tool/test_pitool_record.cpp
+                                    ${CMAKE_CURRENT_LIST_DIR}/tool/RunProgram.cpp)
+  target_link_libraries(test_pitool_record PRIVATE GTest::gtest GTest::gtest_main GTest::gmock pi_warnings)
+  target_compile_definitions(test_pitool_record PRIVATE
+    PITOOL_PATH="$<TARGET_FILE:pitool>"
+    PI_EXAMPLES_DIR="${PROJECT_SOURCE_DIR}/examples")
+  add_dependencies(test_pitool_record pitool)
+  gtest_discover_tests(test_pitool_record TEST_PREFIX "test_pitool_record." DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
+endif()

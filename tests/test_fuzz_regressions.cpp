@@ -5,6 +5,7 @@
 #include "../fuzz/checks/DriveIdentity.h"
 #include "../fuzz/checks/EventPlaceholders.h"
 #include "../fuzz/checks/Ini.h"
+#include "../fuzz/checks/Interchange.h"
 #include "../fuzz/checks/LogicalDrive.h"
 #include "../fuzz/checks/Markup.h"
 #include "../fuzz/checks/StringList.h"
@@ -37,6 +38,8 @@ const Target kTargets[] = {
     {"drive_identity", &pi_fuzz::CheckDriveIdentity},
     {"event_placeholders", &pi_fuzz::CheckEventPlaceholders},
     {"string_list", &pi_fuzz::CheckStringList},
+    {"json", &pi_fuzz::CheckJsonInterchange},
+    {"msgpack", &pi_fuzz::CheckMsgPackInterchange},
 };
 
 // The regular files of a directory, sorted; none when it does not exist.

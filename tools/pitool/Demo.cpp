@@ -135,6 +135,13 @@ std::vector<Step> Tour(const fs::path& examples, const std::string& ini) {
         {"", {"config", "--file", ini, "get", "PollInterval", "--adapter", "1"}},
         {"", {"config", "--file", ini, "delete", "--adapter", "0"}},
         {"", {"config", "--file", ini, "get", "Alias", "--adapter", "0"}, EXIT_NOT_FOUND},
+        {"Records: what changed between two inventories (a drive failed, the hot spare "
+         "rebuilds, the logical drive is degraded); exit status 1 means different",
+         {"record", "diff", at("inventory-before.json"), at("inventory-after.json")},
+         EXIT_NOT_FOUND},
+        {"",
+         {"record", "diff", "--all", at("inventory-before.json"), at("inventory-after.json")},
+         EXIT_NOT_FOUND},
     };
 }
 

@@ -32,6 +32,7 @@ Result Dispatch(const std::vector<std::string>& args, Invocation& call, std::str
     AddHexdumpCommand(app, call);
     AddLdCommand(app, call);
     AddConfigCommand(app, call);
+    AddRecordCommand(app, call);
     AddDemoCommand(app, call);
 
     // CLI11 takes the arguments last first.

@@ -40,6 +40,9 @@ struct Result {
     std::string text;
     Json json;
     std::string note;
+    // When set, written as it is instead of text and json: a document in a
+    // format of its own (a change list, MessagePack bytes).
+    std::string raw;
 };
 
 // ---- Reading numbers from the command line -------------------------------

@@ -39,7 +39,9 @@ int main(int argc, char** argv) {
             std::cout << help;
             return EXIT_OK;
         }
-        if (call.json) {
+        if (!result.raw.empty()) {
+            std::cout << result.raw;
+        } else if (call.json) {
             std::cout << result.json.Dump() << '\n';
         } else {
             std::cout << result.text;

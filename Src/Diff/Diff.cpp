@@ -1,0 +1,333 @@
+// The changes between two records. Lists with an identity pair their
+// elements through a hash map, but only past the longest common prefix of
+// identities, which in the usual case (an agent's next answer) is the whole
+// list: then the walk costs about what operator== costs.
+#include "PI/Diff.h"
+
+#include "Describe.h"
+#include "Failure.h"
+#include "Leaf.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <new>
+#include <unordered_map>
+#include <utility>
+
+namespace PI {
+namespace DiffInternal {
+namespace {
+
+constexpr std::uint32_t NONE = 0xFFFFFFFFu;
+
+struct Differ {
+    ChangeList& out;
+    bool all;
+    CInterchangeError* error;
+    std::string path;
+
+    size_t Push(const char* name) {
+        const size_t mark = path.size();
+        path += '/';
+        path += name;
+        return mark;
+    }
+    size_t Push(size_t index) {
+        const size_t mark = path.size();
+        path += '/';
+        path += std::to_string(index);
+        return mark;
+    }
+    void Pop(size_t mark) { path.resize(mark); }
+
+    template <class T> void Encode(const T& value, std::string& text) {
+        const unsigned int result = EncodeLeaf(value, text, error);
+        if (result != 0) {
+            if (error != nullptr)
+                error->Pointer = path + error->Pointer;
+            throw Failure{result};
+        }
+    }
+    CChange& Emit(EChangeKind kind) {
+        out.emplace_back();
+        CChange& change = out.back();
+        change.Kind = kind;
+        change.Path = path;
+        return change;
+    }
+    template <class T> void Changed(const T& before, const T& after) {
+        CChange& change = Emit(EChangeKind::Changed);
+        Encode(before, change.Old);
+        Encode(after, change.New);
+    }
+};
+
+template <class R> void DiffRecord(Differ& d, const R& a, const R& b);
+
+template <class T> constexpr bool IS_LEAF = IS_NUMBER<T> || std::is_same_v<T, CProperty>;
+
+// One element present in both lists, at `index` of the new one.
+template <class E> void DiffElement(Differ& d, size_t index, const E& a, const E& b) {
+    if constexpr (IS_LEAF<E>) {
+        if (a == b)
+            return;
+        const size_t mark = d.Push(index);
+        d.Changed(a, b);
+        d.Pop(mark);
+    } else {
+        const size_t mark = d.Push(index);
+        DiffRecord(d, a, b);
+        d.Pop(mark);
+    }
+}
+
+template <class E> void EmitWhole(Differ& d, EChangeKind kind, size_t index, const E& element) {
+    const size_t mark = d.Push(index);
+    CChange& change = d.Emit(kind);
+    d.Encode(element, kind == EChangeKind::Removed ? change.Old : change.New);
+    d.Pop(mark);
+}
+
+template <class E>
+void DiffByPosition(Differ& d, const std::vector<E>& a, const std::vector<E>& b) {
+    const size_t common = std::min(a.size(), b.size());
+    for (size_t i = 0; i < common; ++i)
+        DiffElement(d, i, a[i], b[i]);
+    for (size_t i = common; i < a.size(); ++i)
+        EmitWhole(d, EChangeKind::Removed, i, a[i]);
+    for (size_t j = common; j < b.size(); ++j)
+        EmitWhole(d, EChangeKind::Added, j, b[j]);
+}
+
+struct PairHash {
+    size_t operator()(const std::pair<unsigned long long, unsigned long long>& key) const {
+        return std::hash<unsigned long long>()(key.first * 0x9E3779B97F4A7C15ull ^ key.second);
+    }
+};
+
+inline unsigned long long KeyOf(const CObject& object) {
+    return object.ObjectID;
+}
+inline unsigned long long KeyOf(const CProperty& property) {
+    return (static_cast<unsigned long long>(static_cast<std::uint32_t>(property.PropertyID))
+            << 32) |
+           property.SecondaryID;
+}
+inline std::pair<unsigned long long, unsigned long long> KeyOf(const CDrive& drive) {
+    return {drive.ObjectID, drive.StartAddress};
+}
+
+template <class K> struct KeyHash { using Type = std::hash<K>; };
+template <> struct KeyHash<std::pair<unsigned long long, unsigned long long>> {
+    using Type = PairHash;
+};
+
+// Marks the elements of `sequence` (old indices in new order) that form a
+// longest increasing run: those keep their order and are not moves.
+void MarkLongestIncreasing(const std::vector<std::uint32_t>& sequence, std::vector<char>& kept) {
+    kept.assign(sequence.size(), 0);
+    if (std::is_sorted(sequence.begin(), sequence.end())) {
+        std::fill(kept.begin(), kept.end(), 1);
+        return;
+    }
+    std::vector<std::uint32_t> tails; // positions in `sequence`
+    std::vector<std::uint32_t> predecessor(sequence.size(), NONE);
+    for (std::uint32_t k = 0; k < sequence.size(); ++k) {
+        const auto place = std::lower_bound(tails.begin(), tails.end(), sequence[k],
+                                            [&](std::uint32_t position, std::uint32_t value) {
+                                                return sequence[position] < value;
+                                            });
+        if (place != tails.begin())
+            predecessor[k] = *(place - 1);
+        if (place == tails.end())
+            tails.push_back(k);
+        else
+            *place = k;
+    }
+    for (std::uint32_t k = tails.empty() ? NONE : tails.back(); k != NONE; k = predecessor[k])
+        kept[k] = 1;
+}
+
+template <class E>
+void DiffByIdentity(Differ& d, const std::vector<E>& a, const std::vector<E>& b) {
+    // The common prefix pairs by position and always keeps its order, so its
+    // elements are compared on the way.
+    const size_t common = std::min(a.size(), b.size());
+    size_t prefix = 0;
+    for (; prefix < common && KeyOf(a[prefix]) == KeyOf(b[prefix]); ++prefix)
+        DiffElement(d, prefix, a[prefix], b[prefix]);
+    if (prefix == a.size() && prefix == b.size())
+        return;
+
+    // Past the prefix: the k-th element of a key in the new list pairs with
+    // the k-th of that key in the old one. `next` chains the old elements of
+    // one key in their order.
+    using Key = decltype(KeyOf(a[0]));
+    std::unordered_map<Key, std::uint32_t, typename KeyHash<Key>::Type> first;
+    first.reserve(a.size() - prefix);
+    std::vector<std::uint32_t> next(a.size() - prefix, NONE);
+    for (size_t i = a.size(); i-- > prefix;) {
+        auto inserted = first.emplace(KeyOf(a[i]), static_cast<std::uint32_t>(i));
+        if (!inserted.second) {
+            next[i - prefix] = inserted.first->second;
+            inserted.first->second = static_cast<std::uint32_t>(i);
+        }
+    }
+    std::vector<std::uint32_t> pairOf(b.size(), NONE); // old index of each new element
+    std::vector<char> taken(a.size(), 0);
+    for (size_t j = 0; j < prefix; ++j) {
+        pairOf[j] = static_cast<std::uint32_t>(j);
+        taken[j] = 1;
+    }
+    for (size_t j = prefix; j < b.size(); ++j) {
+        const auto found = first.find(KeyOf(b[j]));
+        if (found == first.end() || found->second == NONE)
+            continue;
+        const std::uint32_t i = found->second;
+        pairOf[j] = i;
+        taken[i] = 1;
+        found->second = next[i - prefix];
+    }
+
+    for (size_t i = prefix; i < a.size(); ++i)
+        if (!taken[i])
+            EmitWhole(d, EChangeKind::Removed, i, a[i]);
+
+    std::vector<std::uint32_t> order;
+    order.reserve(b.size());
+    for (std::uint32_t i : pairOf)
+        if (i != NONE)
+            order.push_back(i);
+    std::vector<char> kept;
+    MarkLongestIncreasing(order, kept);
+
+    size_t k = prefix;
+    for (size_t j = prefix; j < b.size(); ++j) {
+        const std::uint32_t i = pairOf[j];
+        if (i == NONE) {
+            EmitWhole(d, EChangeKind::Added, j, b[j]);
+            continue;
+        }
+        if (!kept[k++]) {
+            const size_t mark = d.Push(j);
+            CChange& change = d.Emit(EChangeKind::Moved);
+            d.Pop(mark);
+            change.From = d.path + "/" + std::to_string(i);
+        }
+        DiffElement(d, j, a[i], b[j]);
+    }
+}
+
+template <class R> struct DiffVisitor {
+    Differ& d;
+    const R& a;
+    const R& b;
+
+    template <class F> void Scalar(const char* name, bool compared, F field) {
+        if (!compared && !d.all)
+            return;
+        const auto& x = field(a);
+        const auto& y = field(b);
+        if (x == y)
+            return;
+        const size_t mark = d.Push(name);
+        d.Changed(x, y);
+        d.Pop(mark);
+    }
+    template <class F> void List(const char* name, bool compared, EMatch match, F field) {
+        if (!compared && !d.all)
+            return;
+        const auto& x = field(a);
+        const auto& y = field(b);
+        const size_t mark = d.Push(name);
+        using E = typename std::decay_t<decltype(x)>::value_type;
+        if constexpr (std::is_same_v<E, CObject> || std::is_same_v<E, CProperty> ||
+                      std::is_same_v<E, CDrive>) {
+            if (match != EMatch::Position)
+                DiffByIdentity(d, x, y);
+            else
+                DiffByPosition(d, x, y);
+        } else {
+            DiffByPosition(d, x, y);
+        }
+        d.Pop(mark);
+    }
+    template <class F> void Part(const char* name, bool compared, F field) {
+        if (!compared && !d.all)
+            return;
+        const size_t mark = d.Push(name);
+        DiffRecord(d, field(a), field(b));
+        d.Pop(mark);
+    }
+};
+
+template <class R> void DiffRecord(Differ& d, const R& a, const R& b) {
+    DiffVisitor<R> visitor{d, a, b};
+    Describe(visitor, static_cast<const R*>(nullptr));
+}
+
+template <class R> void DiffRoot(Differ& d, const R& a, const R& b) {
+    if constexpr (std::is_same_v<R, CProperty>) {
+        if (a != b)
+            d.Changed(a, b);
+    } else {
+        DiffRecord(d, a, b);
+    }
+}
+
+} // namespace
+} // namespace DiffInternal
+
+const char* ChangeKindName(EChangeKind kind) noexcept {
+    switch (kind) {
+    case EChangeKind::Added:
+        return "added";
+    case EChangeKind::Removed:
+        return "removed";
+    case EChangeKind::Changed:
+        return "changed";
+    case EChangeKind::Moved:
+        return "moved";
+    }
+    return "?";
+}
+
+template <class Record>
+unsigned int Diff(const Record& before, const Record& after, ChangeList& changes,
+                  EDiffFields fields, CInterchangeError* error) {
+    const size_t size = changes.size();
+    try {
+        DiffInternal::Differ differ{changes, fields == EDiffFields::All, error, std::string()};
+        DiffInternal::DiffRoot(differ, before, after);
+        return 0;
+    } catch (const DiffInternal::Failure& failure) {
+        changes.resize(size);
+        return failure.Code;
+    } catch (const std::bad_alloc&) {
+        changes.resize(size);
+        if (error != nullptr) {
+            error->Code = RESULT_OUT_OF_MEMORY;
+            error->Expected = "memory for the change list";
+        }
+        return RESULT_OUT_OF_MEMORY;
+    }
+}
+
+#define PI_DIFF_INSTANTIATE(Record)                                                                \
+    template PI_API unsigned int Diff<Record>(const Record&, const Record&, ChangeList&,           \
+                                              EDiffFields, CInterchangeError*);
+PI_DIFF_INSTANTIATE(CProperty)
+PI_DIFF_INSTANTIATE(CObject)
+PI_DIFF_INSTANTIATE(CTask)
+PI_DIFF_INSTANTIATE(CDrive)
+PI_DIFF_INSTANTIATE(CContainer)
+PI_DIFF_INSTANTIATE(CLogicalDrive)
+PI_DIFF_INSTANTIATE(CLevel)
+PI_DIFF_INSTANTIATE(CMigration)
+PI_DIFF_INSTANTIATE(CPartition)
+PI_DIFF_INSTANTIATE(CPassThrough)
+PI_DIFF_INSTANTIATE(CEvent)
+PI_DIFF_INSTANTIATE(COperation)
+#undef PI_DIFF_INSTANTIATE
+
+} // namespace PI

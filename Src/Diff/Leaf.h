@@ -1,0 +1,124 @@
+#pragma once
+
+// One value of a change in its interchange form: a field of a record (a
+// number, a flag, a text) or a whole element (a property, an object).
+
+#include "PI/Interchange.h"
+#include "PI/InterchangeError.h"
+
+#include <RVX/Strings.h>
+
+#include <cstddef>
+#include <limits>
+#include <string>
+#include <type_traits>
+#include <variant>
+
+namespace PI {
+namespace DiffInternal {
+
+template <class T>
+constexpr bool IS_TEXT =
+    std::is_same_v<T, std::string> || std::is_base_of_v<RVX::Strings::CStringVar, T>;
+template <class T> constexpr bool IS_NUMBER = std::is_arithmetic_v<T> || std::is_enum_v<T>;
+
+template <class T, class... Ts> constexpr unsigned int IndexIn(std::variant<Ts...>*) {
+    unsigned int index = 0;
+    bool found = false;
+    ((found = found || std::is_same_v<T, Ts>, index += found ? 0 : 1), ...);
+    return index;
+}
+
+// The record class of T, one of AnyRecord's.
+template <class T> constexpr ERecordClass ClassOf() {
+    return static_cast<ERecordClass>(IndexIn<T>(static_cast<AnyRecord*>(nullptr)));
+}
+
+// JSON text of numbers and flags.
+void AppendNumber(long long value, std::string& out);
+void AppendNumber(unsigned long long value, std::string& out);
+void AppendFlag(bool value, std::string& out);
+// A JSON string when the bytes are UTF-8, else {"Base64": "..."}.
+void AppendText(const std::string& text, std::string& out);
+
+// Readers of one JSON value each; false (and `out` untouched) for anything
+// else. Ranges are those of the field's type.
+bool ParseFlag(const std::string& json, bool& out);
+bool ParseSigned(const std::string& json, long long minimum, long long maximum, long long& out);
+bool ParseUnsigned(const std::string& json, unsigned long long maximum, unsigned long long& out);
+bool ParseText(const std::string& json, std::string& out);
+
+inline std::string& TextOf(std::string& text) {
+    return text;
+}
+inline const std::string& TextOf(const std::string& text) {
+    return text;
+}
+inline std::string& TextOf(RVX::Strings::CStringVar& text) {
+    return text.Str();
+}
+inline const std::string& TextOf(const RVX::Strings::CStringVar& text) {
+    return text.Str();
+}
+
+// Appends the JSON value of `value` to `out`; only records can fail.
+template <class T>
+unsigned int EncodeLeaf(const T& value, std::string& out, CInterchangeError* error) {
+    if constexpr (std::is_same_v<T, bool>) {
+        AppendFlag(value, out);
+    } else if constexpr (std::is_enum_v<T>) {
+        AppendNumber(static_cast<long long>(static_cast<int>(value)), out);
+    } else if constexpr (std::is_integral_v<T> && std::is_signed_v<T>) {
+        AppendNumber(static_cast<long long>(value), out);
+    } else if constexpr (std::is_integral_v<T>) {
+        AppendNumber(static_cast<unsigned long long>(value), out);
+    } else if constexpr (IS_TEXT<T>) {
+        AppendText(TextOf(value), out);
+    } else {
+        return WriteJsonValue(value, out, error);
+    }
+    return 0;
+}
+
+// Reads the JSON value of a leaf of type T. Returns false with `what` set
+// to what was expected; `out` is untouched then.
+template <class T> bool DecodeLeaf(const std::string& json, T& out, std::string& what) {
+    if constexpr (std::is_same_v<T, bool>) {
+        what = "true or false";
+        return ParseFlag(json, out);
+    } else if constexpr (std::is_enum_v<T> || (std::is_integral_v<T> && std::is_signed_v<T>)) {
+        using Stored = std::conditional_t<std::is_enum_v<T>, int, T>;
+        const long long lo = std::numeric_limits<Stored>::min();
+        const long long hi = std::numeric_limits<Stored>::max();
+        what = "an integer from " + std::to_string(lo) + " to " + std::to_string(hi);
+        long long value = 0;
+        if (!ParseSigned(json, lo, hi, value))
+            return false;
+        out = static_cast<T>(value);
+        return true;
+    } else if constexpr (std::is_integral_v<T>) {
+        const unsigned long long hi = std::numeric_limits<T>::max();
+        what = "an integer from 0 to " + std::to_string(hi);
+        unsigned long long value = 0;
+        if (!ParseUnsigned(json, hi, value))
+            return false;
+        out = static_cast<T>(value);
+        return true;
+    } else if constexpr (IS_TEXT<T>) {
+        what = "a text or {\"Base64\": ...}";
+        return ParseText(json, TextOf(out));
+    } else {
+        T record;
+        CInterchangeError error;
+        if (ReadJsonValue(json, record, &error) != 0) {
+            what =
+                "a " + std::string(RecordClassName(ClassOf<T>())) + " value (" + error.Text() + ")";
+            return false;
+        }
+        out = std::move(record);
+        return true;
+    }
+}
+
+} // namespace DiffInternal
+} // namespace PI

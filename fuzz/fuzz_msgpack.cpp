@@ -1,0 +1,4 @@
+// Fuzz target: the MessagePack decoder of the interchange form.
+#include "checks/Interchange.h"
+
+PI_FUZZ_TARGET(pi_fuzz::CheckMsgPackInterchange)

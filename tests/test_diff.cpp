@@ -1,0 +1,372 @@
+// The matching rules of the diff, the paths it writes, and the patches it
+// refuses, on small records written out by hand.
+#include "RecordFieldsEqual.h"
+
+#include <PI/Diff.h>
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace PI;
+using PI::Testing::FirstDifference;
+
+CProperty Text(int id, const std::string& text, unsigned int secondary = 0) {
+    CProperty p(static_cast<_PROPERTY_ID>(id), false);
+    if (secondary != 0)
+        p.SecondaryID = secondary;
+    p.SetValue(text);
+    return p;
+}
+CProperty Number(int id, unsigned long long value) {
+    CProperty p(static_cast<_PROPERTY_ID>(id), false);
+    p.SetValue(value);
+    return p;
+}
+CObject Object(unsigned long long id, std::vector<CProperty> properties = {}) {
+    CObject o(id, static_cast<_OBJECT_TYPE>(19020));
+    o.Properties = std::move(properties);
+    return o;
+}
+
+// "kind path" for each change, plus " from" for moves: the shape of a diff.
+std::vector<std::string> Shape(const ChangeList& changes) {
+    std::vector<std::string> shape;
+    for (const CChange& c : changes)
+        shape.push_back(std::string(ChangeKindName(c.Kind)) + " " + c.Path +
+                        (c.Kind == EChangeKind::Moved ? " " + c.From : ""));
+    return shape;
+}
+
+template <class Record>
+ChangeList DiffOf(const Record& a, const Record& b, EDiffFields fields = EDiffFields::Compared) {
+    ChangeList changes;
+    CInterchangeError error;
+    EXPECT_EQ(Diff(a, b, changes, fields, &error), 0u) << error.Text();
+    return changes;
+}
+
+template <class Record> void ExpectPatches(const Record& a, const Record& b) {
+    const ChangeList changes = DiffOf(a, b, EDiffFields::All);
+    Record patched(a);
+    CInterchangeError error;
+    ASSERT_EQ(Patch(patched, changes, &error), 0u) << error.Text();
+    EXPECT_EQ(FirstDifference(patched, b), "");
+}
+
+using Strings = std::vector<std::string>;
+
+TEST(DiffMatching, PropertiesPairByIdentityAndOccurrence) {
+    COperation a, b;
+    // Two properties with the same identifiers: the first of b is the first of
+    // a, so dropping the first one reads as a change and a removal at the end.
+    a.Properties = {Text(23003, "x"), Text(23003, "y"), Number(23004, 1)};
+    b.Properties = {Text(23003, "y"), Number(23004, 1)};
+    const ChangeList changes = DiffOf(a, b);
+    EXPECT_EQ(Shape(changes), (Strings{"changed /Properties/0", "removed /Properties/1"}));
+    EXPECT_EQ(changes[0].Old, R"({"PropertyID":23003,"Type":2,"Value":"x"})");
+    EXPECT_EQ(changes[0].New, R"({"PropertyID":23003,"Type":2,"Value":"y"})");
+    EXPECT_EQ(changes[1].Old, R"({"PropertyID":23003,"Type":2,"Value":"y"})");
+    ExpectPatches(a, b);
+
+    // The secondary id is part of the identity.
+    COperation c, d;
+    c.Properties = {Text(23003, "x", 1), Text(23003, "x", 2)};
+    d.Properties = {Text(23003, "x", 2), Text(23003, "x", 1)};
+    EXPECT_EQ(Shape(DiffOf(c, d)), (Strings{"moved /Properties/0 /Properties/1"}));
+    ExpectPatches(c, d);
+}
+
+TEST(DiffMatching, KindChangeIsOneChange) {
+    CObject a = Object(7, {Text(23003, "500 GB")});
+    CObject b = Object(7, {Number(23003, 500107862016ull)});
+    const ChangeList changes = DiffOf(a, b);
+    ASSERT_EQ(Shape(changes), (Strings{"changed /Properties/0"}));
+    EXPECT_EQ(changes[0].New, R"({"PropertyID":23003,"Type":5,"Value":500107862016})");
+    ExpectPatches(a, b);
+}
+
+TEST(DiffMatching, ObjectMovedAndChangedAtOnce) {
+    COperation a, b;
+    a.Objects = {Object(1), Object(2), Object(3, {Number(23004, 5)})};
+    b.Objects = {Object(3, {Number(23004, 6)}), Object(1), Object(2)};
+    b.Objects[0].Flag = true;
+    EXPECT_EQ(Shape(DiffOf(a, b)),
+              (Strings{"moved /Objects/0 /Objects/2", "changed /Objects/0/Flag",
+                       "changed /Objects/0/Properties/0"}));
+    ExpectPatches(a, b);
+}
+
+TEST(DiffMatching, InsertionsAndRemovalsAreNotMoves) {
+    COperation a, b;
+    a.Objects = {Object(1), Object(2), Object(3), Object(4)};
+    b.Objects = {Object(9), Object(1), Object(3), Object(4), Object(8)};
+    EXPECT_EQ(Shape(DiffOf(a, b)),
+              (Strings{"removed /Objects/1", "added /Objects/0", "added /Objects/4"}));
+    ExpectPatches(a, b);
+
+    // Reversing four objects keeps one in place and moves three.
+    COperation c = a, d;
+    d.Objects = {Object(4), Object(3), Object(2), Object(1)};
+    const ChangeList reversed = DiffOf(c, d);
+    ASSERT_EQ(reversed.size(), 3u);
+    for (const CChange& change : reversed)
+        EXPECT_EQ(change.Kind, EChangeKind::Moved);
+    ExpectPatches(c, d);
+}
+
+TEST(DiffMatching, EmptyListsOnEitherSide) {
+    COperation empty, full;
+    full.Objects = {Object(1), Object(2)};
+    full.Events.resize(1);
+    EXPECT_TRUE(DiffOf(empty, empty, EDiffFields::All).empty());
+    EXPECT_EQ(Shape(DiffOf(empty, full)),
+              (Strings{"added /Events/0", "added /Objects/0", "added /Objects/1"}));
+    EXPECT_EQ(Shape(DiffOf(full, empty)),
+              (Strings{"removed /Events/0", "removed /Objects/0", "removed /Objects/1"}));
+    ExpectPatches(empty, full);
+    ExpectPatches(full, empty);
+}
+
+TEST(DiffMatching, MemberDrivesPairByObjectAndStart) {
+    CContainer a, b;
+    a.Drives.resize(3);
+    a.Drives[0].ObjectID = 10;
+    a.Drives[1].ObjectID = 10;
+    a.Drives[1].StartAddress = 4096;
+    a.Drives[2].ObjectID = 11;
+    b.Drives = {a.Drives[1], a.Drives[0], a.Drives[2]};
+    b.Drives[2].UsedSize = 77; // operator== leaves the size out
+    EXPECT_EQ(Shape(DiffOf(a, b)), (Strings{"moved /Drives/0 /Drives/1"}));
+    EXPECT_EQ(Shape(DiffOf(a, b, EDiffFields::All)),
+              (Strings{"moved /Drives/0 /Drives/1", "changed /Drives/2/UsedSize"}));
+    ExpectPatches(a, b);
+}
+
+TEST(DiffMatching, OtherListsGoByPosition) {
+    CLevel a, b;
+    a.StripeSizes = {64, 128, 256};
+    b.StripeSizes = {128, 256};
+    EXPECT_EQ(Shape(DiffOf(a, b)), (Strings{"changed /StripeSizes/0", "changed /StripeSizes/1",
+                                            "removed /StripeSizes/2"}));
+    ExpectPatches(a, b);
+}
+
+TEST(DiffFields, IgnoredFieldsOnlyInTheSecondMode) {
+    COperation a, b;
+    a.Events.resize(1);
+    b.Events.resize(1);
+    b.Events[0].Text1 = "controller 0";
+    CEventRawAccess::Stored(b.Events[0], 2) = "T:drive 3";
+    CLogicalDrive ld;
+    a.LogicalDrives = {ld};
+    ld.GHS = {0x1000};
+    b.LogicalDrives = {ld};
+    ASSERT_TRUE(a == b);
+    EXPECT_TRUE(DiffOf(a, b).empty());
+    const ChangeList all = DiffOf(a, b, EDiffFields::All);
+    EXPECT_EQ(Shape(all), (Strings{"added /LogicalDrives/0/GHS/0", "changed /Events/0/PlaceHolder3",
+                                   "changed /Events/0/Text1"}));
+    EXPECT_EQ(all[1].Old, R"("")");
+    EXPECT_EQ(all[1].New, R"("T:drive 3")");
+    ExpectPatches(a, b);
+}
+
+TEST(DiffFields, TextsThatAreNotUtf8TravelAsBytes) {
+    CPartition a, b;
+    b.Text1 = std::string("\xff\x00z", 3);
+    const ChangeList changes = DiffOf(a, b);
+    ASSERT_EQ(changes.size(), 1u);
+    EXPECT_EQ(changes[0].New, R"({"Base64":"/wB6"})");
+    ExpectPatches(a, b);
+}
+
+TEST(DiffFields, TaskObjectPartIsItsOwnMember) {
+    CTask a;
+    CTask b(a);
+    b.ObjectID = 42;
+    b.Text1 = "Rebuild";
+    EXPECT_EQ(Shape(DiffOf(a, b)), (Strings{"changed /Object/ObjectID", "changed /Text1"}));
+    ExpectPatches(a, b);
+}
+
+TEST(DiffFields, APropertyAloneChangesWhole) {
+    const CProperty a = Number(23004, 1), b = Number(23004, 2);
+    EXPECT_EQ(Shape(DiffOf(a, b)), (Strings{"changed "}));
+    ExpectPatches(a, b);
+}
+
+// ---- Patches that are refused leave the record as it was ----
+
+class PatchRefusal : public ::testing::Test {
+protected:
+    void SetUp() override {
+        before.Objects = {Object(1, {Number(23004, 5)}), Object(2)};
+        after = before;
+        after.Objects[0].Properties[0] = Number(23004, 6);
+        after.Objects.push_back(Object(3));
+        changes = DiffOf(before, after);
+        ASSERT_EQ(changes.size(), 2u);
+    }
+    void ExpectRefused(const ChangeList& list, unsigned int code, const std::string& pointer) {
+        COperation target = before;
+        CInterchangeError error;
+        EXPECT_EQ(Patch(target, list, &error), code) << error.Text();
+        EXPECT_EQ(error.Pointer, pointer);
+        EXPECT_EQ(FirstDifference(target, before), "") << "a refused patch changed the record";
+    }
+    COperation before, after;
+    ChangeList changes;
+};
+
+TEST_F(PatchRefusal, OldValueThatTheRecordDoesNotHold) {
+    COperation other = before;
+    other.Objects[0].Properties[0] = Number(23004, 7);
+    CInterchangeError error;
+    COperation target = other;
+    EXPECT_EQ(Patch(target, changes, &error), DIFF_MISMATCH);
+    EXPECT_EQ(error.Pointer, "/Objects/0/Properties/0");
+    EXPECT_NE(error.Text().find("\"Value\":7"), std::string::npos) << error.Text();
+    EXPECT_EQ(FirstDifference(target, other), "");
+    // Applying the same list twice is refused the second time.
+    COperation twice = before;
+    ASSERT_EQ(Patch(twice, changes), 0u);
+    EXPECT_EQ(Patch(twice, changes), DIFF_MISMATCH);
+    EXPECT_EQ(FirstDifference(twice, after), "");
+}
+
+TEST_F(PatchRefusal, PathsThatNameNothing) {
+    ChangeList list = changes;
+    list[0].Path = "/Objects/0/Nothing";
+    ExpectRefused(list, DIFF_BAD_PATH, "/Objects/0/Nothing");
+    list = changes;
+    list[0].Path = "/Objects/x/Properties/0";
+    ExpectRefused(list, DIFF_BAD_PATH, "/Objects/x/Properties/0");
+    list = changes;
+    list[0].Path = "Objects/0";
+    ExpectRefused(list, DIFF_BAD_PATH, "Objects/0");
+    list = changes;
+    list[0].Path = "/Objects/5/Properties/0";
+    ExpectRefused(list, DIFF_BAD_PATH, "/Objects/5/Properties/0");
+    list = changes;
+    list[0].Path = "/Objects/0/Properties/0/Value"; // a property has no steps below it
+    ExpectRefused(list, DIFF_BAD_PATH, "/Objects/0/Properties/0/Value");
+    CChange removal{EChangeKind::Removed, "/Objects/2", "", "{}", ""};
+    ExpectRefused({removal}, DIFF_BAD_PATH, "/Objects/2");
+}
+
+TEST_F(PatchRefusal, ConflictingStructuralChanges) {
+    std::string one;
+    ASSERT_EQ(WriteJsonValue(before.Objects[1], one), 0u);
+    const CChange removal{EChangeKind::Removed, "/Objects/1", "", one, ""};
+    ExpectRefused({removal, removal}, DIFF_CONFLICT, "/Objects/1");
+    // An added element beyond the end of the new list leaves a gap.
+    CChange added = changes[1];
+    added.Path = "/Objects/5";
+    ExpectRefused({added}, DIFF_CONFLICT, "/Objects/5");
+    const CChange moved{EChangeKind::Moved, "/Objects/0", "/Objects/1", "", ""};
+    ExpectRefused({moved, moved}, DIFF_CONFLICT, "/Objects/0");
+    const CChange elsewhere{EChangeKind::Moved, "/Objects/0", "/Events/1", "", ""};
+    ExpectRefused({elsewhere}, DIFF_BAD_PATH, "/Objects/0");
+}
+
+TEST_F(PatchRefusal, ValuesThatDoNotDecode) {
+    ChangeList list = changes;
+    list[0].New = R"({"PropertyID":23004,"Type":5,"Value":-1})";
+    ExpectRefused(list, INTERCHANGE_SCHEMA, "/Objects/0/Properties/0");
+    const CChange flag{EChangeKind::Changed, "/Flag", "", "false", "1"};
+    ExpectRefused({flag}, INTERCHANGE_SCHEMA, "/Flag");
+    const CChange wide{EChangeKind::Changed, "/Setting1", "", "1", "2147483648"};
+    ExpectRefused({wide}, INTERCHANGE_SCHEMA, "/Setting1");
+}
+
+// ---- The change list document ----
+
+TEST(ChangeListDocument, WritesKindsAndMembersAndReadsThemBack) {
+    COperation a, b;
+    a.Objects = {Object(1), Object(2)};
+    b.Objects = {Object(2), Object(1, {Number(23004, 1)})};
+    b.Setting1 = 5;
+    const ChangeList changes = DiffOf(a, b);
+    std::string text;
+    ASSERT_EQ(WriteChangeList(changes, ERecordClass::Operation, text), 0u);
+    EXPECT_EQ(text, R"({"Version":1,"Class":"COperation","Changes":[)"
+                    R"({"Kind":"moved","Path":"/Objects/0","From":"/Objects/1"},)"
+                    R"({"Kind":"added","Path":"/Objects/1/Properties/0",)"
+                    R"("New":{"PropertyID":23004,"Type":5,"Value":1}},)"
+                    R"({"Kind":"changed","Path":"/Setting1","Old":1,"New":5}]})");
+    ChangeList read;
+    ERecordClass cls = ERecordClass::Property;
+    ASSERT_EQ(ReadChangeList(text.data(), text.size(), cls, read), 0u);
+    EXPECT_EQ(cls, ERecordClass::Operation);
+    EXPECT_EQ(read, changes);
+}
+
+TEST(ChangeListDocument, RefusesMalformedDocumentsWithTheirPointer) {
+    struct Case {
+        const char* text;
+        unsigned int code;
+        const char* pointer;
+    } cases[] = {
+        {R"({"Version":1,"Class":"COperation","Changes":[)", INTERCHANGE_SYNTAX, ""},
+        {R"({"Version":2,"Class":"COperation","Changes":[]})", INTERCHANGE_VERSION_UNKNOWN,
+         "/Version"},
+        {R"({"Version":1,"Class":"CThing","Changes":[]})", INTERCHANGE_SCHEMA, "/Class"},
+        {R"({"Version":1,"Class":"COperation","Changes":[],"More":1})", INTERCHANGE_SCHEMA,
+         "/More"},
+        {R"({"Version":1,"Class":"COperation","Changes":[{"Kind":"renamed","Path":""}]})",
+         INTERCHANGE_SCHEMA, "/Changes/0/Kind"},
+        {R"({"Version":1,"Class":"COperation","Changes":[{"Kind":"changed","Path":"/Flag","New":true}]})",
+         INTERCHANGE_SCHEMA, "/Changes/0/Old"},
+        {R"({"Version":1,"Class":"COperation","Changes":[{"Kind":"added","Path":"/Objects/0","Old":{},"New":{}}]})",
+         INTERCHANGE_SCHEMA, "/Changes/0/Old"},
+        {R"({"Version":1,"Class":"COperation","Changes":[{"Kind":"moved","Path":"/Objects/0"}]})",
+         INTERCHANGE_SCHEMA, "/Changes/0/From"},
+        {"{\"Version\":1,\"Class\":\"COperation\",\"Changes\":[{\"Kind\":\"changed\",\"Path\":\"/"
+         "\xff\"}]}",
+         INTERCHANGE_BAD_TEXT, ""},
+    };
+    const std::string deep = R"({"Version":1,"Class":"COperation","Changes":[{"Kind":"changed",)"
+                             R"("Path":"/Flag","Old":)" +
+                             std::string(100000, '[') + std::string(100000, ']') + R"(,"New":1}]})";
+    std::vector<Case> all(std::begin(cases), std::end(cases));
+    all.push_back({deep.c_str(), INTERCHANGE_LIMIT, ""});
+    for (const Case& c : all) {
+        ChangeList changes{CChange{}};
+        ERecordClass cls = ERecordClass::Level;
+        CInterchangeError error;
+        EXPECT_EQ(ReadChangeList(c.text, std::strlen(c.text), cls, changes, &error), c.code)
+            << c.text << "\n"
+            << error.Text();
+        EXPECT_EQ(error.Pointer, c.pointer) << c.text;
+        EXPECT_EQ(changes.size(), 1u) << "a refused document changed the output";
+        EXPECT_EQ(cls, ERecordClass::Level);
+    }
+}
+
+TEST(ChangeListDocument, TheFormatPagesExampleReads) {
+    std::ifstream page(std::string(PI_SOURCE_DIR) + "/docs/diff.md");
+    const std::string text((std::istreambuf_iterator<char>(page)),
+                           std::istreambuf_iterator<char>());
+    const size_t start = text.find("```json\n");
+    ASSERT_NE(start, std::string::npos);
+    const size_t end = text.find("```", start + 8);
+    const std::string example = text.substr(start + 8, end - start - 8);
+    ChangeList changes;
+    ERecordClass cls = ERecordClass::Property;
+    CInterchangeError error;
+    ASSERT_EQ(ReadChangeList(example.data(), example.size(), cls, changes, &error), 0u)
+        << error.Text();
+    EXPECT_EQ(cls, ERecordClass::Operation);
+    EXPECT_EQ(Shape(changes), (Strings{"removed /Objects/4", "moved /Objects/0 /Objects/1",
+                                       "changed /Objects/0/Properties/3", "added /Objects/7",
+                                       "changed /Setting1"}));
+}
+
+} // namespace

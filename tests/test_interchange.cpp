@@ -1,0 +1,241 @@
+// Round trips of random records of every class through JSON and MessagePack,
+// and the natural forms that the format page promises.
+#include "InterchangeTestSupport.h"
+#include "RecordGenerator.h"
+
+#include <PI/Interchange.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <set>
+
+using namespace PI;
+using PI::Testing::ExpectRoundTrips;
+using PI::Testing::FirstDifference;
+using PI::Testing::RecordGenerator;
+
+namespace {
+
+template <class Make> void RoundTripMany(std::uint64_t seed, int count, Make make) {
+    RecordGenerator generator(seed);
+    for (int i = 0; i < count; ++i) {
+        const auto record = make(generator);
+        ExpectRoundTrips(record, "seed " + std::to_string(seed) + " record " + std::to_string(i));
+        if (::testing::Test::HasFailure())
+            return;
+    }
+}
+
+TEST(InterchangeRoundTrip, PropertiesOfEveryKindAndForm) {
+    RoundTripMany(1, 3000, [](RecordGenerator& g) { return g.Property(); });
+
+    // The generator reaches every kind in its natural form and the raw form.
+    RecordGenerator generator(1);
+    std::set<unsigned int> natural;
+    int raw = 0;
+    for (int i = 0; i < 3000; ++i) {
+        const CProperty p = generator.Property();
+        std::string json;
+        ASSERT_EQ(WriteJsonValue(p, json), 0u);
+        if (json.find("\"Raw\"") != std::string::npos)
+            ++raw;
+        else
+            natural.insert(p.Type);
+    }
+    EXPECT_EQ(natural.size(), 11u);
+    EXPECT_GT(raw, 300);
+}
+
+TEST(InterchangeRoundTrip, ObjectsAndTasks) {
+    RoundTripMany(2, 400, [](RecordGenerator& g) { return g.Object(); });
+    RoundTripMany(3, 400, [](RecordGenerator& g) { return g.Task(); });
+}
+
+TEST(InterchangeRoundTrip, LogicalDriveRecords) {
+    RoundTripMany(4, 300, [](RecordGenerator& g) { return g.Drive(); });
+    RoundTripMany(5, 200, [](RecordGenerator& g) { return g.Container(); });
+    RoundTripMany(6, 200, [](RecordGenerator& g) { return g.LogicalDrive(); });
+}
+
+TEST(InterchangeRoundTrip, LevelsMigrationsPartitionsPassThroughsEvents) {
+    RoundTripMany(7, 300, [](RecordGenerator& g) { return g.Level(); });
+    RoundTripMany(8, 300, [](RecordGenerator& g) { return g.Migration(); });
+    RoundTripMany(9, 300, [](RecordGenerator& g) { return g.Partition(); });
+    RoundTripMany(10, 100, [](RecordGenerator& g) { return g.PassThrough(); });
+    RoundTripMany(11, 500, [](RecordGenerator& g) { return g.Event(); });
+}
+
+TEST(InterchangeRoundTrip, Operations) {
+    RoundTripMany(12, 150, [](RecordGenerator& g) { return g.Operation(); });
+}
+
+TEST(InterchangeRoundTrip, DefaultRecordsAndHugeLists) {
+    ExpectRoundTrips(CProperty(), "default property");
+    ExpectRoundTrips(CObject(), "default object");
+    ExpectRoundTrips(CTask(), "default task");
+    ExpectRoundTrips(CEvent(), "default event");
+    ExpectRoundTrips(COperation(), "default operation");
+
+    CObject big(1, OBJECT_TYPE_TASK);
+    for (unsigned long long i = 0; i < 70000; ++i)
+        big.Children.push_back(i * 0x9E3779B97F4A7C15ull);
+    CProperty list(ADAPTER_ACTIVITY, false);
+    std::vector<std::string> texts(70000, "entry");
+    texts[69999] = std::string(100000, 'x');
+    ASSERT_EQ(list.SetValue(texts, 0x5555u), 0u);
+    big.Properties.push_back(list);
+    ExpectRoundTrips(big, "huge lists");
+}
+
+// --- the natural forms as the format page spells them ----------------------
+
+std::string PropertyJson(const CProperty& p) {
+    std::string json;
+    EXPECT_EQ(WriteJsonValue(p, json), 0u);
+    return json;
+}
+
+TEST(InterchangeForms, ValuesOfEachKind) {
+    CProperty p(ADAPTER_ACTIVITY, false);
+    EXPECT_EQ(PropertyJson(p), R"({"PropertyID":23002,"Type":1})");
+
+    ASSERT_EQ(p.SetValue(std::string("  a\"b  ")), 0u);
+    EXPECT_EQ(PropertyJson(p), R"({"PropertyID":23002,"Type":2,"Value":"a\"b"})");
+
+    std::vector<int> list{7, -1};
+    ASSERT_EQ(p.SetValue(2, list), 0u);
+    EXPECT_EQ(PropertyJson(p),
+              R"({"PropertyID":23002,"Type":3,"Value":{"Value":2,"List":[7,-1]}})");
+
+    ASSERT_EQ(p.SetValue(true), 0u);
+    EXPECT_EQ(PropertyJson(p), R"({"PropertyID":23002,"Type":4,"Value":true})");
+
+    ASSERT_EQ(p.SetValue(18446744073709551615ull), 0u);
+    EXPECT_EQ(PropertyJson(p), R"({"PropertyID":23002,"Type":5,"Value":18446744073709551615})");
+
+    ASSERT_EQ(p.SetValue(15, 0, 10, 2), 0u);
+    EXPECT_EQ(PropertyJson(p), R"({"PropertyID":23002,"Type":6,"Value":{"Value":10,)"
+                               R"("Minimum":0,"Maximum":10,"Step":2}})");
+
+    std::vector<int> first{1, 2}, second;
+    ASSERT_EQ(p.SetValue(first, second), 0u);
+    EXPECT_EQ(PropertyJson(p),
+              R"({"PropertyID":23002,"Type":7,"Value":{"First":[1,2],"Second":[]}})");
+
+    ASSERT_EQ(p.SetValue(0.1f), 0u);
+    EXPECT_EQ(PropertyJson(p), R"({"PropertyID":23002,"Type":8,"Value":0.1})");
+    ASSERT_EQ(p.SetValue(-0.0f), 0u);
+    EXPECT_EQ(PropertyJson(p), R"({"PropertyID":23002,"Type":8,"Value":-0.0})");
+    ASSERT_EQ(p.SetValue(3.0f), 0u);
+    EXPECT_EQ(PropertyJson(p), R"({"PropertyID":23002,"Type":8,"Value":3.0})");
+
+    std::vector<unsigned long long> ids;
+    ASSERT_EQ(p.SetValue(ids), 0u);
+    EXPECT_EQ(PropertyJson(p), R"({"PropertyID":23002,"Type":9,"Value":[]})");
+
+    ASSERT_EQ(p.SetValue(std::vector<std::string>{"a", "bc"}, 5u), 0u);
+    EXPECT_EQ(PropertyJson(p),
+              R"({"PropertyID":23002,"Type":11,"SelectionMask":5,"Value":["a","bc"]})");
+}
+
+TEST(InterchangeForms, RawFormsAndBytes) {
+    CProperty p(ADAPTER_ACTIVITY, false);
+    // A size without a block, as a setter that ran out of memory leaves it.
+    p.Type = VT_UINT64_LIST;
+    p.SubType = PROPERTY_SUBTYPE_64BIT;
+    p.DataSize = 24;
+    EXPECT_EQ(PropertyJson(p), R"({"PropertyID":23002,"Type":9,"Raw":null,"DataSize":24})");
+
+    // NaN keeps its payload in the raw form.
+    const std::uint32_t nan = 0x7FC00001u;
+    float value;
+    std::memcpy(&value, &nan, 4);
+    ASSERT_EQ(p.SetValue(value), 0u);
+    EXPECT_EQ(PropertyJson(p),
+              R"({"PropertyID":23002,"Type":8,"Raw":{"Base64":"AQDAfw=="},"DataSize":4})");
+
+    // A text that is not UTF-8 travels as bytes; its NUL stays out.
+    ASSERT_EQ(p.SetValue(std::string("\xFF"
+                                     "ab")),
+              0u);
+    EXPECT_EQ(PropertyJson(p), R"({"PropertyID":23002,"Type":2,"Value":{"Base64":"/2Fi"}})");
+
+    // Embedded NULs are characters of the text.
+    CPartition partition;
+    partition.Text1 = std::string("a\0b", 3);
+    std::string json;
+    ASSERT_EQ(WriteJsonValue(partition, json), 0u);
+    EXPECT_EQ(json, R"({"Text1":"a\u0000b"})");
+}
+
+TEST(InterchangeForms, DefaultsThatDependOnOtherMembers) {
+    // SecondaryID follows PropertyID, SubType follows the kind.
+    CProperty p(ADAPTER_ACTIVITY, false);
+    ASSERT_EQ(p.SetValue(5ull), 0u);
+    EXPECT_EQ(PropertyJson(p), R"({"PropertyID":23002,"Type":5,"Value":5})");
+    p.SubType = 0;
+    p.SecondaryID = 23002 + 1;
+    EXPECT_EQ(PropertyJson(p),
+              R"({"PropertyID":23002,"SecondaryID":23003,"Type":5,"SubType":0,"Value":5})");
+
+    // A task's object part defaults to the task's own object type.
+    CTask task;
+    task.Time1 = 9;
+    std::string json;
+    ASSERT_EQ(WriteJsonValue(task, json), 0u);
+    EXPECT_EQ(json, R"({"Time1":9})");
+    CTask back;
+    ASSERT_EQ(ReadJsonValue(R"({"Object":{"ObjectID":3},"Time1":9})", back), 0u);
+    EXPECT_EQ(back.ObjectType, OBJECT_TYPE_TASK);
+    EXPECT_EQ(back.ObjectID, 3u);
+}
+
+TEST(InterchangeForms, FloatsReadBackExactly) {
+    // Every one of many bit patterns of finite floats comes back bit for bit.
+    std::mt19937 engine(99);
+    CProperty p(ADAPTER_ACTIVITY, false);
+    for (int i = 0; i < 200000; ++i) {
+        std::uint32_t bits = engine();
+        float value;
+        std::memcpy(&value, &bits, 4);
+        if (!std::isfinite(value))
+            continue;
+        ASSERT_EQ(p.SetValue(value), 0u);
+        const std::string json = PropertyJson(p);
+        CProperty back;
+        ASSERT_EQ(ReadJsonValue(json, back), 0u) << json;
+        ASSERT_EQ(FirstDifference(p, back), "") << json;
+    }
+}
+
+TEST(InterchangeForms, MessagePackMirrorsJson) {
+    // {"PropertyID":23002,"Type":4,"Value":true} as MessagePack.
+    CProperty p(ADAPTER_ACTIVITY, false);
+    ASSERT_EQ(p.SetValue(true), 0u);
+    std::vector<std::uint8_t> packed;
+    ASSERT_EQ(WriteMsgPackValue(p, packed), 0u);
+    const std::vector<std::uint8_t> expected = {
+        0x83, 0xAA, 'P', 'r', 'o', 'p', 'e',  'r',  't', 'y', 'I', 'D', 0xCD, 0x59,
+        0xDA, 0xA4, 'T', 'y', 'p', 'e', 0x04, 0xA5, 'V', 'a', 'l', 'u', 'e',  0xC3};
+    EXPECT_EQ(packed, expected);
+}
+
+TEST(InterchangeForms, EncryptedTextsTravelAsStored) {
+    CProperty p(ADAPTER_ACTIVITY, false);
+    p.SubType = PROPERTY_SUBTYPE_ENCRYPTED;
+    ASSERT_EQ(p.SetValue(RVX::Strings::CStringRef("secret")), 0u);
+    std::string stored;
+    ASSERT_EQ(p.GetValue(stored), 0u);
+    ASSERT_EQ(stored.rfind("ENC1(", 0), 0u);
+    const std::string json = PropertyJson(p);
+    EXPECT_NE(json.find(stored), std::string::npos);
+    EXPECT_EQ(json.find("secret"), std::string::npos);
+    CProperty back;
+    ASSERT_EQ(ReadJsonValue(json, back), 0u);
+    EXPECT_EQ(FirstDifference(p, back), "");
+}
+
+} // namespace

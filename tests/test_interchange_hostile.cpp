@@ -1,0 +1,349 @@
+// Malformed and hostile inputs: each group of faults gets its code, the JSON
+// Pointer of the first offending element and what was expected there, and
+// the output record is left as it was.
+#include "RecordFieldsEqual.h"
+
+#include <PI/AllocHook.h>
+#include <PI/Interchange.h>
+
+#include <msgpack.hpp>
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+using namespace PI;
+using PI::Testing::FirstDifference;
+
+namespace {
+
+// A record that a failed decode must leave as it is.
+COperation Marker() {
+    COperation o;
+    o.Attribute1 = 4242;
+    CObject object(77, OBJECT_TYPE_TASK);
+    object.Properties.emplace_back(ADAPTER_ACTIVITY, true);
+    o.Objects.push_back(object);
+    return o;
+}
+
+template <class Record = COperation>
+void ExpectJsonRefused(const std::string& json, unsigned int code, const std::string& pointer,
+                       const std::string& expected) {
+    Record out;
+    if constexpr (std::is_same_v<Record, COperation>)
+        out = Marker();
+    const Record before = out;
+    CInterchangeError error;
+    EXPECT_EQ(ReadJsonDocument(json, out, &error), code) << json << "\n" << error.Text();
+    EXPECT_EQ(error.Code, code);
+    EXPECT_EQ(error.Pointer, pointer) << json;
+    EXPECT_NE(error.Expected.find(expected), std::string::npos) << json << "\n" << error.Expected;
+    EXPECT_EQ(FirstDifference(before, out), "") << "output changed by " << json;
+}
+
+std::vector<std::uint8_t> Bytes(std::initializer_list<int> list) {
+    std::vector<std::uint8_t> out;
+    for (int b : list)
+        out.push_back(static_cast<std::uint8_t>(b));
+    return out;
+}
+
+void ExpectPackRefused(const std::vector<std::uint8_t>& bytes, unsigned int code,
+                       const std::string& pointer, const std::string& expected) {
+    COperation out = Marker();
+    const COperation before = out;
+    CInterchangeError error;
+    EXPECT_EQ(ReadMsgPackDocument(bytes, out, &error), code) << error.Text();
+    EXPECT_EQ(error.Pointer, pointer);
+    EXPECT_NE(error.Expected.find(expected), std::string::npos) << error.Expected;
+    EXPECT_EQ(FirstDifference(before, out), "");
+}
+
+std::string Op(const std::string& body) {
+    return R"({"Version":1,"COperation":)" + body + "}";
+}
+
+TEST(InterchangeHostile, SyntaxErrors) {
+    ExpectJsonRefused("", INTERCHANGE_SYNTAX, "", "well-formed JSON");
+    ExpectJsonRefused(R"({"Version":1,"COperation":{})", INTERCHANGE_SYNTAX, "",
+                      "well-formed JSON");
+    ExpectJsonRefused(R"({"Version":1,"COperation":{}} {})", INTERCHANGE_SYNTAX, "",
+                      "well-formed JSON");
+    ExpectJsonRefused(std::string(R"({"Version":1,"COperation":{}})") + '\0' + "x",
+                      INTERCHANGE_SYNTAX, "", "well-formed JSON");
+    ExpectJsonRefused(R"({"Version":1,"COperation":{"Flag":tru}})", INTERCHANGE_SYNTAX, "",
+                      "well-formed JSON");
+    CInterchangeError error;
+    COperation out;
+    EXPECT_EQ(ReadJsonDocument(R"({"Version":1,  "COperation":{]})", out, &error),
+              INTERCHANGE_SYNTAX);
+    EXPECT_EQ(error.Offset, 29u);
+}
+
+TEST(InterchangeHostile, WrongTypes) {
+    ExpectJsonRefused("[]", INTERCHANGE_SCHEMA, "", "a document");
+    ExpectJsonRefused(Op(R"({"Flag":1})"), INTERCHANGE_SCHEMA, "/COperation/Flag", "true or false");
+    ExpectJsonRefused(Op(R"({"Attribute1":"1"})"), INTERCHANGE_SCHEMA, "/COperation/Attribute1",
+                      "an integer from -2147483648 to 2147483647");
+    ExpectJsonRefused(Op(R"({"Objects":{}})"), INTERCHANGE_SCHEMA, "/COperation/Objects", "a list");
+    ExpectJsonRefused(Op(R"({"Objects":[{},{"Parents":[1,"2"]}]})"), INTERCHANGE_SCHEMA,
+                      "/COperation/Objects/1/Parents/1", "an integer from 0 to");
+    ExpectJsonRefused(Op(R"({"Properties":[{"PropertyID":1,"Type":11,"Value":["a",2]}]})"),
+                      INTERCHANGE_SCHEMA, "/COperation/Properties/0/Value/1", "a text");
+    ExpectJsonRefused(Op(R"({"Properties":[{"PropertyID":1,"Type":6,"Value":{"Value":1}}]})"),
+                      INTERCHANGE_SCHEMA, "/COperation/Properties/0/Value", "the member Minimum");
+    ExpectJsonRefused(
+        Op(R"({"Properties":[{"PropertyID":1,"Type":3,"Value":{"Value":1,"List":[]}}]})"),
+        INTERCHANGE_SCHEMA, "/COperation/Properties/0/Value/List", "at least one integer");
+    ExpectJsonRefused(Op(R"({"Properties":[{"PropertyID":1,"Type":2}]})"), INTERCHANGE_SCHEMA,
+                      "/COperation/Properties/0", "a Value or Raw");
+    ExpectJsonRefused(Op(R"({"Properties":[{"PropertyID":1,"Type":1,"Value":3}]})"),
+                      INTERCHANGE_SCHEMA, "/COperation/Properties/0/Value", "no Value");
+    ExpectJsonRefused(Op(R"({"Properties":[{"PropertyID":1,"Type":12,"Value":3}]})"),
+                      INTERCHANGE_SCHEMA, "/COperation/Properties/0/Value", "no natural form");
+    ExpectJsonRefused(Op(R"({"Properties":[{"PropertyID":1,"Type":2,"Raw":"AA=="}]})"),
+                      INTERCHANGE_SCHEMA, "/COperation/Properties/0/Raw", "bytes");
+}
+
+TEST(InterchangeHostile, NumbersOutOfRange) {
+    ExpectJsonRefused(Op(R"({"Attribute1":2147483648})"), INTERCHANGE_RANGE,
+                      "/COperation/Attribute1", "an integer from -2147483648 to 2147483647");
+    ExpectJsonRefused(Op(R"({"Attribute1":-2147483649})"), INTERCHANGE_RANGE,
+                      "/COperation/Attribute1", "-2147483648");
+    ExpectJsonRefused(Op(R"({"Attribute1":1.5})"), INTERCHANGE_RANGE, "/COperation/Attribute1",
+                      "an integer");
+    ExpectJsonRefused(Op(R"({"Attribute1":1e2})"), INTERCHANGE_RANGE, "/COperation/Attribute1",
+                      "an integer");
+    ExpectJsonRefused(Op(R"({"Objects":[{"ObjectID":18446744073709551616}]})"), INTERCHANGE_RANGE,
+                      "/COperation/Objects/0/ObjectID", "18446744073709551615");
+    ExpectJsonRefused(Op(R"({"Objects":[{"ObjectID":-1}]})"), INTERCHANGE_RANGE,
+                      "/COperation/Objects/0/ObjectID", "an integer from 0");
+    ExpectJsonRefused(Op(R"({"Properties":[{"PropertyID":1,"Type":4294967296}]})"),
+                      INTERCHANGE_RANGE, "/COperation/Properties/0/Type", "4294967295");
+    ExpectJsonRefused(Op(R"({"Properties":[{"PropertyID":1,"Type":8,"Value":3.5e38}]})"),
+                      INTERCHANGE_RANGE, "/COperation/Properties/0/Value", "32-bit float");
+    ExpectJsonRefused(Op(R"({"Events":[{"Scalar1":9223372036854775808}]})"), INTERCHANGE_RANGE,
+                      "/COperation/Events/0/Scalar1", "9223372036854775807");
+    // The largest float and the smallest subnormal are fine.
+    COperation out;
+    EXPECT_EQ(
+        ReadJsonDocument(Op(R"({"Properties":[{"PropertyID":1,"Type":8,"Value":3.4028235e38},)"
+                            R"({"PropertyID":1,"Type":8,"Value":1e-45}]})"),
+                         out),
+        0u);
+}
+
+TEST(InterchangeHostile, UnknownRepeatedAndMissingMembers) {
+    ExpectJsonRefused(Op(R"({"Bogus":1})"), INTERCHANGE_SCHEMA, "/COperation/Bogus",
+                      "a member of COperation");
+    ExpectJsonRefused(Op(R"({"Objects":[{"a/b~c":1}]})"), INTERCHANGE_SCHEMA,
+                      "/COperation/Objects/0/a~1b~0c", "a member of CObject");
+    ExpectJsonRefused(Op(R"({"Flag":true,"Flag":false})"), INTERCHANGE_SCHEMA, "/COperation/Flag",
+                      "each member once");
+    ExpectJsonRefused(Op(R"({"Properties":[{"Type":2,"Value":"x"}]})"), INTERCHANGE_SCHEMA,
+                      "/COperation/Properties/0", "the member PropertyID");
+    ExpectJsonRefused(Op(R"({"Properties":[{"PropertyID":1,"Type":2,"Value":"x","Raw":null}]})"),
+                      INTERCHANGE_SCHEMA, "/COperation/Properties/0", "either Value or Raw");
+    ExpectJsonRefused(Op(R"({"Properties":[{"PropertyID":1,"Type":2,"Raw":null}]})"),
+                      INTERCHANGE_SCHEMA, "/COperation/Properties/0", "DataSize");
+    ExpectJsonRefused(Op(R"({"Properties":[{"PropertyID":1,"Type":2,"Value":"x","DataSize":2}]})"),
+                      INTERCHANGE_SCHEMA, "/COperation/Properties/0", "only beside Raw");
+    ExpectJsonRefused<CTask>(R"({"Version":1,"CTask":{"Text1":"x"}})", INTERCHANGE_SCHEMA, "/CTask",
+                             "the member Time1");
+    ExpectJsonRefused(
+        Op(R"({"Properties":[{"PropertyID":1,"Type":2,"Value":{"Base64":"AA==","x":1}}]})"),
+        INTERCHANGE_SCHEMA, "/COperation/Properties/0/Value", "no other member");
+}
+
+TEST(InterchangeHostile, VersionsAndClasses) {
+    ExpectJsonRefused(R"({"COperation":{}})", INTERCHANGE_SCHEMA, "", "the member Version");
+    ExpectJsonRefused(R"({"Version":2,"COperation":{}})", INTERCHANGE_VERSION_UNKNOWN, "/Version",
+                      "format version 1");
+    // An unknown version is named even when the record after it is broken.
+    ExpectJsonRefused(R"({"COperation":{"Bogus":1},"Version":0})", INTERCHANGE_VERSION_UNKNOWN,
+                      "/Version", "format version 1");
+    ExpectJsonRefused(R"({"Version":"1","COperation":{}})", INTERCHANGE_SCHEMA, "/Version",
+                      "format version 1");
+    ExpectJsonRefused(R"({"Version":1})", INTERCHANGE_SCHEMA, "", "a record class member");
+    ExpectJsonRefused(R"({"Version":1,"COperation":{},"CObject":{}})", INTERCHANGE_SCHEMA,
+                      "/CObject", "one record class member only");
+    ExpectJsonRefused(R"({"Version":1,"CThing":{}})", INTERCHANGE_SCHEMA, "/CThing",
+                      "the members Version and one record class");
+    ExpectJsonRefused(R"({"Version":1,"CObject":{}})", INTERCHANGE_WRONG_CLASS, "/CObject",
+                      "a document of class COperation");
+    // Members in either order.
+    COperation out;
+    EXPECT_EQ(ReadJsonDocument(R"({"COperation":{"Flag":true},"Version":1})", out), 0u);
+    EXPECT_TRUE(out.Flag);
+}
+
+TEST(InterchangeHostile, BlocksTheReadersWouldRefuse) {
+    // Raw blocks of the known kinds must be what the kind's readers accept.
+    ExpectJsonRefused(Op(R"({"Properties":[{"PropertyID":1,"Type":2,"Raw":{"Base64":"YWI="}}]})"),
+                      INTERCHANGE_BAD_BLOCK, "/COperation/Properties/0/Raw", "ending in NUL");
+    ExpectJsonRefused(
+        Op(R"({"Properties":[{"PropertyID":1,"Type":5,"Raw":{"Base64":"AAAAAA=="}}]})"),
+        INTERCHANGE_BAD_BLOCK, "/COperation/Properties/0/Raw", "8 bytes");
+    // A string list whose table claims more than the block holds: 2 entries
+    // of 9 and 1 bytes in a block of 8 + 2 text bytes.
+    ExpectJsonRefused(
+        Op(R"({"Properties":[{"PropertyID":1,"Type":11,"Raw":{"Base64":"CQAAAAEAAABhAA=="},"SplitSize":8}]})"),
+        INTERCHANGE_BAD_BLOCK, "/COperation/Properties/0/Raw", "length table");
+    ExpectJsonRefused(
+        Op(R"({"Properties":[{"PropertyID":1,"Type":7,"Raw":{"Base64":"AAAAAA=="},"SplitSize":8}]})"),
+        INTERCHANGE_BAD_BLOCK, "/COperation/Properties/0/Raw", "SplitSize");
+    ExpectJsonRefused(
+        Op(R"({"Properties":[{"PropertyID":1,"Type":99,"Raw":{"Base64":"AAAA"},"DataSize":4}]})"),
+        INTERCHANGE_RANGE, "/COperation/Properties/0/DataSize", "the number of bytes");
+
+    // The encoder refuses such a block too, naming the property.
+    COperation op;
+    CProperty bad(ADAPTER_ACTIVITY, false);
+    ASSERT_EQ(bad.SetValue(std::vector<std::string>{"a", "b"}, 1u), 0u);
+    bad.Data[0] = 200; // the first entry now runs past the block
+    op.Properties.emplace_back();
+    op.Properties.push_back(bad);
+    std::string json = "kept";
+    CInterchangeError error;
+    EXPECT_EQ(WriteJsonDocument(op, json, &error), INTERCHANGE_BAD_BLOCK);
+    EXPECT_EQ(error.Pointer, "/COperation/Properties/1");
+    EXPECT_EQ(json, "kept");
+    std::vector<std::uint8_t> packed{1, 2};
+    EXPECT_EQ(WriteMsgPackValue(op, packed, &error), INTERCHANGE_BAD_BLOCK);
+    EXPECT_EQ(error.Pointer, "/Properties/1");
+    EXPECT_EQ(packed, Bytes({1, 2}));
+}
+
+TEST(InterchangeHostile, InvalidTextAndBase64) {
+    ExpectJsonRefused(Op("{\"Partitions\":[{\"Text1\":\"a\xFF\"}]}"), INTERCHANGE_BAD_TEXT, "",
+                      "well-formed JSON");
+    ExpectJsonRefused(Op("{\"Partitions\":[{\"Text1\":\"\xED\xA0\x80\"}]}"), INTERCHANGE_BAD_TEXT,
+                      "", "well-formed JSON");
+    ExpectJsonRefused(Op(R"({"Partitions":[{"Text1":"\ud800"}]})"), INTERCHANGE_SYNTAX, "",
+                      "surrogate");
+    ExpectJsonRefused(Op(R"({"Partitions":[{"Text1":{"Base64":"YW=="}}]})"), INTERCHANGE_BAD_TEXT,
+                      "/COperation/Partitions/0/Text1/Base64", "standard Base64");
+    ExpectJsonRefused(Op(R"({"Partitions":[{"Text1":{"Base64":"Y!=="}}]})"), INTERCHANGE_BAD_TEXT,
+                      "/COperation/Partitions/0/Text1/Base64", "standard Base64");
+    ExpectJsonRefused(Op(R"({"Partitions":[{"Text1":{"Base64":"YQ="}}]})"), INTERCHANGE_BAD_TEXT,
+                      "/COperation/Partitions/0/Text1/Base64", "standard Base64");
+
+    // {"Version":1,"CPartition":{"Text1":"\xFF"}} with a str that is not UTF-8.
+    CPartition out;
+    CInterchangeError error;
+    const auto bytes =
+        Bytes({0x82, 0xA7, 'V', 'e', 'r', 's', 'i',  'o',  'n', 0x01, 0xAA, 'C', 'P', 'a',  'r',
+               't',  'i',  't', 'i', 'o', 'n', 0x81, 0xA5, 'T', 'e',  'x',  't', '1', 0xA1, 0xFF});
+    EXPECT_EQ(ReadMsgPackDocument(bytes, out, &error), INTERCHANGE_BAD_TEXT);
+    EXPECT_NE(error.Expected.find("UTF-8"), std::string::npos);
+    // The same byte as a bin is a text in its bytes form.
+    auto asBin = bytes;
+    asBin[asBin.size() - 2] = 0xC4;
+    asBin.insert(asBin.end() - 1, 0x01);
+    ASSERT_EQ(ReadMsgPackDocument(asBin, out, &error), 0u) << error.Text();
+    EXPECT_EQ(out.Text1, "\xFF");
+}
+
+TEST(InterchangeHostile, TruncatedAndOversizedMessagePack) {
+    CPartition partition;
+    partition.Text1 = "some text";
+    std::vector<std::uint8_t> whole;
+    ASSERT_EQ(WriteMsgPackDocument(partition, whole), 0u);
+    for (size_t cut = 0; cut < whole.size(); ++cut) {
+        CPartition out;
+        CInterchangeError error;
+        EXPECT_EQ(ReadMsgPackDocument(whole.data(), cut, out, &error), INTERCHANGE_SYNTAX) << cut;
+        EXPECT_TRUE(out.Text1.empty());
+    }
+    auto trailing = whole;
+    trailing.push_back(0xC0);
+    ExpectPackRefused(trailing, INTERCHANGE_SYNTAX, "", "the end of the input");
+
+    // An array that declares 4294967295 elements in a few bytes, and a str
+    // that declares 4 GiB: refused without building anything.
+    ExpectPackRefused(
+        Bytes({0x82, 0xA7, 'V', 'e', 'r', 's', 'i', 'o',  'n',  0x01, 0xAA, 'C',  'O',
+               'p',  'e',  'r', 'a', 't', 'i', 'o', 'n',  0x81, 0xAA, 'P',  'r',  'o',
+               'p',  'e',  'r', 't', 'i', 'e', 's', 0xDD, 0xFF, 0xFF, 0xFF, 0xFF, 0x80}),
+        INTERCHANGE_SYNTAX, "", "more bytes");
+    ExpectPackRefused(
+        Bytes({0x81, 0xA7, 'V', 'e', 'r', 's', 'i', 'o', 'n', 0xDB, 0xFF, 0xFF, 0xFF, 0xFF, 'a'}),
+        INTERCHANGE_SYNTAX, "", "more bytes");
+    // Extension types and keys that are not texts.
+    ExpectPackRefused(Bytes({0x81, 0xA7, 'V', 'e', 'r', 's', 'i', 'o', 'n', 0xD4, 0x01, 0x00}),
+                      INTERCHANGE_SCHEMA, "", "no extension types");
+    ExpectPackRefused(Bytes({0x81, 0x01, 0x01}), INTERCHANGE_SCHEMA, "", "a str as the key");
+}
+
+TEST(InterchangeHostile, NestingAndSize) {
+    std::string deep(100000, '[');
+    ExpectJsonRefused(deep, INTERCHANGE_LIMIT, "", "at most 32 nested");
+    std::vector<std::uint8_t> deepPack(100000, 0x91); // arrays of one array of ...
+    ExpectPackRefused(deepPack, INTERCHANGE_LIMIT, "", "at most 32 nested");
+    // 32 levels are fine for the parser; the schema then names the fault.
+    ExpectJsonRefused(Op(R"({"Objects":[[[[]]]]})"), INTERCHANGE_SCHEMA, "/COperation/Objects/0",
+                      "an object (CObject)");
+
+    // Beyond the input limit nothing is read at all.
+    const std::string tiny = "{}";
+    COperation out;
+    CInterchangeError error;
+    EXPECT_EQ(ReadJsonDocument(tiny.data(), INTERCHANGE_MAX_INPUT + 1, out, &error),
+              INTERCHANGE_LIMIT);
+    EXPECT_EQ(ReadMsgPackDocument(reinterpret_cast<const std::uint8_t*>(tiny.data()),
+                                  INTERCHANGE_MAX_INPUT + 1, out, &error),
+              INTERCHANGE_LIMIT);
+
+    // A declared size without a block allocates nothing, whatever it says.
+    CProperty huge;
+    ASSERT_EQ(ReadJsonValue(R"({"PropertyID":1,"Type":2,"Raw":null,"DataSize":4294967295})", huge),
+              0u);
+    EXPECT_EQ(huge.Data, nullptr);
+    EXPECT_EQ(huge.DataSize, 4294967295u);
+}
+
+TEST(InterchangeHostile, OutOfMemoryWhileBuildingBlocks) {
+    if (!PI::Test::AllocHooksAvailable())
+        GTEST_SKIP() << "library built without the allocation hook";
+    const std::string json = Op(
+        R"({"Properties":[{"PropertyID":1,"Type":2,"Value":"a"},{"PropertyID":2,"Type":4,"Value":true}]})");
+    COperation out = Marker();
+    const COperation before = out;
+    CInterchangeError error;
+    {
+        PI::Test::CAllocHookScope scope;
+        PI::Test::FailAllocations(1);
+        EXPECT_EQ(ReadJsonDocument(json, out, &error), RESULT_OUT_OF_MEMORY);
+    }
+    EXPECT_EQ(error.Pointer, "/COperation/Properties/1/Value");
+    EXPECT_EQ(FirstDifference(before, out), "");
+    EXPECT_EQ(ReadJsonDocument(json, out, &error), 0u);
+}
+
+TEST(InterchangeHostile, MessagesNameThePlace) {
+    CInterchangeError error;
+    COperation out;
+    EXPECT_NE(ReadJsonDocument(
+                  Op(R"({"Objects":[{},{},{},{"Properties":[{},{},{},{},{},{},{},{},{},{},{},{},)"
+                     R"({"PropertyID":1,"Type":11,"Value":"x"}]}]})"),
+                  out, &error),
+              0u);
+    EXPECT_EQ(
+        error.Text().rfind("/COperation/Objects/3/Properties/0: expected the member PropertyID", 0),
+        0u)
+        << error.Text();
+    EXPECT_NE(
+        ReadJsonDocument(Op(R"({"Objects":[{},{},{},{"Properties":[{"PropertyID":1,"Type":1},)"
+                            R"({"PropertyID":1,"Type":11,"Value":"x"}]}]})"),
+                         out, &error),
+        0u);
+    EXPECT_EQ(
+        error.Text().rfind(
+            "/COperation/Objects/3/Properties/1/Value: expected a list of texts (code 20101", 0),
+        0u)
+        << error.Text();
+}
+
+} // namespace
