@@ -1,12 +1,14 @@
 # Type stubs of the compiled part of the pi package.
 import os
 from typing import (Any, Dict, Iterable, Iterator, List, MutableSequence, Optional, Tuple,
-                    TypeVar, Union, overload)
+                    Type, TypeVar, Union, overload)
 
 from ._identifiers import ObjectType, PropertyID, Severity, Units, ValueType
 from ._values import Range, SenseData, Selection, XmlText
+from ._changes import ChangeList
 
 _T = TypeVar("_T")
+_R = TypeVar("_R", bound="_Record")
 
 PropertyValue = Union[None, str, XmlText, bool, int, float, Range, Selection,
                       Tuple[List[int], List[int]], List[int], List[str]]
@@ -74,6 +76,12 @@ class _Record:
     def __copy__(self: _T) -> _T: ...
     def __deepcopy__(self: _T, memo: Any) -> _T: ...
     __hash__: None  # type: ignore[assignment]
+    def to_json(self) -> str: ...
+    def to_msgpack(self) -> bytes: ...
+    @classmethod
+    def from_json(cls: Type[_R], data: Union[str, bytes, bytearray, memoryview]) -> _R: ...
+    @classmethod
+    def from_msgpack(cls: Type[_R], data: Union[bytes, bytearray, memoryview]) -> _R: ...
 
 class CProperty(_Record):
     PropertyID: Union[PropertyID, int]
@@ -256,6 +264,34 @@ class COperation(_Record):
     Flag: bool
     Setting9: int
     def __init__(self) -> None: ...
+
+Record = Union[CProperty, CObject, CTask, CDrive, CContainer, CLogicalDrive, CLevel, CMigration,
+               CPartition, CPassThrough, CEvent, COperation]
+
+# ---- interchange form and diff ---------------------------------------------
+
+def from_json(data: Union[str, bytes, bytearray, memoryview]) -> Record: ...
+def from_msgpack(data: Union[bytes, bytearray, memoryview]) -> Record: ...
+def load(path: Union[str, os.PathLike]) -> Record: ...
+
+class Change:
+    def __init__(self, kind: str, path: str, *, old: Any = ..., new: Any = ...,
+                 from_path: Optional[str] = ...) -> None: ...
+    @property
+    def kind(self) -> str: ...
+    @property
+    def path(self) -> str: ...
+    @property
+    def from_path(self) -> Optional[str]: ...
+    @property
+    def old(self) -> Any: ...
+    @property
+    def new(self) -> Any: ...
+    def __eq__(self, other: object) -> bool: ...
+    __hash__: None  # type: ignore[assignment]
+
+def diff(before: _R, after: _R, all_fields: bool = ...) -> ChangeList: ...
+def patch(record: _R, changes: Iterable[Change]) -> _R: ...
 
 # ---- configuration store ---------------------------------------------------
 
