@@ -170,3 +170,20 @@ def test_wrong_arguments():
         pi.Change(None, "/x")
     with pytest.raises(TypeError):
         pi.Change("moved", 5, from_path="/y")
+
+
+def test_hostile_values_are_refused_not_crashes():
+    op = pi.COperation()
+    nested = 1
+    for _ in range(200):
+        nested = [nested]
+    for value in (2**200, -2**70, True, "x" * 100000, {"a": 1}, nested):
+        with pytest.raises(pi.PatchError) as info:
+            pi.patch(op, [pi.Change("changed", "/Setting1", old=op.Setting1, new=value)])
+        assert info.value.pointer == "/Setting1"
+    with pytest.raises(pi.PatchError) as info:
+        pi.patch(op, [pi.Change("added", "/Objects/0", new={"ObjectID": nested})])
+    assert info.value.code == 20101 and "nested" in info.value.text
+    with pytest.raises(pi.InterchangeError) as info:
+        pi.ChangeList.from_json(b"\xff\xfe")
+    assert info.value.code == 20100
