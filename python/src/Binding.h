@@ -79,6 +79,7 @@ PIBIND_ARGUMENT(TextOrBytes)
 PIBIND_ARGUMENT(Value)
 PIBIND_ARGUMENT(Record)
 PIBIND_ARGUMENT(Changes)
+PIBIND_ARGUMENT(ChangeListResult)
 #undef PIBIND_ARGUMENT
 
 } // namespace pibind
@@ -104,6 +105,7 @@ PIBIND_ARGUMENT_NAME(TextOrBytes, "Union[str, bytes, bytearray, memoryview]")
 PIBIND_ARGUMENT_NAME(Value, "Any")
 PIBIND_ARGUMENT_NAME(Record, "Record")
 PIBIND_ARGUMENT_NAME(Changes, "Iterable[Change]")
+PIBIND_ARGUMENT_NAME(ChangeListResult, "ChangeList")
 #undef PIBIND_ARGUMENT_NAME
 } // namespace detail
 } // namespace pybind11

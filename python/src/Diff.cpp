@@ -66,11 +66,12 @@ CChange MakeChange(Str kind, Str path, Value old, Value now, OptionalStr fromPat
     return change;
 }
 
-py::object MakeList(ChangeList&& changes, ERecordClass recordClass) {
+ChangeListResult MakeList(ChangeList&& changes, ERecordClass recordClass) {
     py::list items;
     for (CChange& change : changes)
         items.append(py::cast(std::move(change)));
-    return PackageAttr("pi._changes", "ChangeList")(items, RecordClassName(recordClass));
+    return ChangeListResult(
+        PackageAttr("pi._changes", "ChangeList")(items, RecordClassName(recordClass)));
 }
 
 ChangeList ChangesArg(py::handle changes) {
@@ -91,10 +92,10 @@ ChangeList ChangesArg(py::handle changes) {
                          "not " + std::string(py::str(py::type::of(value).attr("__name__"))));
 }
 
-py::object DiffRecords(Record before, Record after, Bool allFields) {
+ChangeListResult DiffRecords(Record before, Record after, Bool allFields) {
     const EDiffFields fields =
         BoolArg(allFields, "all_fields") ? EDiffFields::All : EDiffFields::Compared;
-    py::object result;
+    ChangeListResult result;
     const bool known = WithRecord(before, [&](auto& a) {
         using R = std::decay_t<decltype(a)>;
         if (!py::type::of(after).is(py::type::of<R>()))
@@ -125,8 +126,8 @@ void CheckListClass(py::handle changes, ERecordClass recordClass) {
                               RecordClassName(recordClass));
 }
 
-py::object PatchRecord(Record record, Changes changes) {
-    py::object result;
+Record PatchRecord(Record record, Changes changes) {
+    Record result;
     const bool known = WithRecord(record, [&](auto& r) {
         using R = std::decay_t<decltype(r)>;
         CheckListClass(changes, ClassOf<R>());
@@ -135,7 +136,7 @@ py::object PatchRecord(Record record, Changes changes) {
         CInterchangeError error;
         if (const unsigned int code = Patch(patched, list, &error))
             RaiseInterchange(code, error, "PatchError");
-        result = py::cast(std::move(patched));
+        result = Record(py::cast(std::move(patched)));
     });
     if (!known)
         NotARecord(record, "record");
@@ -155,7 +156,7 @@ py::str WriteChanges(Changes changes, Str recordClass) {
     return ToPy(out);
 }
 
-py::object ReadChanges(TextOrBytes data) {
+ChangeListResult ReadChanges(TextOrBytes data) {
     ERecordClass cls = ERecordClass::Operation;
     ChangeList changes;
     CInterchangeError error;

@@ -58,11 +58,11 @@ template <class R> R FromMsgPack(py::handle data) {
     return record;
 }
 
-py::object FromAny(AnyRecord&& record) {
-    return std::visit([](auto&& r) { return py::cast(std::move(r)); }, std::move(record));
+Record FromAny(AnyRecord&& record) {
+    return Record(std::visit([](auto&& r) { return py::cast(std::move(r)); }, std::move(record)));
 }
 
-py::object AnyFromJson(TextOrBytes data) {
+Record AnyFromJson(TextOrBytes data) {
     AnyRecord record;
     CInterchangeError error;
     const unsigned int code = WithJsonText(data, [&](const char* text, size_t length) {
@@ -73,7 +73,7 @@ py::object AnyFromJson(TextOrBytes data) {
     return FromAny(std::move(record));
 }
 
-py::object AnyFromMsgPack(Buffer data) {
+Record AnyFromMsgPack(Buffer data) {
     AnyRecord record;
     CInterchangeError error;
     CBytes bytes(data, "data");
@@ -93,7 +93,7 @@ bool LooksLikeJson(const CBytes& bytes) {
     return true; // empty: the JSON reader names the fault
 }
 
-py::object Load(Path path) {
+Record Load(Path path) {
     py::object content = py::module_::import("pathlib").attr("Path")(path).attr("read_bytes")();
     CBytes bytes(content, "file content");
     return LooksLikeJson(bytes) ? AnyFromJson(TextOrBytes(content))
