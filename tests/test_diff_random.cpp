@@ -163,10 +163,12 @@ std::string Describe(const ChangeList& changes) {
 // Every field: the patch gives the second record back exactly, also after the
 // change list went through its JSON document.
 void ExpectPatchGivesAfter(const COperation& before, const COperation& after,
-                           const std::string& label) {
+                           const std::string& label, size_t (&kinds)[4]) {
     ChangeList all;
     CInterchangeError error;
     ASSERT_EQ(Diff(before, after, all, EDiffFields::All, &error), 0u) << label << error.Text();
+    for (const CChange& change : all)
+        ++kinds[static_cast<unsigned int>(change.Kind)];
     COperation patched = ExactCopy(before);
     ASSERT_EQ(Patch(patched, all, &error), 0u) << label << ": " << error.Text() << "\n"
                                                << Describe(all);
@@ -190,6 +192,7 @@ void ExpectPatchGivesAfter(const COperation& before, const COperation& after,
 }
 
 TEST(DiffRandom, PatchOfDiffGivesTheSecondRecordFieldByField) {
+    size_t kinds[4] = {};
     for (std::uint64_t seed = 1; seed <= 400; ++seed) {
         RecordGenerator g(seed);
         g.MaxRecords = 4;
@@ -198,10 +201,13 @@ TEST(DiffRandom, PatchOfDiffGivesTheSecondRecordFieldByField) {
         Mutator mutate(g);
         for (size_t edits = g.Below(6); edits > 0; --edits)
             mutate.Edit(after);
-        ExpectPatchGivesAfter(before, after, "seed " + std::to_string(seed));
+        ExpectPatchGivesAfter(before, after, "seed " + std::to_string(seed), kinds);
         if (HasFailure())
             return;
     }
+    // The edits made every kind of change many times over.
+    for (size_t count : kinds)
+        EXPECT_GT(count, 20u);
 }
 
 TEST(DiffRandom, ComparedDiffIsEmptyExactlyWhenEqualAndPatchesToAnEqualRecord) {

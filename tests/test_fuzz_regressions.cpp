@@ -2,6 +2,7 @@
 // fault with (fuzz/regressions/<target>/) through the same checks the fuzz
 // targets run, in the ordinary build and the sanitizer builds. Faults that
 // need a particular sequence of calls have their own cases below.
+#include "../fuzz/checks/ChangeList.h"
 #include "../fuzz/checks/DriveIdentity.h"
 #include "../fuzz/checks/EventPlaceholders.h"
 #include "../fuzz/checks/Ini.h"
@@ -40,6 +41,7 @@ const Target kTargets[] = {
     {"string_list", &pi_fuzz::CheckStringList},
     {"json", &pi_fuzz::CheckJsonInterchange},
     {"msgpack", &pi_fuzz::CheckMsgPackInterchange},
+    {"change_list", &pi_fuzz::CheckChangeList},
 };
 
 // The regular files of a directory, sorted; none when it does not exist.

@@ -304,6 +304,25 @@ TEST(InterchangeHostile, NestingAndSize) {
     EXPECT_EQ(huge.DataSize, 4294967295u);
 }
 
+// The memory limit leaves room for the largest amplification a valid input
+// has: an empty event is one byte of MessagePack and a whole CEvent.
+TEST(InterchangeHostile, MemoryLimitAdmitsEveryValidInput) {
+    COperation many;
+    many.Events.resize(200000);
+    many.PassThroughs.resize(200000);
+    std::vector<std::uint8_t> packed;
+    ASSERT_EQ(WriteMsgPackDocument(many, packed), 0u);
+    EXPECT_LT(packed.size(), 500000u);
+    COperation back;
+    CInterchangeError error;
+    ASSERT_EQ(ReadMsgPackDocument(packed, back, &error), 0u) << error.Text();
+    EXPECT_EQ(back.Events.size(), 200000u);
+    std::string json;
+    ASSERT_EQ(WriteJsonDocument(many, json), 0u);
+    ASSERT_EQ(ReadJsonDocument(json, back, &error), 0u) << error.Text();
+    EXPECT_EQ(FirstDifference(many, back), "");
+}
+
 TEST(InterchangeHostile, OutOfMemoryWhileBuildingBlocks) {
     if (!PI::Test::AllocHooksAvailable())
         GTEST_SKIP() << "library built without the allocation hook";

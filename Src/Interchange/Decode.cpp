@@ -73,8 +73,10 @@ public:
     }
     bool Charge(size_t bytes) {
         if (bytes > m_Budget - m_Used)
-            return Fail(INTERCHANGE_LIMIT, "an input whose records fit the decoder's memory limit "
-                                           "(256 bytes per input byte and 1 MiB)");
+            return Fail(INTERCHANGE_LIMIT,
+                        "an input whose records fit the decoder's memory limit (" +
+                            std::to_string(INTERCHANGE_MEMORY_PER_BYTE) +
+                            " bytes per input byte and 1 MiB)");
         m_Used += bytes;
         return true;
     }

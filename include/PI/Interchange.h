@@ -68,8 +68,9 @@ inline ERecordClass RecordClassOf(const AnyRecord& record) noexcept {
 constexpr size_t INTERCHANGE_MAX_INPUT = size_t(1) << 30; // bytes of one document or value
 constexpr unsigned int INTERCHANGE_MAX_DEPTH = 32;        // nested objects and arrays
 // Records built while decoding may take at most this many bytes per input
-// byte, plus INTERCHANGE_MEMORY_BASE.
-constexpr size_t INTERCHANGE_MEMORY_PER_BYTE = 256;
+// byte, plus INTERCHANGE_MEMORY_BASE. The most a valid input needs is an empty
+// event in MessagePack: one byte for a whole CEvent.
+constexpr size_t INTERCHANGE_MEMORY_PER_BYTE = 640;
 constexpr size_t INTERCHANGE_MEMORY_BASE = size_t(1) << 20;
 
 // Encoding. `Record` is one of the twelve classes of AnyRecord. The text or
