@@ -126,6 +126,13 @@ TEST(InterchangeHostile, NumbersOutOfRange) {
                       INTERCHANGE_RANGE, "/COperation/Properties/0/Value", "32-bit float");
     ExpectJsonRefused(Op(R"({"Events":[{"Scalar1":9223372036854775808}]})"), INTERCHANGE_RANGE,
                       "/COperation/Events/0/Scalar1", "9223372036854775807");
+    // Integers beyond 64 bits, also long ones, are numbers out of range.
+    ExpectJsonRefused(Op(R"({"Objects":[{"ObjectID":184467440737095516156}]})"), INTERCHANGE_RANGE,
+                      "/COperation/Objects/0/ObjectID", "18446744073709551615");
+    // Numbers beyond a double's range the JSON reader itself refuses.
+    ExpectJsonRefused(Op(R"({"Attribute1":-1e400})"), INTERCHANGE_SYNTAX, "", "Number too big");
+    ExpectJsonRefused(Op(R"({"Properties":[{"PropertyID":1,"Type":8,"Value":1e39}]})"),
+                      INTERCHANGE_RANGE, "/COperation/Properties/0/Value", "32-bit float");
     // The largest float and the smallest subnormal are fine.
     COperation out;
     EXPECT_EQ(

@@ -8,6 +8,9 @@
 #include <rapidjson/reader.h>
 
 #include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
 #include <string>
 
 namespace PI {
@@ -44,7 +47,35 @@ public:
         Add(TokenKind::Double).Double = value;
         return true;
     }
-    bool RawNumber(const char*, rapidjson::SizeType, bool) { return false; }
+    // Numbers arrive as their text (RapidJSON's own conversion of long
+    // numbers is not safe in 1.1.0) and are converted here, exactly:
+    // integers that fit 64 bits as integers, everything else as the nearest
+    // double.
+    bool RawNumber(const char* text, rapidjson::SizeType length, bool) {
+        const char* end = text + length;
+        const bool integral =
+            std::find_if(text, end, [](char c) { return c == '.' || c == 'e' || c == 'E'; }) == end;
+        if (integral) {
+            if (text[0] == '-') {
+                std::int64_t value = 0;
+                const std::from_chars_result r = std::from_chars(text, end, value);
+                if (r.ec == std::errc() && r.ptr == end)
+                    return Int64(value);
+            } else {
+                std::uint64_t value = 0;
+                const std::from_chars_result r = std::from_chars(text, end, value);
+                if (r.ec == std::errc() && r.ptr == end)
+                    return Uint64(value);
+            }
+        }
+        double value = 0;
+        const std::from_chars_result r = std::from_chars(text, end, value);
+        if (r.ec == std::errc::result_out_of_range)
+            value = text[0] == '-' ? -HUGE_VAL : HUGE_VAL; // beyond every field's range
+        else if (r.ec != std::errc() || r.ptr != end)
+            return false;
+        return Double(value);
+    }
     bool String(const char* text, rapidjson::SizeType length, bool) {
         return AddText(TokenKind::Text, text, length);
     }
@@ -119,7 +150,7 @@ unsigned int TokenizeJson(const char* text, size_t length, TokenList& out,
     JsonTokenHandler handler(out.Tokens, stream, error);
     rapidjson::Reader reader;
     constexpr unsigned flags = rapidjson::kParseInsituFlag | rapidjson::kParseValidateEncodingFlag |
-                               rapidjson::kParseIterativeFlag | rapidjson::kParseFullPrecisionFlag;
+                               rapidjson::kParseIterativeFlag | rapidjson::kParseNumbersAsStringsFlag;
     const rapidjson::ParseResult result = reader.Parse<flags>(stream, handler);
     if (result.IsError() || stream.Tell() != length) {
         if (error.Code != 0)
