@@ -219,6 +219,9 @@ void RegisterDiff(py::module_& m) {
         py::is_operator());
     change.attr("__hash__") = py::none();
     change.def("__repr__", &ChangeRepr);
+    change.def("__copy__", [](const CChange& c) { return CChange(c); });
+    change.def(
+        "__deepcopy__", [](const CChange& c, py::handle) { return CChange(c); }, py::arg("memo"));
 
     m.def("diff", &DiffRecords, py::arg("before"), py::arg("after"),
           py::arg("all_fields") = py::bool_(false),

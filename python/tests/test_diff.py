@@ -30,6 +30,9 @@ def test_example_inventories_diff_and_patch(examples):
     assert pi.patch(before, changes) == after
     assert before == kept  # patch works on a copy
     assert pi.diff(after, after) == []
+    copied = copy.deepcopy(changes)
+    assert copied == changes and copied.record_class == "COperation"
+    assert copy.copy(changes[0]) == changes[0] and copy.copy(changes[0]) is not changes[0]
 
 
 def test_change_values_are_python_values():
