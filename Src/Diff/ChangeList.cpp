@@ -171,9 +171,12 @@ unsigned int ReadChangeList(const char* text, size_t length, ERecordClass& recor
     try {
         if (length > INTERCHANGE_MAX_INPUT)
             return Fail(error, INTERCHANGE_LIMIT, "", "at most 1 GiB of input");
-        constexpr unsigned int FLAGS = rapidjson::kParseValidateEncodingFlag |
-                                       rapidjson::kParseFullPrecisionFlag |
-                                       rapidjson::kParseIterativeFlag;
+        // Not kParseFullPrecisionFlag: RapidJSON 1.1.0's full-precision path
+        // passes zero to clz() on some inputs ("0E95"). Values are written
+        // back with the shortest text that reads as the same double, and
+        // floats (the only fractions) survive that.
+        constexpr unsigned int FLAGS =
+            rapidjson::kParseValidateEncodingFlag | rapidjson::kParseIterativeFlag;
         DepthGuard guard;
         rapidjson::Reader reader;
         rapidjson::MemoryStream bytes(text, length);
