@@ -1,6 +1,7 @@
 """The PI library from Python: typed property values, the value records,
-the helpers (sense data, drive identity, help paths, icons, units) and the
-configuration store.
+the helpers (sense data, drive identity, help paths, icons, units), the
+configuration store, the interchange form (JSON and MessagePack) of the
+records, and diff and patch.
 
 Errors of the library arrive as pi.Error (or a subclass) with ``.code`` and
 ``.text``; a wrong Python type gives TypeError.
@@ -13,13 +14,16 @@ from ._errors import (  # noqa: F401
     Error,
     FileError,
     IndexOutOfRangeError,
+    InterchangeError,
     InvalidDataError,
     NotFoundError,
     OutOfMemoryError,
+    PatchError,
     SenseDataError,
     WrongKindError,
 )
 from ._values import Range, SenseData, Selection, XmlText  # noqa: F401
+from ._changes import ChangeList  # noqa: F401
 from ._core import *  # noqa: F401,F403
 from . import _core
 
@@ -27,8 +31,9 @@ __all__ = sorted(
     list(_identifier_names)
     + [n for n in dir(_core) if not n.startswith("_")]
     + [
-        "ClosedError", "EmptyListError", "Error", "FileError", "IndexOutOfRangeError", "InvalidDataError",
-        "NotFoundError", "OutOfMemoryError", "SenseDataError", "WrongKindError",
+        "ChangeList", "ClosedError", "EmptyListError", "Error", "FileError", "IndexOutOfRangeError",
+        "InterchangeError", "InvalidDataError", "NotFoundError", "OutOfMemoryError", "PatchError",
+        "SenseDataError", "WrongKindError",
         "Range", "SenseData", "Selection", "XmlText",
     ]
 )

@@ -56,6 +56,25 @@ class ClosedError(Error, ValueError):
     """An operation on a closed object."""
 
 
+class InterchangeError(Error, ValueError):
+    """A record or change list document that cannot be read or written
+    (codes 20100 to 20107). ``.pointer`` is the JSON Pointer of the first
+    offending element ("" for the whole input), ``.offset`` its byte offset.
+    """
+
+    def __init__(self, code: int, text: str, pointer: str = "", offset: int = 0):
+        super().__init__(code, text)
+        self.pointer = pointer
+        self.offset = offset
+
+
+class PatchError(InterchangeError):
+    """A change list that does not apply to the record: a path that names no
+    element (20110), an old value that is not the record's (20111), or two
+    changes of one element (20112). The record is left as it was.
+    """
+
+
 _BY_CODE = {
     ExceptionCode.INDEX_OUT_OF_RANGE: IndexOutOfRangeError,
     ExceptionCode.INVALID_DATA: InvalidDataError,

@@ -17,6 +17,8 @@ void RegisterHelpers(py::module_& m);
 void RegisterProperty(py::module_& m);
 void RegisterRecords(py::module_& m);
 void RegisterConfig(py::module_& m);
+void RegisterInterchange(py::module_& m);
+void RegisterDiff(py::module_& m);
 void RegisterTesting(py::module_& m);
 
 // A class that another area registered, to add methods to it: the
@@ -73,6 +75,11 @@ PIBIND_ARGUMENT(Buffer)
 PIBIND_ARGUMENT(Ints)
 PIBIND_ARGUMENT(Strs)
 PIBIND_ARGUMENT(Path)
+PIBIND_ARGUMENT(TextOrBytes)
+PIBIND_ARGUMENT(Value)
+PIBIND_ARGUMENT(Record)
+PIBIND_ARGUMENT(Changes)
+PIBIND_ARGUMENT(ChangeListResult)
 #undef PIBIND_ARGUMENT
 
 } // namespace pibind
@@ -94,6 +101,11 @@ PIBIND_ARGUMENT_NAME(Buffer, "Union[bytes, bytearray, memoryview]")
 PIBIND_ARGUMENT_NAME(Ints, "Iterable[int]")
 PIBIND_ARGUMENT_NAME(Strs, "Iterable[str]")
 PIBIND_ARGUMENT_NAME(Path, "Union[str, os.PathLike]")
+PIBIND_ARGUMENT_NAME(TextOrBytes, "Union[str, bytes, bytearray, memoryview]")
+PIBIND_ARGUMENT_NAME(Value, "Any")
+PIBIND_ARGUMENT_NAME(Record, "Record")
+PIBIND_ARGUMENT_NAME(Changes, "Iterable[Change]")
+PIBIND_ARGUMENT_NAME(ChangeListResult, "ChangeList")
 #undef PIBIND_ARGUMENT_NAME
 } // namespace detail
 } // namespace pybind11

@@ -9,6 +9,8 @@ PYBIND11_MODULE(_core, m) {
     pibind::RegisterProperty(m);
     pibind::RegisterRecords(m);
     pibind::RegisterConfig(m);
-    pibind::RegisterTesting(m);
     // Areas that extend the record classes register after them.
+    pibind::RegisterInterchange(m);
+    pibind::RegisterDiff(m);
+    pibind::RegisterTesting(m);
 }

@@ -63,3 +63,30 @@ def test_failed_list_write_keeps_the_list(hook):
         obj.Properties.append(p)
     hook.reset()
     assert len(obj.Properties) == 1 and obj.Properties[0] == p
+
+
+def test_decoders_and_patch_out_of_memory_leak_nothing(hook, examples):
+    import os
+
+    before = pi.load(os.path.join(examples, "inventory-before.json"))
+    after = pi.load(os.path.join(examples, "inventory-after.json"))
+    text, packed, changes = after.to_json(), after.to_msgpack(), pi.diff(before, after)
+    kept = copy.deepcopy(before)
+    live = hook.live_blocks()
+    for skip in range(0, 130, 3):
+        for read in (lambda: pi.from_json(text), lambda: pi.COperation.from_msgpack(packed)):
+            hook.fail_allocations(skip)
+            try:
+                assert read() == after
+            except pi.OutOfMemoryError as error:
+                assert error.code == pi.Result.OUT_OF_MEMORY and "memory" in error.text
+        hook.fail_allocations(skip)
+        try:
+            assert pi.patch(before, changes) == after
+        except (pi.OutOfMemoryError, pi.InvalidDataError, pi.PatchError) as error:
+            # A value of the change list that could not be built is refused
+            # as a value that does not read, naming the memory it wanted.
+            assert "memory" in error.text or error.code == pi.ExceptionCode.INVALID_DATA
+        hook.reset()
+        assert hook.live_blocks() == live
+    assert before == kept

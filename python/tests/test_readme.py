@@ -6,7 +6,9 @@ import re
 README = os.path.join(os.path.dirname(__file__), "..", "..", "README.md")
 
 
-def test_readme_session():
+def test_readme_session(monkeypatch):
+    # The session reads examples/ as it would when pasted in the source tree.
+    monkeypatch.chdir(os.path.dirname(README))
     with open(README, encoding="utf-8") as f:
         text = f.read()
     sessions = re.findall(r"```python\n(>>> .*?)```", text, re.S)

@@ -1,0 +1,209 @@
+"""The interchange form: JSON and MessagePack documents of every record."""
+import json
+import os
+
+import pytest
+
+import pi
+
+
+def fields_of(record):
+    return {name: getattr(record, name) for name in record._fields}
+
+
+def sample_records():
+    """One record of each class with fields away from their defaults, also
+    fields that == leaves out, texts that are not UTF-8 and 64-bit ids."""
+    prop = pi.CProperty(pi.PropertyID.ADAPTER_NAME)
+    prop.value = "controller \u00e9 0"
+    prop.SecondaryID = 3
+    ranged = pi.CProperty(pi.PropertyID.ADAPTER_NAME)
+    ranged.set_range(15, 0, 20, 5)
+    pair = pi.CProperty(pi.PropertyID.ADAPTER_NAME)
+    pair.set_int_list_pair([1, 2, 3], [-4, 5])
+    strings = pi.CProperty(pi.PropertyID.ADAPTER_NAME)
+    strings.set_string_list(["a", "b\udcff"], 2)
+    big = pi.CProperty(pi.PropertyID.ADAPTER_NAME)
+    big.set_uint64(2**64 - 1)
+
+    obj = pi.CObject(2**64 - 1, 19020)
+    obj.Parents.extend([1, 2**63])
+    obj.Properties.extend([prop, ranged])
+    obj.Flag = True
+    task = pi.CTask()
+    task.Text1 = "rebuild"
+    task.Text2 = "bytes \udcfe\udcff"
+    task.Time1 = 1700000000
+    task.ObjectID = 77
+    drive = pi.CDrive()
+    drive.ObjectID, drive.StartAddress, drive.UsedSize = 4096, 2048, 10**12
+    container = pi.CContainer()
+    container.Drives.append(drive)
+    ld = pi.CLogicalDrive()
+    ld.Size = 3 * 2**40
+    ld.Containers.append(container)
+    ld.GHS.extend([4100, 4101])  # not compared by ==, kept all the same
+    level = pi.CLevel()
+    level.StripeSizes.extend([64, 128, 256])
+    level.Properties.append(pair)
+    migration = pi.CMigration()
+    migration.Attribute1, migration.Attribute3 = 5, -6
+    partition = pi.CPartition()
+    partition.Text1 = "/dev/sda1"
+    passthrough = pi.CPassThrough()
+    passthrough.Value = 9
+    event = pi.CEvent()
+    event.Scalar1 = 1
+    event.Text1 = "not compared"
+    event.set_placeholder(1, "drive 3")
+    event.set_placeholder(2, 1234)
+    op = pi.COperation()
+    op.Setting1 = 5
+    op.Objects.append(obj)
+    op.LogicalDrives.append(ld)
+    op.Levels.append(level)
+    op.Migrations.append(migration)
+    op.Events.append(event)
+    op.PassThroughs.append(passthrough)
+    op.Partitions.append(partition)
+    op.Properties.extend([strings, big])
+    return [prop, ranged, pair, strings, big, obj, task, drive, container, ld, level, migration,
+            partition, passthrough, event, op]
+
+
+@pytest.mark.parametrize("record", sample_records(), ids=lambda r: type(r).__name__)
+def test_every_class_round_trips_field_by_field(record):
+    cls = type(record)
+    for back in (cls.from_json(record.to_json()), cls.from_msgpack(record.to_msgpack()),
+                 pi.from_json(record.to_json()), pi.from_msgpack(record.to_msgpack())):
+        assert type(back) is cls  # a task stays a task, not an object
+        assert back == record
+        assert fields_of(back) == fields_of(record)
+        if cls is pi.CProperty:
+            assert back.value == record.value and back.Type == record.Type
+
+
+def test_document_names_its_class_and_version():
+    doc = json.loads(pi.CTask().to_json())
+    assert list(doc) == ["Version", "CTask"]
+    assert doc["Version"] == 1
+
+
+def test_round_trip_through_pythons_json_module():
+    op = sample_records()[-1]
+    doc = json.loads(op.to_json())
+    assert doc["COperation"]["Objects"][0]["ObjectID"] == 2**64 - 1
+    doc["COperation"]["Setting2"] = 42
+    doc["COperation"]["Objects"][0]["Parents"].append(3)
+    back = pi.COperation.from_json(json.dumps(doc, indent=2))
+    assert back.Setting2 == 42
+    assert list(back.Objects[0].Parents) == [1, 2**63, 3]
+    back.Setting2 = op.Setting2
+    obj = back.Objects[0]
+    obj.Parents.pop()
+    back.Objects[0] = obj
+    assert fields_of(back) == fields_of(op)
+
+
+def test_text_that_is_not_utf8_survives_json_loads():
+    task = pi.CTask()
+    task.Text1 = "\udcff\udc80ok"
+    doc = json.loads(task.to_json())
+    assert doc["CTask"]["Text1"] != "\udcff\udc80ok"  # carried as Base64, valid JSON
+    assert pi.CTask.from_json(json.dumps(doc)).Text1 == "\udcff\udc80ok"
+
+
+def test_bytes_like_inputs():
+    op = sample_records()[-1]
+    text = op.to_json()
+    for data in (text.encode(), bytearray(text.encode()), memoryview(text.encode())):
+        assert pi.COperation.from_json(data) == op
+    packed = op.to_msgpack()
+    assert isinstance(packed, bytes)
+    assert pi.from_msgpack(bytearray(packed)) == op
+    assert pi.from_msgpack(memoryview(packed)) == op
+
+
+@pytest.mark.parametrize("text, code, pointer", [
+    ('{"Version": 1, "COperation": {', 20100, None),
+    ('{"Version": 1, "COperation": {"Setting1": "x"}}', 20101, "/COperation/Setting1"),
+    ('{"Version": 1, "COperation": {"Bogus": 1}}', 20101, "/COperation/Bogus"),
+    ('{"Version": 1, "COperation": {"Setting1": 1, "Setting1": 2}}', 20101, None),
+    ('{"Version": 1, "CPartition": {"Attribute1": 99999999999999999999}}', 20102,
+     "/CPartition/Attribute1"),
+    ('{"Version": 2, "COperation": {}}', 20103, None),
+    ('{"Version": 1, "CTask": {}}', 20104, None),
+    (b'{"Version": 1, "COperation": {"Partitions": [{"Text1": "\xff"}]}}', 20107, None),
+    ('', 20100, None),
+])
+def test_bad_documents_name_code_and_place(text, code, pointer):
+    cls = pi.CPartition if b"CPartition" in (text if isinstance(text, bytes) else text.encode()) \
+        else pi.COperation
+    with pytest.raises(pi.InterchangeError) as info:
+        cls.from_json(text)
+    error = info.value
+    assert isinstance(error, pi.Error) and isinstance(error, ValueError)
+    assert error.code == code
+    assert str(code) in error.text
+    if pointer is not None:
+        assert error.pointer == pointer
+        assert pointer in error.text
+    assert 0 <= error.offset <= len(text)
+
+
+def test_any_class_reader_refuses_unknown_class():
+    with pytest.raises(pi.InterchangeError):
+        pi.from_json('{"Version": 1, "CNothing": {}}')
+    with pytest.raises(pi.InterchangeError):
+        pi.from_msgpack(b"\x82\xa1x")  # truncated map
+    with pytest.raises(pi.InterchangeError):
+        pi.from_msgpack(b"")
+
+
+def test_wrong_types_are_type_errors():
+    for bad in (None, 5, 1.5, ["{}"], object()):
+        with pytest.raises(TypeError):
+            pi.COperation.from_json(bad)
+        with pytest.raises(TypeError):
+            pi.from_json(bad)
+        with pytest.raises(TypeError):
+            pi.from_msgpack(bad)
+    with pytest.raises(TypeError):
+        pi.from_msgpack("text is not MessagePack")
+    with pytest.raises(TypeError):
+        pi.load(None)
+    with pytest.raises(TypeError):
+        pi.COperation.to_json(pi.CObject())
+
+
+def test_lone_surrogate_in_str_is_not_a_crash():
+    with pytest.raises(UnicodeEncodeError):
+        pi.from_json('{"Version": 1, "CTask": {"Text1": "\ud800"}}')
+
+
+def test_example_files_load(examples, tmp_path):
+    before = pi.load(os.path.join(examples, "inventory-before.json"))
+    after = pi.load(os.path.join(examples, "inventory-after.json"))
+    assert type(before) is pi.COperation
+    assert len(before.Objects) > 1 and before != after
+    names = [p.value for p in before.Objects[0].Properties if p.Type == pi.ValueType.STRING]
+    assert "Controller 0" in names
+    packed = tmp_path / "before.msgpack"
+    packed.write_bytes(before.to_msgpack())
+    assert fields_of(pi.load(packed)) == fields_of(before)
+    spaced = tmp_path / "spaced.json"
+    spaced.write_text("\n  " + before.to_json())
+    assert pi.load(str(spaced)) == before
+
+
+def test_load_failures(tmp_path):
+    with pytest.raises(FileNotFoundError):
+        pi.load(tmp_path / "missing.json")
+    junk = tmp_path / "junk"
+    junk.write_bytes(b"\x00\x01\x02")
+    with pytest.raises(pi.InterchangeError):
+        pi.load(junk)
+    empty = tmp_path / "empty"
+    empty.write_bytes(b"")
+    with pytest.raises(pi.InterchangeError):
+        pi.load(empty)
