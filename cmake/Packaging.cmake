@@ -106,7 +106,8 @@ if(TARGET pi_python)
     "The pi module gives Python scripts the whole PI library: the helpers
 (sense texts and raw sense buffers, drive identity, help anchors, icons,
 units), the identifier vocabulary as IntEnums, typed property values, every
-record class and the configuration file.")
+record class with its JSON and MessagePack forms, diff and patch of records,
+and the configuration file.")
   # The extension module is built for this interpreter's version only.
   math(EXPR PI_PY_NEXT_MINOR "${Python3_VERSION_MINOR} + 1")
   set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
