@@ -4,7 +4,8 @@
 #
 #   scripts/make-debs.sh [BUILD_DIR]      (default build-deb)
 #
-# Configures BUILD_DIR for /usr (no RPATH, multiarch library directory),
+# Configures BUILD_DIR for /usr (no RPATH, multiarch library directory; a
+# Release build, since CPack strips the files anyway),
 # builds the libraries and the tool without tests, and leaves the .deb files
 # in BUILD_DIR/packages; their paths are printed, one a line.
 set -euo pipefail
@@ -12,7 +13,7 @@ cd "$(dirname "$0")/.."
 build=${1:-build-deb}
 jobs=$(nproc 2>/dev/null || echo 2)
 
-cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_INSTALL_PREFIX=/usr \
+cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr \
   -DPI_BUILD_TESTS=OFF -DPI_BUILD_BENCH=OFF -DPI_BUILD_FUZZ=OFF -DPI_TEST_HOOKS=OFF \
   -DPI_PYTHON_INSTALL_DIR=lib/python3/dist-packages \
   >"$build.configure.log" 2>&1 || { cat "$build.configure.log"; exit 1; }

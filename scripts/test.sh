@@ -4,7 +4,7 @@
 #   2. the same suites, the tool included, built with clang and
 #      AddressSanitizer + UndefinedBehaviorSanitizer: the clang build of CI,
 #   3. the configuration suites built with clang and ThreadSanitizer,
-#   4. each fuzz target for a short run (FUZZ_SECONDS, default 30) with a
+#   4. each fuzz target for a short run (FUZZ_SECONDS, default 20) with a
 #      fixed seed (FUZZ_SEED, default 1), so that a run is repeatable; longer
 #      and freshly seeded runs are scripts/fuzz.sh's own job,
 #   5. the Debian packages: built, checked with lintian, installed, used by
@@ -65,7 +65,7 @@ fi
 if ! skipped 2; then
   stage "2 clang, AddressSanitizer + UndefinedBehaviorSanitizer"
   CC=clang CXX=clang++ cmake -S . -B build-asan-clang -DCMAKE_BUILD_TYPE=Debug \
-    -DCMAKE_CXX_FLAGS_DEBUG="-O1 -g" -DPI_SANITIZE=ON >/dev/null
+    -DCMAKE_CXX_FLAGS_DEBUG="-O0 -g" -DPI_SANITIZE=ON >/dev/null
   cmake --build build-asan-clang -j"$jobs"
   CXX=clang++ ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
     UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
@@ -104,8 +104,8 @@ if [ "$fuzzing" = 1 ] && ! skipped 6; then
 fi
 
 if [ "$fuzzing" = 1 ]; then
-  stage "4 fuzz targets, ${FUZZ_SECONDS:-30} s each"
-  FUZZ_SEED="${FUZZ_SEED:-1}" scripts/fuzz.sh "${FUZZ_SECONDS:-30}"
+  stage "4 fuzz targets, ${FUZZ_SECONDS:-20} s each"
+  FUZZ_SEED="${FUZZ_SEED:-1}" scripts/fuzz.sh "${FUZZ_SECONDS:-20}"
 fi
 
 if ! skipped 6; then
