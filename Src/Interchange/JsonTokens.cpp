@@ -150,7 +150,8 @@ unsigned int TokenizeJson(const char* text, size_t length, TokenList& out,
     JsonTokenHandler handler(out.Tokens, stream, error);
     rapidjson::Reader reader;
     constexpr unsigned flags = rapidjson::kParseInsituFlag | rapidjson::kParseValidateEncodingFlag |
-                               rapidjson::kParseIterativeFlag | rapidjson::kParseNumbersAsStringsFlag;
+                               rapidjson::kParseIterativeFlag |
+                               rapidjson::kParseNumbersAsStringsFlag;
     const rapidjson::ParseResult result = reader.Parse<flags>(stream, handler);
     if (result.IsError() || stream.Tell() != length) {
         if (error.Code != 0)
