@@ -89,15 +89,7 @@ public:
 
 private:
     Token& Add(TokenKind kind) {
-        m_Tokens.emplace_back();
-        Token& token = m_Tokens.back();
-        token.Kind = kind;
-        token.Flag = false;
-        token.Count = 0;
-        token.Match = 0;
-        token.Unsigned = 0;
-        token.Offset = static_cast<std::uint32_t>(m_Stream.Tell());
-        return token;
+        return AppendToken(m_Tokens, kind, static_cast<std::uint32_t>(m_Stream.Tell()));
     }
     bool AddText(TokenKind kind, const char* text, rapidjson::SizeType length) {
         Token& token = Add(kind);

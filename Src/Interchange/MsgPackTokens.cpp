@@ -109,17 +109,7 @@ public:
     void set_referenced(bool) {}
 
 private:
-    Token& Add(TokenKind kind) {
-        m_Tokens.emplace_back();
-        Token& token = m_Tokens.back();
-        token.Kind = kind;
-        token.Flag = false;
-        token.Count = 0;
-        token.Match = 0;
-        token.Unsigned = 0;
-        token.Offset = m_Offset;
-        return token;
-    }
+    Token& Add(TokenKind kind) { return AppendToken(m_Tokens, kind, m_Offset); }
     // Only texts name the members of a map.
     bool Scalar(TokenKind kind) {
         if (m_InKey)

@@ -44,6 +44,15 @@ struct Token {
     };
 };
 
+// Appends a token of `kind` that ends about at `offset`; every other field
+// is zero (the token is value-initialised).
+inline Token& AppendToken(std::vector<Token>& tokens, TokenKind kind, std::uint32_t offset) {
+    Token& token = tokens.emplace_back();
+    token.Kind = kind;
+    token.Offset = offset;
+    return token;
+}
+
 // The parsed input: the tokens and, for JSON, the copy of the text that
 // strings point into.
 struct TokenList {
