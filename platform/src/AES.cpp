@@ -1,5 +1,7 @@
 #include "RVX/AES.h"
 
+#include "RVX/Base64.h"
+
 #include "RVX/Module.h"
 #include "RVX/Trace.h"
 
@@ -292,84 +294,6 @@ void TraceNoKey() noexcept {
     }
 }
 
-constexpr char kBase64[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-
-void Base64Encode(const unsigned char* data, size_t length, std::string& out) {
-    out.reserve(out.size() + (length + 2) / 3 * 4);
-    size_t i = 0;
-    for (; i + 3 <= length; i += 3) {
-        const unsigned v = (unsigned(data[i]) << 16) | (unsigned(data[i + 1]) << 8) | data[i + 2];
-        out.push_back(kBase64[(v >> 18) & 63]);
-        out.push_back(kBase64[(v >> 12) & 63]);
-        out.push_back(kBase64[(v >> 6) & 63]);
-        out.push_back(kBase64[v & 63]);
-    }
-    if (length - i == 1) {
-        const unsigned v = unsigned(data[i]) << 16;
-        out.push_back(kBase64[(v >> 18) & 63]);
-        out.push_back(kBase64[(v >> 12) & 63]);
-        out.append("==");
-    } else if (length - i == 2) {
-        const unsigned v = (unsigned(data[i]) << 16) | (unsigned(data[i + 1]) << 8);
-        out.push_back(kBase64[(v >> 18) & 63]);
-        out.push_back(kBase64[(v >> 12) & 63]);
-        out.push_back(kBase64[(v >> 6) & 63]);
-        out.push_back('=');
-    }
-}
-
-int Base64Value(char c) noexcept {
-    if (c >= 'A' && c <= 'Z')
-        return c - 'A';
-    if (c >= 'a' && c <= 'z')
-        return c - 'a' + 26;
-    if (c >= '0' && c <= '9')
-        return c - '0' + 52;
-    if (c == '+')
-        return 62;
-    if (c == '/')
-        return 63;
-    return -1;
-}
-
-// Strict decoding: a multiple of four characters, padding only at the end,
-// and unused bits zero, so that every byte sequence has exactly one text.
-bool Base64Decode(const char* text, size_t length, std::vector<unsigned char>& out) {
-    if (length == 0 || length % 4 != 0)
-        return false;
-    size_t padding = 0;
-    if (text[length - 1] == '=')
-        padding = text[length - 2] == '=' ? 2 : 1;
-    out.clear();
-    out.reserve(length / 4 * 3);
-    for (size_t i = 0; i < length; i += 4) {
-        const bool last = i + 4 == length;
-        int v[4];
-        for (size_t j = 0; j < 4; ++j) {
-            const bool isPad = last && j >= 4 - padding;
-            v[j] = isPad ? 0 : Base64Value(text[i + j]);
-            if (v[j] < 0)
-                return false;
-        }
-        const unsigned bits = (unsigned(v[0]) << 18) | (unsigned(v[1]) << 12) |
-                              (unsigned(v[2]) << 6) | unsigned(v[3]);
-        out.push_back(static_cast<unsigned char>(bits >> 16));
-        if (last && padding == 2) {
-            if ((bits & 0xFFFF) != 0)
-                return false;
-            break;
-        }
-        out.push_back(static_cast<unsigned char>(bits >> 8));
-        if (last && padding == 1) {
-            if ((bits & 0xFF) != 0)
-                return false;
-            break;
-        }
-        out.push_back(static_cast<unsigned char>(bits));
-    }
-    return true;
-}
-
 // AES-256-GCM opening of `cipher` into `opened`; false when the tag does
 // not match (or the cipher fails).
 bool Open(const Key& key, const unsigned char* nonce, const unsigned char* cipher,
@@ -448,7 +372,7 @@ bool CAES::Encrypt(const Strings::CStringRef& plain, const Strings::CStringRef& 
             return Fail("the cipher failed");
         }
         std::string text(kPrefix);
-        Base64Encode(sealed.Bytes.data(), sealed.Bytes.size(), text);
+        RVX::Base64::Append(sealed.Bytes.data(), sealed.Bytes.size(), text);
         text.push_back(')');
         out.Str().swap(text);
         return true;
@@ -466,18 +390,22 @@ bool CAES::Decrypt(const Strings::CStringRef& encrypted, Strings::CStringVar& pl
             plain.Empty();
             return Fail("not an encrypted text");
         }
+        const char* text = encrypted.Data() + kPrefixLength;
+        const size_t textLength = encrypted.Length() - kPrefixLength - 1;
         WipedBytes sealed;
-        if (!Base64Decode(encrypted.Data() + kPrefixLength, encrypted.Length() - kPrefixLength - 1,
-                          sealed.Bytes)) {
+        sealed.Bytes.resize(RVX::Base64::MaxDecodedLength(textLength));
+        size_t sealedLength = 0;
+        if (textLength == 0 ||
+            !RVX::Base64::Decode(text, textLength, sealed.Bytes.data(), sealedLength)) {
             plain.Empty();
             return Fail("bad base64 in the encrypted text");
         }
-        if (sealed.Bytes.size() < kNonceLength + kTagLength ||
-            sealed.Bytes.size() - kNonceLength - kTagLength > kMaxPlainLength) {
+        if (sealedLength < kNonceLength + kTagLength ||
+            sealedLength - kNonceLength - kTagLength > kMaxPlainLength) {
             plain.Empty();
             return Fail("the encrypted text is too short");
         }
-        const size_t cipherLength = sealed.Bytes.size() - kNonceLength - kTagLength;
+        const size_t cipherLength = sealedLength - kNonceLength - kTagLength;
         const unsigned char* nonce = sealed.Bytes.data();
         const unsigned char* cipher = nonce + kNonceLength;
         unsigned char tag[kTagLength];
