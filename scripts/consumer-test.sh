@@ -25,9 +25,17 @@ install_step() {
   rm -rf "$prefix"
   cmake --install "$build" --prefix "$prefix" >/dev/null
   # The installed pitool must run from its own place and find its samples.
+  # A tree configured for /usr installs without rpath (the system's loader
+  # finds the libraries there); in this staging prefix it is shown the way.
   if [ -x "$prefix/bin/pitool" ]; then
-    (cd "$work" && "$prefix/bin/pitool" help OP_START_REBUILD >/dev/null)
-    (cd / && env -u PI_EXAMPLES_DIR "$prefix/bin/pitool" demo >/dev/null)
+    local library_path=
+    if grep -qx 'CMAKE_INSTALL_PREFIX:PATH=/usr' "$build/CMakeCache.txt"; then
+      library_path=$(dirname "$(find "$prefix" -name 'libPI.so*' -print -quit)")
+    fi
+    (cd "$work" && env ${library_path:+LD_LIBRARY_PATH="$library_path"} \
+      "$prefix/bin/pitool" help OP_START_REBUILD >/dev/null)
+    (cd / && env -u PI_EXAMPLES_DIR ${library_path:+LD_LIBRARY_PATH="$library_path"} \
+      "$prefix/bin/pitool" demo >/dev/null)
   fi
   echo "installed into $prefix"
 }

@@ -28,11 +28,19 @@ if ! command -v clang++ >/dev/null; then
   exit 1
 fi
 
-build=build-fuzz
+# FUZZ_BUILD names a tree already configured with clang and -DPI_BUILD_FUZZ=ON
+# (CI's sanitizer stage builds one for its suites and the targets at once);
+# otherwise build-fuzz is made for the targets alone.
+build=${FUZZ_BUILD:-build-fuzz}
 mkdir -p "$build"
-CC=clang CXX=clang++ cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-  -DPI_BUILD_FUZZ=ON -DPI_BUILD_TESTS=OFF -DPI_BUILD_TOOLS=OFF \
-  >"$build/configure.log" 2>&1 || { cat "$build/configure.log"; exit 1; }
+if [ -z "${FUZZ_BUILD:-}" ]; then
+  CC=clang CXX=clang++ cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+    -DPI_BUILD_FUZZ=ON -DPI_BUILD_TESTS=OFF -DPI_BUILD_TOOLS=OFF \
+    >"$build/configure.log" 2>&1 || { cat "$build/configure.log"; exit 1; }
+elif ! grep -qx 'PI_BUILD_FUZZ:BOOL=ON' "$build/CMakeCache.txt" 2>/dev/null; then
+  echo "fuzz: $build is not a tree configured with -DPI_BUILD_FUZZ=ON" >&2
+  exit 2
+fi
 cmake --build "$build" -j2 --target fuzz_targets >"$build/build.log" 2>&1 ||
   { tail -50 "$build/build.log"; exit 1; }
 

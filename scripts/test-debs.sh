@@ -5,10 +5,18 @@
 # and through pkg-config), and purges the packages again, also when a step
 # fails. Needs root (CI runs as root).
 #
-#   scripts/test-debs.sh [BUILD_DIR]      (default build-deb)
+#   scripts/test-debs.sh [--tests] [BUILD_DIR]      (default build-deb)
+#
+# --tests: BUILD_DIR is a tree that scripts/make-debs.sh --tests built
+# (CI's first stage); it is packed as it stands.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source_dir=$PWD
+make_options=()
+if [ "${1:-}" = --tests ]; then
+  make_options=(--tests)
+  shift
+fi
 build=${1:-build-deb}
 
 if [ "$(id -u)" -ne 0 ]; then
@@ -16,7 +24,14 @@ if [ "$(id -u)" -ne 0 ]; then
   exit 1
 fi
 
-built=$(scripts/make-debs.sh "$build") # a failed build stops here
+build_log=$(mktemp)
+built=$(scripts/make-debs.sh "${make_options[@]}" "$build" 2>"$build_log") || {
+  tail -n 50 "$build_log" >&2
+  rm -f "$build_log"
+  echo "test-debs: making the packages failed" >&2
+  exit 1
+}
+rm -f "$build_log"
 mapfile -t debs <<<"$built"
 printf 'test-debs: built %s\n' "${debs[@]##*/}"
 # Every package that the build made (a new component is checked too).

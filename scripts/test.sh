@@ -1,16 +1,21 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds everything and runs every test:
-#   1. the normal build (g++) and all suites (tool and consumer build included),
-#   2. the same suites, the tool included, built with clang and
-#      AddressSanitizer + UndefinedBehaviorSanitizer: the clang build of CI,
+#   1. the release build (g++), configured as the Debian packages are, and
+#      all suites (tool and consumer build included; the few tests that need
+#      the allocation hook, which packages leave out, skip here),
+#   2. the same suites, the tool and the Python module included, built with
+#      clang, AddressSanitizer + UndefinedBehaviorSanitizer and the tests'
+#      allocation hook: the clang build of CI. The fuzz targets are built in
+#      the same tree,
 #   3. the configuration suites built with clang and ThreadSanitizer,
 #   4. each fuzz target for a short run (FUZZ_SECONDS, default 20) with a
 #      fixed seed (FUZZ_SEED, default 1), so that a run is repeatable; longer
 #      and freshly seeded runs are scripts/fuzz.sh's own job,
-#   5. the Debian packages: built, checked with lintian, installed, used by
-#      the consumer program, purged again (scripts/test-debs.sh; needs root),
-#   6. the whole build and test suite in a Debian i386 root
-#      (scripts/test-i386.sh; needs root, the root is cached in
+#   5. the Debian packages, packed from stage 1's tree: checked with lintian,
+#      installed, used by the consumer program, purged again
+#      (scripts/test-debs.sh; needs root),
+#   6. the whole build (with the allocation hook) and test suite in a Debian
+#      i386 root (scripts/test-i386.sh; needs root, the root is cached in
 #      /var/cache/pi-i386); it runs beside stage 4, which keeps only one
 #      core busy, and stage 5 comes last.
 # Each stage's time is printed, and a summary at the end (stage 6's entry
@@ -49,9 +54,8 @@ finish() {
   printf '%s\n' "${summary[@]}"
 }
 
-stage "1 build and test (g++)"
-cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-cmake --build build -j"$jobs"
+stage "1 build and test (g++, release as packaged)"
+scripts/make-debs.sh --tests build
 ctest --test-dir build --output-on-failure -j"$jobs"
 
 if [ "${PI_QUICK:-0}" = 1 ]; then
@@ -65,7 +69,7 @@ fi
 if ! skipped 2; then
   stage "2 clang, AddressSanitizer + UndefinedBehaviorSanitizer"
   CC=clang CXX=clang++ cmake -S . -B build-asan-clang -DCMAKE_BUILD_TYPE=Debug \
-    -DCMAKE_CXX_FLAGS_DEBUG="-O0 -g" -DPI_SANITIZE=ON >/dev/null
+    -DCMAKE_CXX_FLAGS_DEBUG="-O0 -g" -DPI_SANITIZE=ON -DPI_BUILD_FUZZ=ON >/dev/null
   cmake --build build-asan-clang -j"$jobs"
   CXX=clang++ ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
     UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
@@ -105,7 +109,9 @@ fi
 
 if [ "$fuzzing" = 1 ]; then
   stage "4 fuzz targets, ${FUZZ_SECONDS:-20} s each"
-  FUZZ_SEED="${FUZZ_SEED:-1}" scripts/fuzz.sh "${FUZZ_SECONDS:-20}"
+  fuzz_build=
+  skipped 2 || fuzz_build=build-asan-clang
+  FUZZ_BUILD=$fuzz_build FUZZ_SEED="${FUZZ_SEED:-1}" scripts/fuzz.sh "${FUZZ_SECONDS:-20}"
 fi
 
 if ! skipped 6; then
@@ -125,7 +131,7 @@ fi
 
 if ! skipped 5; then
   stage "5 Debian packages: build, lintian, install, consumer, purge"
-  scripts/test-debs.sh
+  scripts/test-debs.sh --tests build
 fi
 
 finish

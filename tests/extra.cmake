@@ -13,10 +13,11 @@ if(TARGET pitool)
 endif()
 
 # The consumer builds against the installed tree; a sanitizer build hands its
-# flags on, since the installed libraries need the sanitizer runtime.
-if(NOT PI_TSAN AND NOT PI_BUILD_FUZZ)
+# flags on, since the installed libraries need the sanitizer runtime (which
+# also answers the coverage calls of a tree built for fuzzing).
+if(NOT PI_TSAN)
   set(PI_CONSUMER_FLAGS "")
-  if(PI_SANITIZE)
+  if(PI_SANITIZE OR PI_BUILD_FUZZ)
     set(PI_CONSUMER_FLAGS "-fsanitize=address,undefined -fno-omit-frame-pointer")
   endif()
   foreach(step install cmake pkgconfig)
