@@ -2,14 +2,16 @@
 # against the installed package (through CMake and through pkg-config).
 
 if(TARGET pitool)
-  add_executable(test_pitool ${CMAKE_CURRENT_LIST_DIR}/tool/test_pitool.cpp
-                             ${CMAKE_CURRENT_LIST_DIR}/tool/RunProgram.cpp)
-  target_link_libraries(test_pitool PRIVATE GTest::gtest GTest::gtest_main GTest::gmock pi_warnings)
-  target_compile_definitions(test_pitool PRIVATE
-    PITOOL_PATH="$<TARGET_FILE:pitool>"
-    PI_EXAMPLES_DIR="${PROJECT_SOURCE_DIR}/examples")
-  add_dependencies(test_pitool pitool)
-  gtest_discover_tests(test_pitool TEST_PREFIX "test_pitool." DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
+  foreach(name test_pitool test_pitool_record)
+    add_executable(${name} ${CMAKE_CURRENT_LIST_DIR}/tool/${name}.cpp
+                           ${CMAKE_CURRENT_LIST_DIR}/tool/RunProgram.cpp)
+    target_link_libraries(${name} PRIVATE GTest::gtest GTest::gtest_main GTest::gmock pi_warnings)
+    target_compile_definitions(${name} PRIVATE
+      PITOOL_PATH="$<TARGET_FILE:pitool>"
+      PI_EXAMPLES_DIR="${PROJECT_SOURCE_DIR}/examples")
+    add_dependencies(${name} pitool)
+    gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
+  endforeach()
 endif()
 
 # The consumer builds against the installed tree; a sanitizer build hands its
@@ -29,15 +31,4 @@ if(NOT PI_TSAN)
   endforeach()
   set_tests_properties(consumer.install PROPERTIES FIXTURES_SETUP pi_installed)
   set_tests_properties(consumer.cmake consumer.pkgconfig PROPERTIES FIXTURES_REQUIRED pi_installed)
-endif()
-
-if(TARGET pitool)
-  add_executable(test_pitool_record ${CMAKE_CURRENT_LIST_DIR}/tool/test_pitool_record.cpp
-                                    ${CMAKE_CURRENT_LIST_DIR}/tool/RunProgram.cpp)
-  target_link_libraries(test_pitool_record PRIVATE GTest::gtest GTest::gtest_main GTest::gmock pi_warnings)
-  target_compile_definitions(test_pitool_record PRIVATE
-    PITOOL_PATH="$<TARGET_FILE:pitool>"
-    PI_EXAMPLES_DIR="${PROJECT_SOURCE_DIR}/examples")
-  add_dependencies(test_pitool_record pitool)
-  gtest_discover_tests(test_pitool_record TEST_PREFIX "test_pitool_record." DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
 endif()
