@@ -42,6 +42,16 @@ std::atomic<unsigned long> g_News{0};
         return block;
     throw std::bad_alloc();
 }
+// The library's temporary buffers come from the nothrow form and go back
+// through the plain delete: both forms come from here.
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    if (g_CountNews.load(std::memory_order_relaxed))
+        g_News.fetch_add(1, std::memory_order_relaxed);
+    return std::malloc(size != 0 ? size : 1);
+}
+[[gnu::noinline]] void operator delete(void* block, const std::nothrow_t&) noexcept {
+    std::free(block);
+}
 [[gnu::noinline]] void operator delete(void* block) noexcept {
     std::free(block);
 }
