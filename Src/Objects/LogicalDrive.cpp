@@ -108,14 +108,24 @@ namespace {
         if (digit >= 10)
             return CastToNumber(text);
     }
-    // One digit a step, checked and added at once; the value wraps
+    // Each digit checked and added at once, two a turn of the loop (the
+    // second may be read: the first is not the end); the value wraps
     // harmlessly past 19 digits, which are refused below.
     const char* const digits = p;
     unsigned long long value = 0;
-    do {
+    for (;;) {
         value = value * 10 + digit;
-        digit = static_cast<unsigned char>(*++p) - 48ull;
-    } while (digit < 10);
+        digit = static_cast<unsigned char>(p[1]) - 48ull;
+        if (digit >= 10) {
+            ++p;
+            break;
+        }
+        value = value * 10 + digit;
+        p += 2;
+        digit = static_cast<unsigned char>(*p) - 48ull;
+        if (digit >= 10)
+            break;
+    }
     // The character after the digits must be the end (a NUL, 0 - 48).
     if (digit != 0ull - 48 || p - digits > 19)
         return CastToNumber(text);
