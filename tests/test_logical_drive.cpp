@@ -10,9 +10,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cstdlib>
 #include <fstream>
 #include <functional>
 #include <locale>
+#include <new>
 #include <set>
 #include <sstream>
 #include <string>
@@ -22,6 +25,39 @@ using PI::CContainer;
 using PI::CDrive;
 using PI::CLogicalDrive;
 using Ids = std::vector<unsigned long long>;
+
+// This binary replaces the global operator new, which the library's
+// containers use as well, to count allocations while a test asks for it.
+// Kept out of line: inlined, the compiler would see free() of a block from
+// operator new and warn.
+namespace {
+std::atomic<bool> g_CountNews{false};
+std::atomic<unsigned long> g_News{0};
+} // namespace
+
+[[gnu::noinline]] void* operator new(std::size_t size) {
+    if (g_CountNews.load(std::memory_order_relaxed))
+        g_News.fetch_add(1, std::memory_order_relaxed);
+    if (void* block = std::malloc(size != 0 ? size : 1))
+        return block;
+    throw std::bad_alloc();
+}
+// The library's temporary buffers come from the nothrow form and go back
+// through the plain delete: both forms come from here.
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    if (g_CountNews.load(std::memory_order_relaxed))
+        g_News.fetch_add(1, std::memory_order_relaxed);
+    return std::malloc(size != 0 ? size : 1);
+}
+[[gnu::noinline]] void operator delete(void* block, const std::nothrow_t&) noexcept {
+    std::free(block);
+}
+[[gnu::noinline]] void operator delete(void* block) noexcept {
+    std::free(block);
+}
+[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept {
+    std::free(block);
+}
 
 namespace {
 
@@ -274,6 +310,68 @@ TEST(LogicalDriveDocument, OptionalPartsAndNumberForms) {
     EXPECT_EQ(mixed.Containers[0].Drives[0].UsedSize, 4u);
 }
 
+// A drive's numbers are found by name in any order, each the first attribute
+// of its name; drives whose attributes stand in the usual order and those
+// that do not may follow one another in a container.
+TEST(LogicalDriveDocument, DriveAttributesInAnyOrderFirstOfEachName) {
+    const CLogicalDrive drive(
+        std::string(R"(<LogicalDriveConfiguration Size="1" Units="1"><Containers><Container>)"
+                    R"(<Drive ObjectID="1" StartAddress="2" UsedSize="3"/>)"
+                    R"(<Drive UsedSize="6" StartAddress="5" ObjectID="4"/>)"
+                    R"(<Drive ObjectID="7" ObjectID="70" StartAddress="8" UsedSize="9"/>)"
+                    R"(<Drive ObjectID="10" StartAddress="11" StartAddress="110" UsedSize="12"/>)"
+                    R"(<Drive ObjectID="13" StartAddress="14" UsedSize="15" ObjectID="130"/>)"
+                    R"(<Drive Extra="x" ObjectID="16" StartAddress="17" UsedSize="18"/>)"
+                    R"(<Drive ObjectID="19" Startaddress="200" StartAddress="20" UsedSize="21"/>)"
+                    R"(<Drive ObjectID="22" StartAddress="23" UsedSize="24"/>)"
+                    R"(</Container></Containers></LogicalDriveConfiguration>)"));
+    ASSERT_EQ(drive.Containers.size(), 1u);
+    const std::vector<CDrive>& drives = drive.Containers[0].Drives;
+    ASSERT_EQ(drives.size(), 8u);
+    for (unsigned long long i = 0; i < drives.size(); ++i) {
+        EXPECT_EQ(drives[i].ObjectID, 3 * i + 1) << i;
+        EXPECT_EQ(drives[i].StartAddress, 3 * i + 2) << i;
+        EXPECT_EQ(drives[i].UsedSize, 3 * i + 3) << i;
+    }
+}
+
+// The record takes a block per container and per list; a container's drives
+// are made at once, not one allocation each, so sixteen drives a container
+// cost hardly more allocations than one.
+TEST(LogicalDriveDocument, AllocationsDoNotGrowWithTheDrivesOfAContainer) {
+    const auto document = [](int drives) {
+        std::string text = R"(<LogicalDriveConfiguration Size="1" Units="1"><Containers>)";
+        for (int c = 0; c < 32; ++c) {
+            text += "<Container>";
+            for (int d = 0; d < drives; ++d)
+                text += R"(<Drive ObjectID=")" + std::to_string(c * 100 + d) +
+                        R"(" StartAddress="0" UsedSize="500107862016"/>)";
+            text += "</Container>";
+        }
+        return text + R"(</Containers></LogicalDriveConfiguration><GlobalHotSpares>)"
+                      R"(<Drive ObjectID="7"/></GlobalHotSpares>)";
+    };
+    const auto allocations = [](const std::string& text, size_t drives) {
+        g_News = 0;
+        g_CountNews = true;
+        size_t read = 0;
+        {
+            const CLogicalDrive drive(text);
+            for (const CContainer& container : drive.Containers)
+                read += container.Drives.size();
+        }
+        g_CountNews = false;
+        EXPECT_EQ(read, drives);
+        return g_News.load();
+    };
+    const std::string one = document(1), sixteen = document(16);
+    const unsigned long fewer = allocations(one, 32), more = allocations(sixteen, 32 * 16);
+    EXPECT_GE(fewer, 32u); // a block for each container's drives at least
+    // The texts of a container's drives are gathered in one buffer that
+    // grows by doubling: a few more steps for 48 texts than for 3.
+    EXPECT_LE(more, fewer + 8) << fewer;
+}
+
 TEST(LogicalDriveDocument, UnparsableTextGivesADefaultRecord) {
     for (const std::string& text : {std::string(), std::string("not xml"),
                                     std::string(R"(<LogicalDriveConfiguration Size="1")"),
@@ -344,6 +442,32 @@ TEST(LogicalDriveDocument, NumbersConvertAsLexicalCast) {
                     << where << " \"" << form << '"';
             } else {
                 EXPECT_EQ(CLogicalDrive(text).Size, expected) << where << " \"" << form << '"';
+            }
+            // The same form as each number of a drive, the other two plain;
+            // the drive stands second, after one that is fine.
+            for (int field = 0; field < 3; ++field) {
+                std::string numbers[3] = {"7", "8", "9"};
+                numbers[field] = form;
+                const std::string drives =
+                    R"(<LogicalDriveConfiguration Size="1" Units="1"><Containers><Container>)"
+                    R"(<Drive ObjectID="1" StartAddress="2" UsedSize="3"/><Drive ObjectID=")" +
+                    numbers[0] + R"(" StartAddress=")" + numbers[1] + R"(" UsedSize=")" +
+                    numbers[2] + R"("/></Container></Containers></LogicalDriveConfiguration>)";
+                const std::string what =
+                    std::string(where) + " field " + std::to_string(field) + " \"" + form + '"';
+                if (castRefuses) {
+                    EXPECT_THROW(CLogicalDrive{drives}, boost::bad_lexical_cast) << what;
+                    continue;
+                }
+                const CLogicalDrive read(drives);
+                ASSERT_EQ(read.Containers.size(), 1u) << what;
+                ASSERT_EQ(read.Containers[0].Drives.size(), 2u) << what;
+                const CDrive& drive = read.Containers[0].Drives[1];
+                const unsigned long long got[] = {drive.ObjectID, drive.StartAddress,
+                                                  drive.UsedSize};
+                const unsigned long long plain[] = {7, 8, 9};
+                for (int i = 0; i < 3; ++i)
+                    EXPECT_EQ(got[i], i == field ? expected : plain[i]) << what << " number " << i;
             }
         }
     };

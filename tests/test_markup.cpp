@@ -168,11 +168,10 @@ TEST(MarkupTest, RunOfElementsReadTogetherAsOneByOne) {
     const std::string text = "<r><d a=\"1\" b=\"2\" c=\"3\" e=\"4\" f=\"5\"/><x a=\"no\"/>"
                              "<!-- c --><d c=\"z\" a=\"x\"/><d a=\"1\" b=\"2\" a=\"3\"/><d/>"
                              "<d b=\"&lt;\" a=\"q\" c=\"\"/></r><d a=\"top\"/>";
-    const char* const names[][6] = {{"a", "b", "c", nullptr, nullptr, nullptr},
-                                    {"a", "b", "a", nullptr, nullptr, nullptr},
-                                    {"c", nullptr, "a", nullptr, nullptr, nullptr},
-                                    {"a", "b", "c", "e", "f", "c"},
-                                    {"b", "a", "c", nullptr, nullptr, nullptr}};
+    const char* const names[][6] = {
+        {"a", "b", "c", nullptr, nullptr, nullptr},     {"a", "b", "a", nullptr, nullptr, nullptr},
+        {"c", nullptr, "a", nullptr, nullptr, nullptr}, {"a", "b", "c", "e", "f", "c"},
+        {"b", "a", "c", nullptr, nullptr, nullptr},     {"a", "", "c", nullptr, nullptr, nullptr}};
     const size_t counts[] = {3, 3, 3, 6, 3, 0};
     for (const char* element : {"d", "x", "", static_cast<const char*>(nullptr), "y"}) {
         for (const auto& asked : names) {
@@ -218,6 +217,38 @@ TEST(MarkupTest, RunOfElementsReadTogetherAsOneByOne) {
     EXPECT_EQ(markup.FindElemAttribTexts("d", a, 1, none), 1u);
     ASSERT_EQ(none.size(), 1u);
     EXPECT_STREQ(none[0], "top");
+}
+
+// A long run appends exactly its texts after what `values` held, whatever
+// room the vector had before (the reader reuses one, cleared, per level).
+TEST(MarkupTest, LongRunAppendsExactlyItsTexts) {
+    std::string text = "<r>";
+    for (int i = 0; i < 1000; ++i)
+        text += "<d a=\"" + std::to_string(i) + "\" b=\"b" + std::to_string(i) + "\"/>";
+    text += "</r>";
+    const char* const names[] = {"a", "b"};
+    for (size_t before : {0, 1, 5}) {
+        for (size_t room : {0, 3, 64, 4096}) {
+            CMarkup markup;
+            ASSERT_TRUE(markup.ReadDoc(text));
+            ASSERT_TRUE(markup.FindElem("r") && markup.IntoElem());
+            std::vector<const char*> values;
+            values.reserve(room);
+            values.assign(before, "kept");
+            const std::string where = std::to_string(before) + "/" + std::to_string(room);
+            ASSERT_EQ(markup.FindElemAttribTexts("d", names, 2, values), 1000u) << where;
+            ASSERT_EQ(values.size(), before + 2000) << where;
+            for (size_t i = 0; i < before; ++i)
+                EXPECT_STREQ(values[i], "kept") << where;
+            for (size_t i = 0; i < 1000; ++i) {
+                ASSERT_EQ(values[before + 2 * i], std::to_string(i)) << where;
+                ASSERT_EQ(values[before + 2 * i + 1], "b" + std::to_string(i)) << where;
+            }
+            // Nothing more at this level: nothing appended.
+            EXPECT_EQ(markup.FindElemAttribTexts("d", names, 2, values), 0u) << where;
+            EXPECT_EQ(values.size(), before + 2000) << where;
+        }
+    }
 }
 
 // Blanks in attribute values become spaces and a CR LF one space, whether or

@@ -91,36 +91,45 @@ namespace {
 // else (empty, blanks, separators, 20 digits or more, any other character)
 // goes to the cast itself, so what is refused and the bad_lexical_cast
 // thrown stay exactly the cast's.
-// Kept out of line so that the common case needs no stack frame.
+// The cast is kept out of line and the common case inline, where it needs
+// no call and no stack frame.
 [[gnu::noinline]] unsigned long long CastToNumber(const char* text) {
     return boost::lexical_cast<unsigned long long>(std::string(text));
 }
 
-unsigned long long ToNumber(const char* text) {
+[[gnu::always_inline]] inline unsigned long long ToNumber(const char* text) {
     const char* p = text;
-    const bool minus = *p == '-';
-    if (minus || *p == '+')
-        ++p;
+    // Wide, so that the sum below needs no widening (below '0' wraps high).
+    unsigned long long digit = static_cast<unsigned char>(*p) - 48ull;
+    if (digit >= 10) {
+        if (*p != '-' && *p != '+')
+            return CastToNumber(text);
+        digit = static_cast<unsigned char>(*++p) - 48ull;
+        if (digit >= 10)
+            return CastToNumber(text);
+    }
+    // Each digit checked and added at once, two a turn of the loop (the
+    // second may be read: the first is not the end); the value wraps
+    // harmlessly past 19 digits, which are refused below.
     const char* const digits = p;
-    // Two digits a step (the second may be read: the first is not the end);
-    // the value wraps harmlessly past 19 digits, which are refused below.
     unsigned long long value = 0;
     for (;;) {
-        const unsigned first = static_cast<unsigned char>(p[0]) - 48u;
-        if (first >= 10)
-            break;
-        const unsigned second = static_cast<unsigned char>(p[1]) - 48u;
-        if (second >= 10) {
-            value = value * 10 + first;
+        value = value * 10 + digit;
+        digit = static_cast<unsigned char>(p[1]) - 48ull;
+        if (digit >= 10) {
             ++p;
             break;
         }
-        value = value * 100 + (first * 10 + second);
+        value = value * 10 + digit;
         p += 2;
+        digit = static_cast<unsigned char>(*p) - 48ull;
+        if (digit >= 10)
+            break;
     }
-    if (*p != '\0' || p == digits || p - digits > 19)
+    // The character after the digits must be the end (a NUL, 0 - 48).
+    if (digit != 0ull - 48 || p - digits > 19)
         return CastToNumber(text);
-    return minus ? 0ull - value : value;
+    return *text == '-' ? 0ull - value : value;
 }
 
 unsigned long long NumberAttribute(const RVX::XML::CMarkup& markup, const char* name) {

@@ -2,6 +2,7 @@
 
 #include <pugixml.hpp>
 
+#include <algorithm>
 #include <climits>
 #include <cstring>
 #include <new>
@@ -63,11 +64,12 @@ pugi::xml_node ElementFrom(pugi::xml_node node) noexcept {
     return node;
 }
 
-// Whether `count` names are all given and no two are the same (told apart
-// by their first letters, mostly).
+// Whether `count` names are all given and not empty, and no two are the
+// same (told apart by their first letters, mostly): then the names asked
+// for match the first attributes only when each is the first of its name.
 bool Distinct(const char* const* names, size_t count) noexcept {
     for (size_t i = 0; i < count; ++i) {
-        if (names[i] == nullptr)
+        if (names[i] == nullptr || *names[i] == '\0')
             return false;
         for (size_t j = 0; j < i; ++j)
             if (names[i][0] == names[j][0] && std::strcmp(names[i], names[j]) == 0)
@@ -77,16 +79,16 @@ bool Distinct(const char* const* names, size_t count) noexcept {
 }
 
 // The values of the first `count` attributes of `element` when they bear
-// `names` in that order, else false (`values` then partly written). Each is
-// the first attribute of its name when the names are distinct.
+// `names` (distinct, see above) in that order, else false (`values` then
+// partly written). Past the last attribute the name is "", which no name
+// asked for matches.
 bool AttribsInOrder(const pugi::xml_node& element, const char* const* names, const char** values,
                     size_t count) noexcept {
     if (count == 0)
         return true;
     pugi::xml_attribute a = element.first_attribute();
     for (size_t i = 0;;) {
-        const char* name = a.name(); // "" past the last attribute
-        if (names[i] == nullptr || *name == '\0' || std::strcmp(names[i], name) != 0)
+        if (std::strcmp(names[i], a.name()) != 0)
             return false;
         values[i] = a.value();
         if (++i == count)
@@ -120,18 +122,15 @@ pugi::xml_node NextElem(const pugi::xml_node& parent, bool first, const pugi::xm
 unsigned ParseOptions(const std::string& document) noexcept {
     const char* const text = document.c_str();
     const size_t size = document.size();
-    const unsigned all = pugi::parse_default | pugi::parse_fragment;
-    // One pass finds whether any of them (or a NUL) occurs at all, which in
-    // the usual compact document none does.
-    static const char kConverted[] = "&\r\t\n";
-    if (std::strcspn(text, kConverted) == size)
-        return all & ~(pugi::parse_escapes | pugi::parse_eol | pugi::parse_wconv_attribute);
+    // One search per character: the library's memchr takes many bytes a
+    // step, which costs less than a single pass that tests every byte
+    // against all of them.
+    const auto absent = [&](char c) { return std::memchr(text, c, size) == nullptr; };
     // XML has no NUL characters; the parser would stop at one and take the
     // text before it for the whole document.
-    if (std::memchr(text, '\0', size) != nullptr)
+    if (!absent('\0'))
         return 0;
-    unsigned options = all;
-    const auto absent = [&](char c) { return std::memchr(text, c, size) == nullptr; };
+    unsigned options = pugi::parse_default | pugi::parse_fragment;
     if (absent('&'))
         options &= ~pugi::parse_escapes;
     if (absent('\r')) {
@@ -308,23 +307,31 @@ size_t CMarkup::FindElemAttribTexts(const char* name, const char* const* names, 
     if (!impl.Parent)
         return 0;
     const bool distinct = Distinct(names, count);
-    // Each element's texts go through a small buffer, then to the end of
-    // `values`, which grows as a vector does.
-    const char* small[4];
-    std::vector<const char*> large(count > 4 ? count : 0);
-    const char** texts = count > 4 ? large.data() : small;
+    const bool named = name != nullptr && *name != '\0';
+    // Each element's texts are written straight into `values`, which grows
+    // ahead of them and is cut back to what was written at the end.
+    size_t used = values.size();
     size_t found = 0;
-    for (pugi::xml_node node = NextElem(impl.Parent, !impl.CurrentIsChild, impl.Current, name);
-         !node.empty(); node = NextElem(impl.Parent, false, node, name)) {
-        if (!distinct || !AttribsInOrder(node, names, texts, count))
-            for (size_t i = 0; i < count; ++i)
-                texts[i] = AttribText(node, names[i]);
-        for (size_t i = 0; i < count; ++i)
-            values.push_back(texts[i]);
-        impl.Current = node;
-        impl.CurrentIsChild = true;
-        ++found;
+    try {
+        for (pugi::xml_node node = NextElem(impl.Parent, !impl.CurrentIsChild, impl.Current, name);
+             !node.empty();
+             node = named ? node.next_sibling(name) : ElementFrom(node.next_sibling())) {
+            if (values.size() - used < count)
+                values.resize(std::max(used + std::max(count, used), values.capacity()));
+            const char** texts = values.data() + used;
+            if (!distinct || !AttribsInOrder(node, names, texts, count))
+                for (size_t i = 0; i < count; ++i)
+                    texts[i] = AttribText(node, names[i]);
+            used += count;
+            impl.Current = node;
+            impl.CurrentIsChild = true;
+            ++found;
+        }
+    } catch (...) {
+        values.resize(used); // only ever shrinks here
+        throw;
     }
+    values.resize(used);
     return found;
 }
 
@@ -384,7 +391,7 @@ void CMarkup::GetAttribTexts(const char* const* names, const char** values,
     // The usual case: the element's first attributes are the names asked
     // for, in that order. Any other order, a missing attribute, a repeated
     // name: one by one.
-    if (AttribsInOrder(current, names, values, count) && Distinct(names, count))
+    if (Distinct(names, count) && AttribsInOrder(current, names, values, count))
         return;
     for (size_t i = 0; i < count; ++i)
         values[i] = AttribText(current, names[i]);
