@@ -2,6 +2,7 @@
 // refuses, on small records written out by hand.
 #include "RecordFieldsEqual.h"
 
+#include <PI/AllocHook.h>
 #include <PI/Diff.h>
 
 #include <gtest/gtest.h>
@@ -202,6 +203,48 @@ TEST(DiffFields, APropertyAloneChangesWhole) {
     ExpectPatches(a, b);
 }
 
+// Diff writes many values in a row through one writer: each must be what
+// WriteJsonValue writes for it alone, also a short value right after a long
+// one and a text after a record.
+TEST(DiffFields, ValuesAreTheRecordsInterchangeValues) {
+    auto json = [](const auto& record) {
+        std::string text;
+        EXPECT_EQ(WriteJsonValue(record, text), 0u);
+        return text;
+    };
+    COperation a, b;
+    CObject big = Object(7, {Text(23001, std::string(300, 'x')), Number(23004, 1)});
+    big.Parents = {1, 2, 3};
+    a.Objects = {Object(1, {Text(23001, "old name"), Number(23004, 5)})};
+    b.Objects = {Object(1, {Text(23001, "new name"), Number(23004, 6)}), big, Object(8)};
+    b.Events.resize(1);
+    b.Events[0].Text1 = "after";
+    b.Events[0].Text2 = std::string("\xfe\x01", 2);
+    a.Events.resize(1);
+    a.Events[0].Text1 = std::string(100, 'y');
+    const ChangeList changes = DiffOf(a, b, EDiffFields::All);
+    ASSERT_EQ(Shape(changes),
+              (Strings{"changed /Events/0/Text1", "changed /Events/0/Text2",
+                       "changed /Objects/0/Properties/0", "changed /Objects/0/Properties/1",
+                       "added /Objects/1", "added /Objects/2"}));
+    EXPECT_EQ(changes[0].Old, "\"" + std::string(100, 'y') + "\"");
+    EXPECT_EQ(changes[0].New, R"("after")");
+    EXPECT_EQ(changes[1].Old, R"("")");
+    EXPECT_EQ(changes[1].New, R"({"Base64":"/gE="})");
+    EXPECT_EQ(changes[2].Old, json(a.Objects[0].Properties[0]));
+    EXPECT_EQ(changes[2].New, json(b.Objects[0].Properties[0]));
+    EXPECT_EQ(changes[3].Old, json(a.Objects[0].Properties[1]));
+    EXPECT_EQ(changes[3].New, json(b.Objects[0].Properties[1]));
+    EXPECT_EQ(changes[4].New, json(big));
+    EXPECT_EQ(changes[5].New, json(b.Objects[2]));
+    // The same values removed: the old side goes through the same writer.
+    const ChangeList back = DiffOf(b, a);
+    ASSERT_EQ(back.size(), 4u);
+    EXPECT_EQ(back[2].Path, "/Objects/1");
+    EXPECT_EQ(back[2].Old, json(big));
+    EXPECT_EQ(back[3].Old, json(b.Objects[2]));
+}
+
 // ---- Patches that are refused leave the record as it was ----
 
 class PatchRefusal : public ::testing::Test {
@@ -284,6 +327,36 @@ TEST_F(PatchRefusal, ValuesThatDoNotDecode) {
     ExpectRefused({flag}, INTERCHANGE_SCHEMA, "/Flag");
     const CChange wide{EChangeKind::Changed, "/Setting1", "", "1", "2147483648"};
     ExpectRefused({wide}, INTERCHANGE_SCHEMA, "/Setting1");
+}
+
+// Memory that runs out anywhere in a patch (the working copy, an old value
+// decoded to be compared, a new value decoded to be stored) is reported as
+// out of memory, not as a value that does not decode, and changes nothing.
+TEST_F(PatchRefusal, OutOfMemoryAnywhereIsReportedAsSuch) {
+    if (!PI::Test::AllocHooksAvailable())
+        GTEST_SKIP() << "library built without the allocation hook";
+    unsigned long long blocks = 0;
+    {
+        COperation target = before;
+        PI::Test::CAllocHookScope scope;
+        ASSERT_EQ(Patch(target, changes), 0u);
+        blocks = PI::Test::AllocationCount();
+    }
+    // The copy's property, the old and the new value of the changed one.
+    ASSERT_GE(blocks, 3u);
+    for (unsigned int skip = 0; skip < blocks; ++skip) {
+        COperation target = before;
+        CInterchangeError error;
+        unsigned int result = 0;
+        {
+            PI::Test::CAllocHookScope scope;
+            PI::Test::FailAllocations(skip);
+            result = Patch(target, changes, &error);
+        }
+        EXPECT_EQ(result, RESULT_OUT_OF_MEMORY) << "block " << skip << ": " << error.Text();
+        EXPECT_EQ(error.Code, RESULT_OUT_OF_MEMORY);
+        EXPECT_EQ(FirstDifference(target, before), "") << "block " << skip;
+    }
 }
 
 // ---- The change list document ----
