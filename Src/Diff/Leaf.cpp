@@ -1,4 +1,5 @@
-// The JSON values of single fields, written and read with RapidJSON.
+// The JSON values of single fields: numbers and flags written here, every
+// leaf read back with RapidJSON.
 #include "Leaf.h"
 
 #include "../Interchange/Text.h"
