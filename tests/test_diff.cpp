@@ -7,10 +7,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -243,6 +245,34 @@ TEST(DiffFields, ValuesAreTheRecordsInterchangeValues) {
     EXPECT_EQ(back[2].Path, "/Objects/1");
     EXPECT_EQ(back[2].Old, json(big));
     EXPECT_EQ(back[3].Old, json(b.Objects[2]));
+}
+
+// Each Diff keeps its writer to itself: diffs on several threads at once give
+// what one thread gives.
+TEST(DiffFields, DiffsOnSeveralThreadsAtOnce) {
+    COperation a, b;
+    for (unsigned long long id = 1; id <= 40; ++id) {
+        a.Objects.push_back(
+            Object(id, {Text(23001, "drive " + std::to_string(id)), Number(23004, id)}));
+        b.Objects.push_back(
+            Object(id, {Text(23001, std::string(id * 7, 'n')), Number(23004, id + 1)}));
+    }
+    std::rotate(b.Objects.begin(), b.Objects.begin() + 3, b.Objects.end());
+    const ChangeList expected = DiffOf(a, b);
+    ASSERT_GT(expected.size(), 80u);
+    std::vector<std::thread> threads;
+    std::vector<int> wrong(4, 0);
+    for (size_t t = 0; t < wrong.size(); ++t)
+        threads.emplace_back([&, t] {
+            for (int round = 0; round < 100; ++round) {
+                ChangeList changes;
+                if (Diff(a, b, changes) != 0 || changes != expected)
+                    ++wrong[t];
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(wrong, std::vector<int>(4, 0));
 }
 
 // ---- Patches that are refused leave the record as it was ----
