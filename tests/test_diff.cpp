@@ -1,6 +1,7 @@
 // The matching rules of the diff, the paths it writes, and the patches it
 // refuses, on small records written out by hand.
 #include "RecordFieldsEqual.h"
+#include "RecordGenerator.h"
 
 #include <PI/AllocHook.h>
 #include <PI/Diff.h>
@@ -8,6 +9,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -19,6 +22,7 @@ namespace {
 
 using namespace PI;
 using PI::Testing::FirstDifference;
+using PI::Testing::RecordGenerator;
 
 CProperty Text(int id, const std::string& text, unsigned int secondary = 0) {
     CProperty p(static_cast<_PROPERTY_ID>(id), false);
@@ -245,6 +249,80 @@ TEST(DiffFields, ValuesAreTheRecordsInterchangeValues) {
     EXPECT_EQ(back[2].Path, "/Objects/1");
     EXPECT_EQ(back[2].Old, json(big));
     EXPECT_EQ(back[3].Old, json(b.Objects[2]));
+}
+
+// The JSON spelling of texts, pinned byte for byte: only the quote, the
+// backslash and the control characters are escaped, with JSON's short forms
+// where it has them and \u00XX (upper-case) for the rest; every other byte,
+// DEL and UTF-8 sequences included, goes out as it is.
+TEST(DiffFields, TextsAreSpelledAsJsonRequires) {
+    CPartition a, b;
+    std::string text;
+    for (int c = 1; c < 0x80; ++c)
+        text += static_cast<char>(c);
+    text += "\xc3\xa9\xe2\x82\xac\xf0\x9f\x92\xbe";
+    b.Text1 = text;
+    b.Text2 = std::string("a\0b", 3);
+    const ChangeList changes = DiffOf(a, b);
+    ASSERT_EQ(changes.size(), 2u);
+    std::string expected = "\"";
+    for (int c = 1; c < 0x20; ++c) {
+        const char* shortForm = c == '\b'   ? "\\b"
+                                : c == '\t' ? "\\t"
+                                : c == '\n' ? "\\n"
+                                : c == '\f' ? "\\f"
+                                : c == '\r' ? "\\r"
+                                            : nullptr;
+        char hex[8];
+        std::snprintf(hex, sizeof hex, "\\u%04X", c);
+        expected += shortForm != nullptr ? shortForm : hex;
+    }
+    for (int c = 0x20; c < 0x80; ++c) {
+        if (c == '"' || c == '\\')
+            expected += '\\';
+        expected += static_cast<char>(c);
+    }
+    expected += "\xc3\xa9\xe2\x82\xac\xf0\x9f\x92\xbe\"";
+    EXPECT_EQ(changes[0].New, expected);
+    EXPECT_EQ(changes[1].New, "\"a\\u0000b\"");
+    std::string json;
+    ASSERT_EQ(WriteJsonValue(b, json), 0u);
+    EXPECT_NE(json.find("\"Text1\":" + expected + ","), std::string::npos) << json;
+}
+
+// Values of every kind, from the seeded generator: what Diff writes for an
+// added element is what WriteJsonValue writes for it.
+TEST(DiffFields, GeneratedValuesAreWriteJsonValuesText) {
+    for (std::uint64_t seed = 1; seed <= 60; ++seed) {
+        RecordGenerator g(seed);
+        const COperation added = g.Operation();
+        COperation none;
+        const ChangeList changes = DiffOf(none, added);
+        std::string json;
+        for (const CChange& change : changes) {
+            if (change.Kind != EChangeKind::Added)
+                continue;
+            size_t index = 0;
+            const std::string list = change.Path.substr(1, change.Path.rfind('/') - 1);
+            index = std::stoul(change.Path.substr(change.Path.rfind('/') + 1));
+            json.clear();
+            if (list == "Objects")
+                ASSERT_EQ(WriteJsonValue(added.Objects[index], json), 0u);
+            else if (list == "Properties")
+                ASSERT_EQ(WriteJsonValue(added.Properties[index], json), 0u);
+            else if (list == "LogicalDrives")
+                ASSERT_EQ(WriteJsonValue(added.LogicalDrives[index], json), 0u);
+            else if (list == "Events")
+                ASSERT_EQ(WriteJsonValue(added.Events[index], json), 0u);
+            else if (list == "Levels")
+                ASSERT_EQ(WriteJsonValue(added.Levels[index], json), 0u);
+            else if (list == "Partitions")
+                ASSERT_EQ(WriteJsonValue(added.Partitions[index], json), 0u);
+            else
+                continue;
+            EXPECT_EQ(change.New, json) << "seed " << seed << " " << change.Path;
+        }
+    }
 }
 
 // Each Diff keeps its writer to itself: diffs on several threads at once give
