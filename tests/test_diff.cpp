@@ -1,21 +1,28 @@
 // The matching rules of the diff, the paths it writes, and the patches it
 // refuses, on small records written out by hand.
 #include "RecordFieldsEqual.h"
+#include "RecordGenerator.h"
 
+#include <PI/AllocHook.h>
 #include <PI/Diff.h>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
 
 using namespace PI;
 using PI::Testing::FirstDifference;
+using PI::Testing::RecordGenerator;
 
 CProperty Text(int id, const std::string& text, unsigned int secondary = 0) {
     CProperty p(static_cast<_PROPERTY_ID>(id), false);
@@ -202,6 +209,150 @@ TEST(DiffFields, APropertyAloneChangesWhole) {
     ExpectPatches(a, b);
 }
 
+// Diff writes many values in a row through one writer: each must be what
+// WriteJsonValue writes for it alone, also a short value right after a long
+// one and a text after a record.
+TEST(DiffFields, ValuesAreTheRecordsInterchangeValues) {
+    auto json = [](const auto& record) {
+        std::string text;
+        EXPECT_EQ(WriteJsonValue(record, text), 0u);
+        return text;
+    };
+    COperation a, b;
+    CObject big = Object(7, {Text(23001, std::string(300, 'x')), Number(23004, 1)});
+    big.Parents = {1, 2, 3};
+    a.Objects = {Object(1, {Text(23001, "old name"), Number(23004, 5)})};
+    b.Objects = {Object(1, {Text(23001, "new name"), Number(23004, 6)}), big, Object(8)};
+    b.Events.resize(1);
+    b.Events[0].Text1 = "after";
+    b.Events[0].Text2 = std::string("\xfe\x01", 2);
+    a.Events.resize(1);
+    a.Events[0].Text1 = std::string(100, 'y');
+    const ChangeList changes = DiffOf(a, b, EDiffFields::All);
+    ASSERT_EQ(Shape(changes),
+              (Strings{"changed /Events/0/Text1", "changed /Events/0/Text2",
+                       "changed /Objects/0/Properties/0", "changed /Objects/0/Properties/1",
+                       "added /Objects/1", "added /Objects/2"}));
+    EXPECT_EQ(changes[0].Old, "\"" + std::string(100, 'y') + "\"");
+    EXPECT_EQ(changes[0].New, R"("after")");
+    EXPECT_EQ(changes[1].Old, R"("")");
+    EXPECT_EQ(changes[1].New, R"({"Base64":"/gE="})");
+    EXPECT_EQ(changes[2].Old, json(a.Objects[0].Properties[0]));
+    EXPECT_EQ(changes[2].New, json(b.Objects[0].Properties[0]));
+    EXPECT_EQ(changes[3].Old, json(a.Objects[0].Properties[1]));
+    EXPECT_EQ(changes[3].New, json(b.Objects[0].Properties[1]));
+    EXPECT_EQ(changes[4].New, json(big));
+    EXPECT_EQ(changes[5].New, json(b.Objects[2]));
+    // The same values removed: the old side goes through the same writer.
+    const ChangeList back = DiffOf(b, a);
+    ASSERT_EQ(back.size(), 4u);
+    EXPECT_EQ(back[2].Path, "/Objects/1");
+    EXPECT_EQ(back[2].Old, json(big));
+    EXPECT_EQ(back[3].Old, json(b.Objects[2]));
+}
+
+// The JSON spelling of texts, pinned byte for byte: only the quote, the
+// backslash and the control characters are escaped, with JSON's short forms
+// where it has them and \u00XX (upper-case) for the rest; every other byte,
+// DEL and UTF-8 sequences included, goes out as it is.
+TEST(DiffFields, TextsAreSpelledAsJsonRequires) {
+    CPartition a, b;
+    std::string text;
+    for (int c = 1; c < 0x80; ++c)
+        text += static_cast<char>(c);
+    text += "\xc3\xa9\xe2\x82\xac\xf0\x9f\x92\xbe";
+    b.Text1 = text;
+    b.Text2 = std::string("a\0b", 3);
+    const ChangeList changes = DiffOf(a, b);
+    ASSERT_EQ(changes.size(), 2u);
+    std::string expected = "\"";
+    for (int c = 1; c < 0x20; ++c) {
+        const char* shortForm = c == '\b'   ? "\\b"
+                                : c == '\t' ? "\\t"
+                                : c == '\n' ? "\\n"
+                                : c == '\f' ? "\\f"
+                                : c == '\r' ? "\\r"
+                                            : nullptr;
+        char hex[8];
+        std::snprintf(hex, sizeof hex, "\\u%04X", c);
+        expected += shortForm != nullptr ? shortForm : hex;
+    }
+    for (int c = 0x20; c < 0x80; ++c) {
+        if (c == '"' || c == '\\')
+            expected += '\\';
+        expected += static_cast<char>(c);
+    }
+    expected += "\xc3\xa9\xe2\x82\xac\xf0\x9f\x92\xbe\"";
+    EXPECT_EQ(changes[0].New, expected);
+    EXPECT_EQ(changes[1].New, "\"a\\u0000b\"");
+    std::string json;
+    ASSERT_EQ(WriteJsonValue(b, json), 0u);
+    EXPECT_NE(json.find("\"Text1\":" + expected + ","), std::string::npos) << json;
+}
+
+// Values of every kind, from the seeded generator: what Diff writes for an
+// added element is what WriteJsonValue writes for it.
+TEST(DiffFields, GeneratedValuesAreWriteJsonValuesText) {
+    for (std::uint64_t seed = 1; seed <= 60; ++seed) {
+        RecordGenerator g(seed);
+        const COperation added = g.Operation();
+        COperation none;
+        const ChangeList changes = DiffOf(none, added);
+        std::string json;
+        for (const CChange& change : changes) {
+            if (change.Kind != EChangeKind::Added)
+                continue;
+            size_t index = 0;
+            const std::string list = change.Path.substr(1, change.Path.rfind('/') - 1);
+            index = std::stoul(change.Path.substr(change.Path.rfind('/') + 1));
+            json.clear();
+            if (list == "Objects")
+                ASSERT_EQ(WriteJsonValue(added.Objects[index], json), 0u);
+            else if (list == "Properties")
+                ASSERT_EQ(WriteJsonValue(added.Properties[index], json), 0u);
+            else if (list == "LogicalDrives")
+                ASSERT_EQ(WriteJsonValue(added.LogicalDrives[index], json), 0u);
+            else if (list == "Events")
+                ASSERT_EQ(WriteJsonValue(added.Events[index], json), 0u);
+            else if (list == "Levels")
+                ASSERT_EQ(WriteJsonValue(added.Levels[index], json), 0u);
+            else if (list == "Partitions")
+                ASSERT_EQ(WriteJsonValue(added.Partitions[index], json), 0u);
+            else
+                continue;
+            EXPECT_EQ(change.New, json) << "seed " << seed << " " << change.Path;
+        }
+    }
+}
+
+// Each Diff keeps its writer to itself: diffs on several threads at once give
+// what one thread gives.
+TEST(DiffFields, DiffsOnSeveralThreadsAtOnce) {
+    COperation a, b;
+    for (unsigned long long id = 1; id <= 40; ++id) {
+        a.Objects.push_back(
+            Object(id, {Text(23001, "drive " + std::to_string(id)), Number(23004, id)}));
+        b.Objects.push_back(
+            Object(id, {Text(23001, std::string(id * 7, 'n')), Number(23004, id + 1)}));
+    }
+    std::rotate(b.Objects.begin(), b.Objects.begin() + 3, b.Objects.end());
+    const ChangeList expected = DiffOf(a, b);
+    ASSERT_GT(expected.size(), 80u);
+    std::vector<std::thread> threads;
+    std::vector<int> wrong(4, 0);
+    for (size_t t = 0; t < wrong.size(); ++t)
+        threads.emplace_back([&, t] {
+            for (int round = 0; round < 100; ++round) {
+                ChangeList changes;
+                if (Diff(a, b, changes) != 0 || changes != expected)
+                    ++wrong[t];
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(wrong, std::vector<int>(4, 0));
+}
+
 // ---- Patches that are refused leave the record as it was ----
 
 class PatchRefusal : public ::testing::Test {
@@ -284,6 +435,36 @@ TEST_F(PatchRefusal, ValuesThatDoNotDecode) {
     ExpectRefused({flag}, INTERCHANGE_SCHEMA, "/Flag");
     const CChange wide{EChangeKind::Changed, "/Setting1", "", "1", "2147483648"};
     ExpectRefused({wide}, INTERCHANGE_SCHEMA, "/Setting1");
+}
+
+// Memory that runs out anywhere in a patch (the working copy, an old value
+// decoded to be compared, a new value decoded to be stored) is reported as
+// out of memory, not as a value that does not decode, and changes nothing.
+TEST_F(PatchRefusal, OutOfMemoryAnywhereIsReportedAsSuch) {
+    if (!PI::Test::AllocHooksAvailable())
+        GTEST_SKIP() << "library built without the allocation hook";
+    unsigned long long blocks = 0;
+    {
+        COperation target = before;
+        PI::Test::CAllocHookScope scope;
+        ASSERT_EQ(Patch(target, changes), 0u);
+        blocks = PI::Test::AllocationCount();
+    }
+    // The copy's property, the old and the new value of the changed one.
+    ASSERT_GE(blocks, 3u);
+    for (unsigned int skip = 0; skip < blocks; ++skip) {
+        COperation target = before;
+        CInterchangeError error;
+        unsigned int result = 0;
+        {
+            PI::Test::CAllocHookScope scope;
+            PI::Test::FailAllocations(skip);
+            result = Patch(target, changes, &error);
+        }
+        EXPECT_EQ(result, RESULT_OUT_OF_MEMORY) << "block " << skip << ": " << error.Text();
+        EXPECT_EQ(error.Code, RESULT_OUT_OF_MEMORY);
+        EXPECT_EQ(FirstDifference(target, before), "") << "block " << skip;
+    }
 }
 
 // ---- The change list document ----

@@ -1,5 +1,5 @@
 // The changes between two records. Lists with an identity pair their
-// elements through a hash map, but only past the longest common prefix of
+// elements through a hash table, but only past the longest common prefix of
 // identities, which in the usual case (an agent's next answer) is the whole
 // list: then the walk costs about what operator== costs.
 #include "PI/Diff.h"
@@ -9,10 +9,11 @@
 #include "Leaf.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdint>
 #include <new>
-#include <unordered_map>
 #include <utility>
+#include <vector>
 
 namespace PI {
 namespace DiffInternal {
@@ -20,31 +21,62 @@ namespace {
 
 constexpr std::uint32_t NONE = 0xFFFFFFFFu;
 
+// The place being compared, as steps: a field's name or a list index. The
+// JSON Pointer text is only built for a change, so walking equal parts of the
+// records builds no strings.
+struct Step {
+    const char* name; // null for an index
+    size_t index;
+};
+
+// The deepest place in a record has eight steps (/LogicalDrives/i/
+// Containers/j/Drives/k/Properties/l); the rest is headroom.
+constexpr size_t MAX_STEPS = 16;
+
 struct Differ {
+    Differ(ChangeList& changes, bool every, CInterchangeError* failure)
+        : out(changes), all(every), error(failure) {}
+
     ChangeList& out;
     bool all;
     CInterchangeError* error;
-    std::string path;
+    Step steps[MAX_STEPS] = {};
+    size_t depth = 0;
+    Interchange::JsonValueWriter writer;
 
-    size_t Push(const char* name) {
-        const size_t mark = path.size();
-        path += '/';
-        path += name;
-        return mark;
+    size_t Push(const char* name) { return Push(Step{name, 0}); }
+    size_t Push(size_t index) { return Push(Step{nullptr, index}); }
+    size_t Push(Step step) {
+        if (depth == MAX_STEPS)
+            throw Failure{INTERCHANGE_LIMIT};
+        steps[depth] = step;
+        return depth++;
     }
-    size_t Push(size_t index) {
-        const size_t mark = path.size();
-        path += '/';
-        path += std::to_string(index);
-        return mark;
+    void Pop(size_t mark) { depth = mark; }
+
+    // The pointer of the current place. Field names need no escaping.
+    std::string Path() const {
+        std::string path;
+        path.reserve(64);
+        char digits[24];
+        for (size_t k = 0; k < depth; ++k) {
+            const Step& step = steps[k];
+            path += '/';
+            if (step.name != nullptr) {
+                path += step.name;
+            } else {
+                const auto end = std::to_chars(digits, digits + sizeof digits, step.index).ptr;
+                path.append(digits, end);
+            }
+        }
+        return path;
     }
-    void Pop(size_t mark) { path.resize(mark); }
 
     template <class T> void Encode(const T& value, std::string& text) {
-        const unsigned int result = EncodeLeaf(value, text, error);
+        const unsigned int result = EncodeLeaf(value, text, error, writer);
         if (result != 0) {
             if (error != nullptr)
-                error->Pointer = path + error->Pointer;
+                error->Pointer = Path() + error->Pointer;
             throw Failure{result};
         }
     }
@@ -52,7 +84,7 @@ struct Differ {
         out.emplace_back();
         CChange& change = out.back();
         change.Kind = kind;
-        change.Path = path;
+        change.Path = Path();
         return change;
     }
     template <class T> void Changed(const T& before, const T& after) {
@@ -99,12 +131,6 @@ void DiffByPosition(Differ& d, const std::vector<E>& a, const std::vector<E>& b)
         EmitWhole(d, EChangeKind::Added, j, b[j]);
 }
 
-struct PairHash {
-    size_t operator()(const std::pair<unsigned long long, unsigned long long>& key) const {
-        return std::hash<unsigned long long>()(key.first * 0x9E3779B97F4A7C15ull ^ key.second);
-    }
-};
-
 inline unsigned long long KeyOf(const CObject& object) {
     return object.ObjectID;
 }
@@ -117,9 +143,54 @@ inline std::pair<unsigned long long, unsigned long long> KeyOf(const CDrive& dri
     return {drive.ObjectID, drive.StartAddress};
 }
 
-template <class K> struct KeyHash { using Type = std::hash<K>; };
-template <> struct KeyHash<std::pair<unsigned long long, unsigned long long>> {
-    using Type = PairHash;
+inline size_t HashOf(unsigned long long key) {
+    return static_cast<size_t>((key * 0x9E3779B97F4A7C15ull) >> 32);
+}
+inline size_t HashOf(const std::pair<unsigned long long, unsigned long long>& key) {
+    return HashOf(key.first * 0x9E3779B97F4A7C15ull ^ key.second);
+}
+
+// The old elements of each key: for every key, the first old index not yet
+// paired. An open-addressed table in one block, at most half full, so that
+// pairing a list costs no allocation per element.
+template <class Key> class FirstOfKey {
+public:
+    explicit FirstOfKey(size_t count) {
+        size_t size = 16;
+        while (size < 2 * count)
+            size *= 2;
+        m_Slots.resize(size);
+        m_Mask = size - 1;
+    }
+    // The entry of `key`; `added` tells whether it was missing (then NONE).
+    std::uint32_t& Insert(const Key& key, bool& added) {
+        Slot& slot = Probe(key);
+        added = !slot.used;
+        if (added) {
+            slot.used = true;
+            slot.key = key;
+        }
+        return slot.first;
+    }
+    // The entry of `key`, or null.
+    std::uint32_t* Find(const Key& key) {
+        Slot& slot = Probe(key);
+        return slot.used ? &slot.first : nullptr;
+    }
+
+private:
+    struct Slot {
+        Key key{};
+        std::uint32_t first = NONE;
+        bool used = false;
+    };
+    Slot& Probe(const Key& key) {
+        for (size_t k = HashOf(key) & m_Mask;; k = (k + 1) & m_Mask)
+            if (!m_Slots[k].used || m_Slots[k].key == key)
+                return m_Slots[k];
+    }
+    std::vector<Slot> m_Slots;
+    size_t m_Mask = 0;
 };
 
 // Marks the elements of `sequence` (old indices in new order) that form a
@@ -152,26 +223,37 @@ template <class E>
 void DiffByIdentity(Differ& d, const std::vector<E>& a, const std::vector<E>& b) {
     // The common prefix pairs by position and always keeps its order, so its
     // elements are compared on the way.
+    // Equal properties (the most of them) are told by operator== alone,
+    // which compares their identities on the way.
     const size_t common = std::min(a.size(), b.size());
     size_t prefix = 0;
-    for (; prefix < common && KeyOf(a[prefix]) == KeyOf(b[prefix]); ++prefix)
+    for (;; ++prefix) {
+        if constexpr (IS_LEAF<E>) {
+            const E* x = a.data() + prefix;
+            const E* y = b.data() + prefix;
+            const E* const end = a.data() + common;
+            while (x != end && *x == *y)
+                ++x, ++y;
+            prefix = static_cast<size_t>(x - a.data());
+        }
+        if (prefix == common || KeyOf(a[prefix]) != KeyOf(b[prefix]))
+            break;
         DiffElement(d, prefix, a[prefix], b[prefix]);
+    }
     if (prefix == a.size() && prefix == b.size())
         return;
 
     // Past the prefix: the k-th element of a key in the new list pairs with
     // the k-th of that key in the old one. `next` chains the old elements of
     // one key in their order.
-    using Key = decltype(KeyOf(a[0]));
-    std::unordered_map<Key, std::uint32_t, typename KeyHash<Key>::Type> first;
-    first.reserve(a.size() - prefix);
+    FirstOfKey<decltype(KeyOf(a[0]))> first(a.size() - prefix);
     std::vector<std::uint32_t> next(a.size() - prefix, NONE);
     for (size_t i = a.size(); i-- > prefix;) {
-        auto inserted = first.emplace(KeyOf(a[i]), static_cast<std::uint32_t>(i));
-        if (!inserted.second) {
-            next[i - prefix] = inserted.first->second;
-            inserted.first->second = static_cast<std::uint32_t>(i);
-        }
+        bool added = false;
+        std::uint32_t& entry = first.Insert(KeyOf(a[i]), added);
+        if (!added)
+            next[i - prefix] = entry;
+        entry = static_cast<std::uint32_t>(i);
     }
     std::vector<std::uint32_t> pairOf(b.size(), NONE); // old index of each new element
     std::vector<char> taken(a.size(), 0);
@@ -180,13 +262,13 @@ void DiffByIdentity(Differ& d, const std::vector<E>& a, const std::vector<E>& b)
         taken[j] = 1;
     }
     for (size_t j = prefix; j < b.size(); ++j) {
-        const auto found = first.find(KeyOf(b[j]));
-        if (found == first.end() || found->second == NONE)
+        std::uint32_t* entry = first.Find(KeyOf(b[j]));
+        if (entry == nullptr || *entry == NONE)
             continue;
-        const std::uint32_t i = found->second;
+        const std::uint32_t i = *entry;
         pairOf[j] = i;
         taken[i] = 1;
-        found->second = next[i - prefix];
+        *entry = next[i - prefix];
     }
 
     for (size_t i = prefix; i < a.size(); ++i)
@@ -209,10 +291,12 @@ void DiffByIdentity(Differ& d, const std::vector<E>& a, const std::vector<E>& b)
             continue;
         }
         if (!kept[k++]) {
-            const size_t mark = d.Push(j);
-            CChange& change = d.Emit(EChangeKind::Moved);
+            size_t mark = d.Push(static_cast<size_t>(i));
+            std::string from = d.Path();
             d.Pop(mark);
-            change.From = d.path + "/" + std::to_string(i);
+            mark = d.Push(j);
+            d.Emit(EChangeKind::Moved).From = std::move(from);
+            d.Pop(mark);
         }
         DiffElement(d, j, a[i], b[j]);
     }
@@ -297,7 +381,7 @@ unsigned int Diff(const Record& before, const Record& after, ChangeList& changes
                   EDiffFields fields, CInterchangeError* error) {
     const size_t size = changes.size();
     try {
-        DiffInternal::Differ differ{changes, fields == EDiffFields::All, error, std::string()};
+        DiffInternal::Differ differ(changes, fields == EDiffFields::All, error);
         DiffInternal::DiffRoot(differ, before, after);
         return 0;
     } catch (const DiffInternal::Failure& failure) {

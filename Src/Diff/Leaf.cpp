@@ -1,11 +1,10 @@
-// The JSON values of single fields, written and read with RapidJSON.
+// The JSON values of single fields: numbers and flags written here, every
+// leaf read back with RapidJSON.
 #include "Leaf.h"
 
 #include "../Interchange/Text.h"
 
 #include <rapidjson/document.h>
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
 
 namespace PI {
 namespace DiffInternal {
@@ -29,20 +28,6 @@ void AppendNumber(unsigned long long value, std::string& out) {
 }
 void AppendFlag(bool value, std::string& out) {
     out += value ? "true" : "false";
-}
-
-void AppendText(const std::string& text, std::string& out) {
-    if (Interchange::IsValidUtf8(text.data(), text.size())) {
-        rapidjson::StringBuffer buffer;
-        rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
-        writer.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
-        out.append(buffer.GetString(), buffer.GetSize());
-        return;
-    }
-    out += "{\"Base64\":\"";
-    Interchange::AppendBase64(reinterpret_cast<const unsigned char*>(text.data()), text.size(),
-                              out);
-    out += "\"}";
 }
 
 bool ParseFlag(const std::string& json, bool& out) {

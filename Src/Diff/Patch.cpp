@@ -32,6 +32,7 @@ struct Item {
 
 struct Patcher {
     CInterchangeError* error;
+    Interchange::JsonValueWriter writer;
 
     [[noreturn]] void Fail(const Item& item, unsigned int code, const std::string& what) {
         if (error != nullptr) {
@@ -87,14 +88,17 @@ constexpr bool IS_LEAF = IS_NUMBER<T> || IS_TEXT<T> || std::is_same_v<T, CProper
 // Equal field by field: leaves by their own operator== (a property's
 // compares every field and its block), records by their interchange form,
 // which carries every field.
-template <class T> bool SameValue(const T& a, const T& b) {
+template <class T> bool SameValue(Patcher& p, const Item& item, const T& a, const T& b) {
     if constexpr (IS_LEAF<T>) {
         return a == b;
     } else {
         std::string x, y;
-        if (EncodeLeaf(a, x, nullptr) != 0 || EncodeLeaf(b, y, nullptr) != 0)
-            return false;
-        return x == y;
+        unsigned int result = EncodeLeaf(a, x, nullptr, p.writer);
+        if (result == 0)
+            result = EncodeLeaf(b, y, nullptr, p.writer);
+        if (result == RESULT_OUT_OF_MEMORY)
+            p.Fail(item, result, "memory to compare the old value");
+        return result == 0 && x == y;
     }
 }
 
@@ -105,16 +109,19 @@ T DecodeOrFail(Patcher& p, const Item& item, const std::string& json, const char
                std::string("the change to carry its ") + which + " value");
     T value{};
     std::string what;
-    if (!DecodeLeaf(json, value, what))
-        p.Fail(item, INTERCHANGE_SCHEMA, std::string("as ") + which + " value " + what);
+    const unsigned int result = DecodeLeaf(json, value, what);
+    if (result == RESULT_OUT_OF_MEMORY)
+        p.Fail(item, result, what);
+    if (result != 0)
+        p.Fail(item, result, std::string("as ") + which + " value " + what);
     return value;
 }
 
 template <class T> void CheckOld(Patcher& p, const Item& item, const T& current) {
     const T old = DecodeOrFail<T>(p, item, item.change->Old, "old");
-    if (!SameValue(old, current)) {
+    if (!SameValue(p, item, old, current)) {
         std::string text;
-        EncodeLeaf(current, text, nullptr);
+        EncodeLeaf(current, text, nullptr, p.writer);
         if (text.size() > 200)
             text = text.substr(0, 200) + "...";
         p.Fail(item, DIFF_MISMATCH, "the old value that the record holds, " + text);
@@ -349,7 +356,7 @@ template <class R> void ExactCopy(Patcher& p, const R& record, R& copy) {
 template <class Record>
 unsigned int Patch(Record& record, const ChangeList& changes, CInterchangeError* error) {
     using namespace DiffInternal;
-    Patcher patcher{error};
+    Patcher patcher{error, {}};
     try {
         std::vector<Item> items(changes.size());
         std::vector<Item*> pointers;

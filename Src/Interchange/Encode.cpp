@@ -5,6 +5,7 @@
 #include "PropertyForm.h"
 #include "Schema.h"
 #include "Text.h"
+#include "ValueWriter.h"
 
 #include "PI/Interchange.h"
 
@@ -14,11 +15,28 @@
 
 #include <charconv>
 #include <cstring>
+#include <memory>
 #include <new>
+#include <utility>
 
 namespace PI {
 namespace Interchange {
 namespace {
+
+// RapidJSON's writer with one addition: a member name that needs no
+// escaping, copied into the buffer at once.
+class JsonWriter : public rapidjson::Writer<rapidjson::StringBuffer> {
+public:
+    using Writer::Writer;
+
+    void PlainKey(const char* name, size_t length) {
+        Prefix(rapidjson::kStringType);
+        char* out = os_->Push(length + 2);
+        out[0] = '"';
+        std::memcpy(out + 1, name, length);
+        out[length + 1] = '"';
+    }
+};
 
 // JSON through RapidJSON's writer. Map sizes are not needed.
 class JsonSink {
@@ -27,13 +45,16 @@ public:
 
     explicit JsonSink(rapidjson::StringBuffer& buffer) : m_Writer(buffer) {}
 
+    // Starts a new value in `buffer`, keeping the writer's stack and scratch.
+    void Restart(rapidjson::StringBuffer& buffer) { m_Writer.Reset(buffer); }
+
     void BeginObject(uint32_t) { m_Writer.StartObject(); }
     void EndObject() { m_Writer.EndObject(); }
     void BeginArray(uint32_t) { m_Writer.StartArray(); }
     void EndArray() { m_Writer.EndArray(); }
-    void Key(std::string_view name) {
-        m_Writer.Key(name.data(), static_cast<rapidjson::SizeType>(name.size()));
-    }
+    // Member names are the schema's, plain ASCII that needs no escaping: they
+    // are copied in whole, past the writer's escaping of texts.
+    void Key(std::string_view name) { m_Writer.PlainKey(name.data(), name.size()); }
     void Null() { m_Writer.Null(); }
     void Bool(bool value) { m_Writer.Bool(value); }
     void Unsigned(uint64_t value) { m_Writer.Uint64(value); }
@@ -65,7 +86,7 @@ public:
     }
 
 private:
-    rapidjson::Writer<rapidjson::StringBuffer> m_Writer;
+    JsonWriter m_Writer;
     std::string m_Scratch;
 };
 
@@ -442,6 +463,20 @@ unsigned int Encode(Sink& sink, const Record& record, bool document, CInterchang
     return encoder.Put(record) ? 0 : error.Code;
 }
 
+// Fills the error record of an encoding that ran out of memory. Naming what
+// was missing needs memory too: without it the code alone is reported.
+unsigned int OutOfMemory(CInterchangeError& e) noexcept {
+    e.Code = RESULT_OUT_OF_MEMORY;
+    e.Pointer.clear();
+    e.Offset = 0;
+    try {
+        e.Expected = "memory for the encoding";
+    } catch (...) {
+        e.Expected.clear();
+    }
+    return e.Code;
+}
+
 template <class Record>
 unsigned int ToJson(const Record& record, std::string& out, bool document,
                     CInterchangeError* error) noexcept {
@@ -456,10 +491,7 @@ unsigned int ToJson(const Record& record, std::string& out, bool document,
         out.append(buffer.GetString(), buffer.GetSize());
         return 0;
     } catch (...) {
-        e = CInterchangeError();
-        e.Code = RESULT_OUT_OF_MEMORY;
-        e.Expected = "memory for the encoding";
-        return e.Code;
+        return OutOfMemory(e);
     }
 }
 
@@ -479,14 +511,60 @@ unsigned int ToMsgPack(const Record& record, std::vector<std::uint8_t>& out, boo
         return 0;
     } catch (...) {
         out.resize(start);
-        e = CInterchangeError();
-        e.Code = RESULT_OUT_OF_MEMORY;
-        e.Expected = "memory for the encoding";
-        return e.Code;
+        return OutOfMemory(e);
     }
 }
 
 } // namespace
+
+struct JsonValueWriter::State {
+    rapidjson::StringBuffer buffer;
+    JsonSink sink{buffer};
+    // Filled only by a failed value, then handed over and cleared.
+    CInterchangeError error;
+};
+
+JsonValueWriter::JsonValueWriter() noexcept = default;
+JsonValueWriter::~JsonValueWriter() = default;
+
+JsonValueWriter::State& JsonValueWriter::Ready() {
+    if (!m_State)
+        m_State = std::make_unique<State>();
+    m_State->buffer.Clear();
+    m_State->sink.Restart(m_State->buffer);
+    return *m_State;
+}
+
+template <class Record>
+unsigned int JsonValueWriter::Write(const Record& record, std::string& out,
+                                    CInterchangeError* error) noexcept {
+    try {
+        State& s = Ready();
+        if (const unsigned int code = Encode(s.sink, record, false, s.error)) {
+            if (error != nullptr)
+                std::swap(*error, s.error);
+            s.error = CInterchangeError();
+            return code;
+        }
+        out.append(s.buffer.GetString(), s.buffer.GetSize());
+        return 0;
+    } catch (...) {
+        if (m_State)
+            m_State->error = CInterchangeError();
+        CInterchangeError local;
+        return OutOfMemory(error != nullptr ? *error : local);
+    }
+}
+
+void JsonValueWriter::WriteText(const char* text, size_t length, std::string& out) {
+    State& s = Ready();
+    if (IsValidUtf8(text, length))
+        s.sink.Text(text, length);
+    else
+        s.sink.Bytes(reinterpret_cast<const unsigned char*>(text), length);
+    out.append(s.buffer.GetString(), s.buffer.GetSize());
+}
+
 } // namespace Interchange
 
 template <class Record>
@@ -516,7 +594,9 @@ unsigned int WriteMsgPackValue(const Record& record, std::vector<std::uint8_t>& 
     template PI_API unsigned int WriteMsgPackDocument<Record>(                                     \
         const Record&, std::vector<std::uint8_t>&, CInterchangeError*);                            \
     template PI_API unsigned int WriteMsgPackValue<Record>(                                        \
-        const Record&, std::vector<std::uint8_t>&, CInterchangeError*);
+        const Record&, std::vector<std::uint8_t>&, CInterchangeError*);                            \
+    template unsigned int Interchange::JsonValueWriter::Write<Record>(                             \
+        const Record&, std::string&, CInterchangeError*) noexcept;
 PI_INTERCHANGE_WRITERS(CProperty)
 PI_INTERCHANGE_WRITERS(CObject)
 PI_INTERCHANGE_WRITERS(CTask)

@@ -145,6 +145,178 @@ TEST_F(PitoolRecord, ShowNamesPropertiesValuesSizesAndIcons) {
     EXPECT_THAT(json.out, HasSubstr("\"status_icon\": \"drive_fail_no.gif\""));
 }
 
+// Each of `parts` in `text`, in this order: a member inside the list or
+// object that an earlier part opens.
+void ExpectInOrder(const std::string& text, const std::vector<std::string>& parts) {
+    size_t at = 0;
+    for (const std::string& part : parts) {
+        const size_t found = text.find(part, at);
+        ASSERT_NE(found, std::string::npos) << "'" << part << "' after byte " << at << " of\n"
+                                            << text;
+        at = found + part.size();
+    }
+}
+
+// The lists of an operation besides its objects and logical drives, and its
+// own fields: text rows for those that differ from a new operation's, every
+// one in the JSON form, the events with their placeholders.
+TEST_F(PitoolRecord, ShowsEveryListOfAnOperation) {
+    const std::string op = Write(
+        "op.json",
+        R"({"Version":1,"COperation":{"Attribute1":23400,)"
+        R"("Levels":[{"Attribute0":1,"StripeSizes":[16,32],"Size1":2,"Units":21021}],)"
+        R"("Migrations":[{"Attribute1":1,"Attribute2":5}],)"
+        R"("Events":[{},{"Scalar1":1,"PlaceHolder1":"I:77","PlaceHolder2":"T:Drive 2"}],)"
+        R"("PassThroughs":[{"Value":255}],"Partitions":[{"Text1":"/dev/sdb1","Text2":"xfs"}],)"
+        R"("Objects":[{"ObjectID":1,"ObjectType":19007}],"Setting5":0,"Flag":true}})");
+    const ProgramResult r = Pitool({"record", "show", op});
+    ASSERT_EQ(r.status, 0) << r.err;
+    ExpectInOrder(r.out,
+                  {"operation  1 objects, 0 logical drives, 2 events\n",
+                   "  Attribute1  23400\n  Setting5    0\n  Flag        yes\n",
+                   "object 1  type 19007 OBJECT_TYPE_ADAPTER_1\n", "level 1  stripe sizes 16, 32\n",
+                   "  Size1  2 GB\n", "  Units  21021 UNITS_GIGABYTES\n",
+                   "migration  Attribute1 1  Attribute2 5  Attribute3 0\n",
+                   "partition  \"/dev/sdb1\"  \"xfs\"\n", "pass-through  value 255 (0xFF)\n",
+                   "event 0  code 10000\n", "event 1  code 10000  string 77  \"Drive 2\"\n"});
+    EXPECT_THAT(r.out, Not(HasSubstr("Setting1"))); // as a new operation has it
+
+    const ProgramResult json = Pitool({"record", "show", "--json", op});
+    ASSERT_EQ(json.status, 0) << json.err;
+    ExpectInOrder(json.out,
+                  {"\"class\": \"COperation\"", "\"fields\": {", "\"attribute1\": 23400",
+                   "\"setting1\": 1", "\"setting5\": 0", "\"flag\": true", "\"setting9\": 1"});
+    ExpectInOrder(json.out, {"\"levels\": [", "\"attribute0\": 1", "\"stripe_sizes\": [", "16,",
+                             "32", "\"size1\": 2", "\"size1_text\": \"2 GB\"", "\"units\": 21021",
+                             "\"units_name\": \"UNITS_GIGABYTES\""});
+    ExpectInOrder(json.out, {"\"migrations\": [", "\"attribute2\": 5", "\"partitions\": [",
+                             "\"text1\": \"/dev/sdb1\"", "\"text2\": \"xfs\"",
+                             "\"pass_throughs\": [", "\"value\": 255"});
+    ExpectInOrder(json.out,
+                  {"\"events\": [", "\"scalar1\": 0", "\"code\": 10000", "\"placeholders\": []",
+                   "\"scalar1\": 1", "\"slot\": 1", "\"stored\": \"I:77\"", "\"string_id\": 77",
+                   "\"slot\": 2", "\"stored\": \"T:Drive 2\"", "\"text\": \"Drive 2\""});
+}
+
+// Records of the other classes alone, as `show` reads any class.
+TEST_F(PitoolRecord, ShowsLevelsEventsPartitionsAndPassThroughsAlone) {
+    const ProgramResult level =
+        Pitool({"record", "show",
+                Write("level.json", R"({"Version":1,"CLevel":{"Attribute0":5,"StripeSizes":[64],)"
+                                    R"("Size1":3,"Size2":1024,"Units":21024,"Attribute8":7}})")});
+    ASSERT_EQ(level.status, 0) << level.err;
+    EXPECT_EQ(level.out, "level 5  stripe sizes 64\n"
+                         "  Size1       3.00 B (3 bytes)\n"
+                         "  Size2       1.00 KB (1024 bytes)\n"
+                         "  Units       21024 UNITS_BYTES\n"
+                         "  Attribute8  7\n");
+
+    const std::string event =
+        Write("event.json", R"({"Version":1,"CEvent":{"Scalar1":-5,"Scalar2":10010,)"
+                            R"("PlaceHolder1":"T:Adapter 0","PlaceHolder3":"I:x",)"
+                            R"("Text1":"source","Scalar6":3}})");
+    const ProgramResult shown = Pitool({"record", "show", event});
+    ASSERT_EQ(shown.status, 0) << shown.err;
+    EXPECT_EQ(shown.out, "event -5  code 10010  \"Adapter 0\"  I:x\n"
+                         "  Text1    \"source\"\n"
+                         "  Scalar6  3\n");
+    const ProgramResult eventJson = Pitool({"record", "show", "--json", event});
+    ExpectInOrder(eventJson.out,
+                  {"\"class\": \"CEvent\"", "\"event\": {", "\"scalar1\": -5", "\"code\": 10010",
+                   "\"slot\": 1", "\"text\": \"Adapter 0\"", "\"slot\": 3", "\"stored\": \"I:x\"",
+                   "\"text1\": \"source\"", "\"scalar6\": 3"});
+    EXPECT_THAT(eventJson.out, Not(HasSubstr("string_id"))); // "I:x" names no string
+
+    const ProgramResult migration =
+        Pitool({"record", "show", "--json",
+                Write("migration.json", R"({"Version":1,"CMigration":{"Attribute3":4,"Properties":)"
+                                        R"([{"PropertyID":23200,"Type":2,"Value":"m"}]}})")});
+    ExpectInOrder(migration.out,
+                  {"\"migration\": {", "\"attribute3\": 4", "\"properties\": [", "\"id\": 23200",
+                   "\"name\": \"LOGICAL_DRIVE_CACHECADE_TYPE\"", "\"value\": \"\\\"m\\\"\""});
+    const ProgramResult partition = Pitool(
+        {"record", "show",
+         Write("partition.json", R"({"Version":1,"CPartition":{"Attribute1":63,"Text1":"/"}})")});
+    EXPECT_EQ(partition.out, "partition  \"/\"  \"\"\n"
+                             "  Attribute1  63\n"
+                             "  Attribute2  0\n"
+                             "  Attribute3  0\n");
+    const ProgramResult pass =
+        Pitool({"record", "show", "--json",
+                Write("pass.json", R"({"Version":1,"CPassThrough":{"Value":4294967296}})")});
+    ExpectInOrder(pass.out,
+                  {"\"class\": \"CPassThrough\"", "\"pass_through\": {", "\"value\": 4294967296"});
+}
+
+// Drive pieces, containers and logical drives: byte counts readable, sizes
+// in their unit, the spare and associated lists named.
+TEST_F(PitoolRecord, ShowsDrivePiecesContainersAndLogicalDrives) {
+    const ProgramResult drive = Pitool(
+        {"record", "show",
+         Write("drive.json",
+               R"({"Version":1,"CDrive":{"ObjectID":12,"StartAddress":2048,"UsedSize":1000000,)"
+               R"("Attribute2":9,"Properties":[{"PropertyID":23200,"Type":2,"Value":"p"}]}})")});
+    ASSERT_EQ(drive.status, 0) << drive.err;
+    ExpectInOrder(drive.out, {"drive 12  start 2048  used 976.56 KB (1000000 bytes)\n",
+                              "  Attribute2  9\n", "  LOGICAL_DRIVE_CACHECADE_TYPE  \"p\"\n"});
+
+    const std::string container =
+        Write("container.json", R"({"Version":1,"CContainer":{"Drives":[{"ObjectID":12},)"
+                                R"({"ObjectID":13,"StartAddress":4096,"UsedSize":1073741824}]}})");
+    EXPECT_EQ(Pitool({"record", "show", container}).out,
+              "container  2 drive pieces\n"
+              "  drive 12  start 0  used 0.00 B (0 bytes)\n"
+              "  drive 13  start 4096  used 1.00 GB (1073741824 bytes)\n");
+    ExpectInOrder(Pitool({"record", "show", "--json", container}).out,
+                  {"\"container\": {", "\"drives\": [", "\"object_id\": 12", "\"object_id\": 13",
+                   "\"start_address\": 4096", "\"used_size\": 1073741824",
+                   "\"used\": \"1.00 GB (1073741824 bytes)\""});
+
+    const std::string ld = Write(
+        "ld.json", R"({"Version":1,"CLogicalDrive":{"Size":1000,"Units":21021,"Attribute2":4,)"
+                   R"("Containers":[{"Drives":[{"ObjectID":12,"UsedSize":2048}]}],)"
+                   R"("GHS":[20],"DHS":[21,22],"ALD":[3]}})");
+    const ProgramResult text = Pitool({"record", "show", ld});
+    ASSERT_EQ(text.status, 0) << text.err;
+    EXPECT_EQ(text.out, "logical drive 0  size 1000 GB\n"
+                        "  container 0  drive 12 2.00 KB\n"
+                        "  hot spares  global 20; dedicated 21, 22\n"
+                        "  associated logical drives  3\n"
+                        "  Attribute2  4\n");
+    ExpectInOrder(Pitool({"record", "show", "--json", ld}).out,
+                  {"\"logical_drive\": {", "\"size\": 1000", "\"units\": 21021",
+                   "\"units_name\": \"UNITS_GIGABYTES\"", "\"size_text\": \"1000 GB\"",
+                   "\"containers\": [", "\"drives\": [", "\"used_size\": 2048",
+                   "\"global_hot_spares\": [", "20", "\"dedicated_hot_spares\": [", "21,", "22",
+                   "\"associated_logical_drives\": [", "3", "\"attribute2\": 4"});
+    // A logical drive counted in bytes reads in the largest unit.
+    const ProgramResult bytes = Pitool(
+        {"record", "show",
+         Write("bytes.json", R"({"Version":1,"CLogicalDrive":{"Size":1536,"Units":21024}})")});
+    EXPECT_THAT(bytes.out, StartsWith("logical drive 0  size 1.50 KB (1536 bytes)\n"));
+}
+
+// A task: its texts, its creation time as a date, the fields that differ
+// from a new task's, and its object part.
+TEST_F(PitoolRecord, ShowsTasksWithTheirCreationTime) {
+    const std::string task =
+        Write("task.json", R"({"Version":1,"CTask":{"Object":{"ObjectID":77,"Parents":[5]},)"
+                           R"("Text1":"Rebuild","Text2":"drive 3","Time1":1795000000123,)"
+                           R"("Attribute6":40025}})");
+    const ProgramResult r = Pitool({"record", "show", task});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, "task \"Rebuild\" drive 3\n"
+                     "  created     2026-11-18 11:06:40.123 UTC\n"
+                     "  Attribute6  40025\n"
+                     "object 77  type 19005 OBJECT_TYPE_TASK\n"
+                     "  parents  5\n");
+    ExpectInOrder(Pitool({"record", "show", "--json", task}).out,
+                  {"\"class\": \"CTask\"", "\"task\": {", "\"text1\": \"Rebuild\"",
+                   "\"time1\": 1795000000123", "\"created\": \"2026-11-18 11:06:40.123 UTC\"",
+                   "\"attribute6\": 40025", "\"object\": {", "\"object_id\": 77",
+                   "\"type_name\": \"OBJECT_TYPE_TASK\"", "\"parents\": [", "5"});
+}
+
 TEST_F(PitoolRecord, BadInputIsOneLineAndExitStatusTwo) {
     const std::string empty = Write("empty.json", "");
     const std::string broken = Write("broken.json", "{\"Version\":1,\"COperation\":{");
