@@ -157,28 +157,26 @@ public:
 
     // --- texts and bytes ---
     bool GetText(std::string& out) {
-        if (m_At->Kind == TokenKind::Text || m_At->Kind == TokenKind::Bytes) {
-            if (!Charge(m_At->Count))
-                return false;
-            out.assign(m_At->Text, m_At->Count);
-            ++m_At;
-            return true;
-        }
+        if (m_At->Kind == TokenKind::Text || m_At->Kind == TokenKind::Bytes)
+            return TakeString(out);
         if (m_At->Kind == TokenKind::BeginObject)
             return GetBase64(out);
         return Fail(INTERCHANGE_SCHEMA, "a text");
     }
     bool GetBytes(std::string& out) {
-        if (m_At->Kind == TokenKind::Bytes) {
-            if (!Charge(m_At->Count))
-                return false;
-            out.assign(m_At->Text, m_At->Count);
-            ++m_At;
-            return true;
-        }
+        if (m_At->Kind == TokenKind::Bytes)
+            return TakeString(out);
         if (m_At->Kind == TokenKind::BeginObject)
             return GetBase64(out);
         return Fail(INTERCHANGE_SCHEMA, "bytes: {\"Base64\": text} or a MessagePack bin");
+    }
+    // The string or bin token's bytes as they stand, counted against the limit.
+    bool TakeString(std::string& out) {
+        if (!Charge(m_At->Count))
+            return false;
+        out.assign(m_At->Text, m_At->Count);
+        ++m_At;
+        return true;
     }
     bool Get(RVX::Strings::CStringVar& text) { return GetText(text.Str()); }
     bool Get(std::string& text) { return GetText(text); }

@@ -63,23 +63,11 @@ Record FromAny(AnyRecord&& record) {
 }
 
 Record AnyFromJson(TextOrBytes data) {
-    AnyRecord record;
-    CInterchangeError error;
-    const unsigned int code = WithJsonText(data, [&](const char* text, size_t length) {
-        return ReadJsonDocument(text, length, record, &error);
-    });
-    if (code != 0)
-        RaiseInterchange(code, error);
-    return FromAny(std::move(record));
+    return FromAny(FromJson<AnyRecord>(data));
 }
 
 Record AnyFromMsgPack(Buffer data) {
-    AnyRecord record;
-    CInterchangeError error;
-    CBytes bytes(data, "data");
-    if (const unsigned int code = ReadMsgPackDocument(bytes.Data(), bytes.Size(), record, &error))
-        RaiseInterchange(code, error);
-    return FromAny(std::move(record));
+    return FromAny(FromMsgPack<AnyRecord>(data));
 }
 
 // JSON text begins with '{' after blanks; a MessagePack document begins with
