@@ -1,5 +1,8 @@
 #include "PI/LogicalDrive.h"
 
+#include "PI/ScanHook.h"
+
+#include "LogicalDriveScan.h"
 #include "RecordList.h"
 
 #include <RVX/Markup.h>
@@ -152,12 +155,56 @@ void ReadIdList(RVX::XML::CMarkup& markup, const char* list, const char* item,
     markup.OutOfElem();
 }
 
+#if defined(PI_WITH_TEST_HOOKS)
+thread_local bool t_ScanAllowed = true;
+thread_local unsigned long long t_Scans = 0;
+#endif
+
+// The direct reading of the usual shape, where the tests allow it.
+bool Scanned(const std::string& xml, CLogicalDrive& drive) {
+#if defined(PI_WITH_TEST_HOOKS)
+    if (!t_ScanAllowed || !Internal::ScanLogicalDrive(xml, drive))
+        return false;
+    ++t_Scans;
+    return true;
+#else
+    return Internal::ScanLogicalDrive(xml, drive);
+#endif
+}
+
 } // namespace
+
+namespace Test {
+
+#if defined(PI_WITH_TEST_HOOKS)
+bool SetLogicalDriveScan(bool allowed) noexcept {
+    t_ScanAllowed = allowed;
+    return true;
+}
+
+unsigned long long LogicalDriveScanCount() noexcept {
+    return t_Scans;
+}
+#else
+bool SetLogicalDriveScan(bool) noexcept {
+    return false;
+}
+
+unsigned long long LogicalDriveScanCount() noexcept {
+    return 0;
+}
+#endif
+
+} // namespace Test
 
 CLogicalDrive::CLogicalDrive()
     : Attribute1(0), Attribute2(0), Size(0), Units(UNITS_LOGICAL_DRIVE_DEFAULT) {}
 
 CLogicalDrive::CLogicalDrive(const std::string& xml) : CLogicalDrive() {
+    // A document of the usual shape is read straight from its text; any
+    // other goes through the markup parser, which decides what it means.
+    if (Scanned(xml, *this))
+        return;
     // A container's drives are read as texts, three per drive, and then
     // made at their full number at once. (Made while the document is open,
     // the record stands below the document's memory in the heap, which then

@@ -2,18 +2,21 @@
 
 // CLogicalDrive(xml) on arbitrary text: it builds a record or throws
 // boost::bad_lexical_cast (a missing or non-numeric attribute), nothing else;
-// the record is consistent with the text and copies and compares as a value.
+// the record is consistent with the text and copies and compares as a value;
+// read straight from the text or through the markup parser, it is the same.
 
 #include "Check.h"
 
 #include <PI/Identifiers.h>
 #include <PI/LogicalDrive.h>
+#include <PI/ScanHook.h>
 #include <RVX/Exceptions.h>
 #include <RVX/Markup.h>
 
 #include <boost/lexical_cast.hpp>
 
 #include <string>
+#include <vector>
 
 namespace pi_fuzz {
 
@@ -35,14 +38,57 @@ template <class Get> void ExpectIndexFault(Get get, const char* what) {
     Fail(__FILE__, __LINE__, std::string("no index fault from ") + what);
 }
 
-inline void CheckLogicalDrive(const std::uint8_t* data, size_t size) {
-    const std::string text(reinterpret_cast<const char*>(data), size);
-    PI::CLogicalDrive ld;
+// Every field a document sets, drive by drive (the records' == leaves the
+// used sizes and the id lists out).
+inline bool SameReading(const PI::CLogicalDrive& a, const PI::CLogicalDrive& b) {
+    if (a.Size != b.Size || a.Units != b.Units || a.GHS != b.GHS || a.DHS != b.DHS ||
+        a.ALD != b.ALD || a.Containers.size() != b.Containers.size())
+        return false;
+    for (size_t c = 0; c < a.Containers.size(); ++c) {
+        const std::vector<PI::CDrive>& x = a.Containers[c].Drives;
+        const std::vector<PI::CDrive>& y = b.Containers[c].Drives;
+        if (x.size() != y.size())
+            return false;
+        for (size_t d = 0; d < x.size(); ++d)
+            if (x[d].ObjectID != y[d].ObjectID || x[d].StartAddress != y[d].StartAddress ||
+                x[d].UsedSize != y[d].UsedSize)
+                return false;
+    }
+    return true;
+}
+
+// The document read through the markup parser alone, when the library has
+// the hook that turns the direct reading off; false when it threw.
+inline bool ReadThroughParser(const std::string& text, PI::CLogicalDrive& ld) {
+    struct Restore {
+        ~Restore() { PI::Test::SetLogicalDriveScan(true); }
+    } restore;
+    PI::Test::SetLogicalDriveScan(false);
     try {
         ld = PI::CLogicalDrive(text);
     } catch (const boost::bad_lexical_cast&) {
-        return; // a missing, empty or non-numeric attribute: documented
+        return false;
     }
+    return true;
+}
+
+inline void CheckLogicalDrive(const std::uint8_t* data, size_t size) {
+    const std::string text(reinterpret_cast<const char*>(data), size);
+    PI::CLogicalDrive ld;
+    bool read = true;
+    try {
+        ld = PI::CLogicalDrive(text);
+    } catch (const boost::bad_lexical_cast&) {
+        read = false; // a missing, empty or non-numeric attribute: documented
+    }
+    // Read straight from the text or through the parser, the same record.
+    if (PI::Test::SetLogicalDriveScan(true)) {
+        PI::CLogicalDrive parsed;
+        PI_FUZZ_CHECK(ReadThroughParser(text, parsed) == read, Printable(text));
+        PI_FUZZ_CHECK(!read || SameReading(ld, parsed), Printable(text));
+    }
+    if (!read)
+        return;
 
     RVX::XML::CMarkup markup;
     if (!markup.SetDoc(text)) {
