@@ -1,5 +1,6 @@
 #include "LogicalDriveScan.h"
 
+#include <array>
 #include <cstring>
 #include <vector>
 
@@ -23,44 +24,59 @@ template <size_t N> constexpr Span Literal(const char (&text)[N]) {
 }
 
 inline bool Is(const Span& a, const Span& b) noexcept {
-    return a.Size == b.Size && std::memcmp(a.Text, b.Text, a.Size) == 0;
+    return a.Size == b.Size && *a.Text == *b.Text && std::memcmp(a.Text, b.Text, a.Size) == 0;
+}
+
+// What each byte may be, looked up once per byte rather than tested
+// against several characters.
+enum : unsigned char {
+    kBlank = 1,
+    kNameStart = 2,
+    kNameChar = 4,
+    kPlainValue = 8, // printable ASCII but the quotes, '<' and '&'
+};
+
+constexpr std::array<unsigned char, 256> MakeClasses() {
+    std::array<unsigned char, 256> classes{};
+    for (int c = 0; c < 256; ++c) {
+        const bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+        const bool digit = c >= '0' && c <= '9';
+        unsigned char bits = 0;
+        if (c == ' ' || c == '\n' || c == '\t' || c == '\r')
+            bits |= kBlank;
+        if (letter)
+            bits |= kNameStart | kNameChar;
+        if (digit || c == '-' || c == '.')
+            bits |= kNameChar;
+        // A value the parser keeps byte for byte whatever its options: no
+        // reference, no blank to convert.
+        if (c >= 0x20 && c < 0x7F && c != '"' && c != '\'' && c != '<' && c != '&')
+            bits |= kPlainValue;
+        classes[static_cast<size_t>(c)] = bits;
+    }
+    return classes;
+}
+
+constexpr std::array<unsigned char, 256> kClasses = MakeClasses();
+
+inline bool Has(char c, unsigned char bits) noexcept {
+    return (kClasses[static_cast<unsigned char>(c)] & bits) != 0;
 }
 
 inline bool IsBlank(char c) noexcept {
-    return c == ' ' || c == '\n' || c == '\t' || c == '\r';
+    return Has(c, kBlank);
 }
 
 inline bool IsNameStart(char c) noexcept {
-    return static_cast<unsigned char>((c | 0x20) - 'a') < 26 || c == '_';
+    return Has(c, kNameStart);
 }
 
 inline bool IsNameChar(char c) noexcept {
-    return IsNameStart(c) || static_cast<unsigned char>(c - '0') < 10 || c == '-' || c == '.';
+    return Has(c, kNameChar);
 }
 
-// Printable ASCII but the two quotes, '<' and '&': a value the parser keeps
-// byte for byte whatever its options (no reference, no blank to convert).
 inline bool IsPlainValueChar(char c) noexcept {
-    return c >= 0x20 && c < 0x7F && c != '"' && c != '\'' && c != '<' && c != '&';
-}
-
-// 1 to 20 decimal digits up to the largest 64-bit value: the numbers that
-// the markup reader's conversion takes as they stand.
-inline bool PlainNumber(const Span& text, unsigned long long& value) noexcept {
-    if (text.Text == nullptr || text.Size - 1 >= 20)
-        return false;
-    unsigned long long result = 0;
-    for (size_t i = 0; i < text.Size; ++i) {
-        const unsigned digit = static_cast<unsigned char>(text.Text[i]) - 48u;
-        if (digit >= 10)
-            return false;
-        result = result * 10 + digit;
-    }
-    // Of 20 digits, those beyond the largest value wrapped above.
-    if (text.Size == 20 && std::memcmp(text.Text, "18446744073709551615", 20) > 0)
-        return false;
-    value = result;
-    return true;
+    return Has(c, kPlainValue);
 }
 
 constexpr Span kConfiguration = Literal("LogicalDriveConfiguration");
@@ -161,25 +177,18 @@ private:
 
     // The attributes of the start tag just named, up to and past its '>'
     // (`open`) or "/>". The first value of each of the `count` names asked
-    // for goes to `values` (null text for a name not there).
-    bool Attributes(const Span* names, size_t count, Span* values, bool& open) {
-        for (size_t i = 0; i < count; ++i)
-            values[i] = {nullptr, 0};
+    // for must be a plain number and goes to `numbers`; false when one of
+    // them is not there.
+    bool Attributes(const Span* names, size_t count, unsigned long long* numbers, bool& open) {
+        unsigned found = 0; // a bit for each name found
         for (;;) {
             const char* const before = p;
             while (IsBlank(*p))
                 ++p;
-            if (*p == '>') {
-                ++p;
-                open = true;
-                return true;
-            }
-            if (*p == '/') {
-                if (p[1] != '>')
-                    return false;
-                p += 2;
-                open = false;
-                return true;
+            if (*p == '>' || (p[0] == '/' && p[1] == '>')) {
+                open = *p == '>';
+                p += open ? 1 : 2;
+                return found == (1u << count) - 1;
             }
             // Attributes stand apart from the name and from each other.
             if (p == before || !IsNameStart(*p))
@@ -188,24 +197,43 @@ private:
             while (IsNameChar(*++p)) {
             }
             const Span attribute = {name, static_cast<size_t>(p - name)};
-            const char quote = p[1];
-            if (*p != '=' || (quote != '"' && quote != '\''))
+            if (*p != '=')
                 return false;
-            p += 2;
-            const char* const value = p;
-            while (IsPlainValueChar(*p))
-                ++p;
+            const char quote = *++p; // the end's NUL at worst
+            if (quote != '"' && quote != '\'')
+                return false;
+            ++p;
+            size_t i = 0;
+            while (i < count && !Is(attribute, names[i]))
+                ++i;
+            if (i < count && (found & (1u << i)) == 0) {
+                found |= 1u << i;
+                if (!Number(numbers[i]))
+                    return false;
+            } else {
+                while (IsPlainValueChar(*p))
+                    ++p;
+            }
             if (*p != quote)
                 return false;
-            for (size_t i = 0; i < count; ++i) {
-                if (Is(attribute, names[i])) {
-                    if (values[i].Text == nullptr)
-                        values[i] = {value, static_cast<size_t>(p - value)};
-                    break;
-                }
-            }
             ++p;
         }
+    }
+
+    // 1 to 20 decimal digits up to the largest 64-bit value, the numbers
+    // that the markup reader's conversion takes as they stand; the position
+    // is then after them.
+    bool Number(unsigned long long& value) {
+        const char* const digits = p;
+        unsigned long long result = 0;
+        for (unsigned digit; (digit = static_cast<unsigned char>(*p) - 48u) < 10; ++p)
+            result = result * 10 + digit;
+        const size_t size = static_cast<size_t>(p - digits);
+        // Of 20 digits, those beyond the largest value wrapped above.
+        if (size - 1 >= 20 || (size == 20 && std::memcmp(digits, "18446744073709551615", 20) > 0))
+            return false;
+        value = result;
+        return true;
     }
 
     // After an open start tag's '>': blanks and comments, then the end tag.
@@ -251,22 +279,14 @@ private:
     // all there and plain.
     bool NumbersLeaf(const Span& name, const Span* names, size_t count,
                      unsigned long long* numbers) {
-        Span values[3];
         bool open;
-        if (!Attributes(names, count, values, open) || (open && !EmptyContent(name)))
-            return false;
-        for (size_t i = 0; i < count; ++i)
-            if (!PlainNumber(values[i], numbers[i]))
-                return false;
-        return true;
+        return Attributes(names, count, numbers, open) && (!open || EmptyContent(name));
     }
 
     bool Configuration() {
         unsigned long long numbers[2];
-        Span values[2];
         bool open;
-        if (!Attributes(kRootNumbers, 2, values, open) || !PlainNumber(values[0], numbers[0]) ||
-            !PlainNumber(values[1], numbers[1]))
+        if (!Attributes(kRootNumbers, 2, numbers, open))
             return false;
         Drive.Size = numbers[0];
         // Units travel as a 64-bit number; the unit itself is 32 bits wide.
