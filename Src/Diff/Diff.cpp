@@ -4,14 +4,15 @@
 // list: then the walk costs about what operator== costs.
 #include "PI/Diff.h"
 
-#include "Describe.h"
 #include "Failure.h"
+#include "Fields.h"
 #include "Leaf.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
 #include <new>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -25,7 +26,7 @@ constexpr std::uint32_t NONE = 0xFFFFFFFFu;
 // JSON Pointer text is only built for a change, so walking equal parts of the
 // records builds no strings.
 struct Step {
-    const char* name; // null for an index
+    std::string_view name; // empty for an index
     size_t index;
 };
 
@@ -44,8 +45,8 @@ struct Differ {
     size_t depth = 0;
     Interchange::JsonValueWriter writer;
 
-    size_t Push(const char* name) { return Push(Step{name, 0}); }
-    size_t Push(size_t index) { return Push(Step{nullptr, index}); }
+    size_t Push(std::string_view name) { return Push(Step{name, 0}); }
+    size_t Push(size_t index) { return Push(Step{{}, index}); }
     size_t Push(Step step) {
         if (depth == MAX_STEPS)
             throw Failure{INTERCHANGE_LIMIT};
@@ -62,7 +63,7 @@ struct Differ {
         for (size_t k = 0; k < depth; ++k) {
             const Step& step = steps[k];
             path += '/';
-            if (step.name != nullptr) {
+            if (!step.name.empty()) {
                 path += step.name;
             } else {
                 const auto end = std::to_chars(digits, digits + sizeof digits, step.index).ptr;
@@ -302,52 +303,44 @@ void DiffByIdentity(Differ& d, const std::vector<E>& a, const std::vector<E>& b)
     }
 }
 
-template <class R> struct DiffVisitor {
+// Compares one member of two records; the member walk calls it for each.
+struct DiffVisitor {
     Differ& d;
-    const R& a;
-    const R& b;
 
-    template <class F> void Scalar(const char* name, bool compared, F field) {
+    template <class D, class T>
+    void operator()(std::string_view name, const D&, bool compared, EMatch match, const T& x,
+                    const T& y) const {
         if (!compared && !d.all)
             return;
-        const auto& x = field(a);
-        const auto& y = field(b);
-        if (x == y)
-            return;
-        const size_t mark = d.Push(name);
-        d.Changed(x, y);
-        d.Pop(mark);
-    }
-    template <class F> void List(const char* name, bool compared, EMatch match, F field) {
-        if (!compared && !d.all)
-            return;
-        const auto& x = field(a);
-        const auto& y = field(b);
-        const size_t mark = d.Push(name);
-        using E = typename std::decay_t<decltype(x)>::value_type;
-        if constexpr (std::is_same_v<E, CObject> || std::is_same_v<E, CProperty> ||
-                      std::is_same_v<E, CDrive>) {
-            if (match != EMatch::Position)
-                DiffByIdentity(d, x, y);
-            else
+        if constexpr (IS_LIST<T>) {
+            const size_t mark = d.Push(name);
+            using E = typename T::value_type;
+            if constexpr (std::is_same_v<E, CObject> || std::is_same_v<E, CProperty> ||
+                          std::is_same_v<E, CDrive>) {
+                if (match != EMatch::Position)
+                    DiffByIdentity(d, x, y);
+                else
+                    DiffByPosition(d, x, y);
+            } else {
                 DiffByPosition(d, x, y);
+            }
+            d.Pop(mark);
+        } else if constexpr (IS_PART<T>) {
+            const size_t mark = d.Push(name);
+            DiffRecord(d, x.Object, y.Object);
+            d.Pop(mark);
         } else {
-            DiffByPosition(d, x, y);
+            if (x == y)
+                return;
+            const size_t mark = d.Push(name);
+            d.Changed(x, y);
+            d.Pop(mark);
         }
-        d.Pop(mark);
-    }
-    template <class F> void Part(const char* name, bool compared, F field) {
-        if (!compared && !d.all)
-            return;
-        const size_t mark = d.Push(name);
-        DiffRecord(d, field(a), field(b));
-        d.Pop(mark);
     }
 };
 
 template <class R> void DiffRecord(Differ& d, const R& a, const R& b) {
-    DiffVisitor<R> visitor{d, a, b};
-    Describe(visitor, static_cast<const R*>(nullptr));
+    SchemaOf<R>::Fields(DiffVisitor{d}, a, b);
 }
 
 template <class R> void DiffRoot(Differ& d, const R& a, const R& b) {

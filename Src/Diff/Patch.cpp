@@ -10,8 +10,8 @@
 // elements apply.
 #include "PI/Diff.h"
 
-#include "Describe.h"
 #include "Failure.h"
+#include "Fields.h"
 #include "Leaf.h"
 
 #include <cstdint>
@@ -246,54 +246,53 @@ void PatchList(Patcher& p, std::vector<E>& list, std::vector<Item*>& items, size
     list = std::move(result);
 }
 
-template <class R> struct PatchVisitor {
+// Applies the changes below one member of a record; the member walk calls it
+// for each.
+struct PatchVisitor {
     Patcher& p;
-    R& record;
     std::unordered_map<std::string_view, std::vector<Item*>>& groups;
     size_t depth;
     size_t used = 0;
 
-    std::vector<Item*>* Take(const char* name) {
+    std::vector<Item*>* Take(std::string_view name) {
         const auto found = groups.find(name);
         if (found == groups.end())
             return nullptr;
         ++used;
         return &found->second;
     }
-    template <class F> void Scalar(const char* name, bool, F field) {
+    template <class D, class T>
+    void operator()(std::string_view name, const D&, bool, EMatch, T&& member) {
         std::vector<Item*>* items = Take(name);
         if (items == nullptr)
             return;
-        Item& item = *items->front();
-        if (items->size() > 1)
-            p.Fail(*(*items)[1], DIFF_CONFLICT, "one change of this field");
-        if (item.steps.size() != depth + 1)
-            p.Fail(item, DIFF_BAD_PATH, "no step below the field '" + std::string(name) + "'");
-        ReplaceLeaf(p, item, field(record));
-    }
-    template <class F> void List(const char* name, bool, EMatch, F field) {
-        if (std::vector<Item*>* items = Take(name))
-            PatchList(p, field(record), *items, depth + 1);
-    }
-    template <class F> void Part(const char* name, bool, F field) {
-        std::vector<Item*>* items = Take(name);
-        if (items == nullptr)
-            return;
-        for (Item* item : *items)
-            if (item->steps.size() == depth + 1)
-                p.Fail(*item, DIFF_BAD_PATH, "a path to a field of '" + std::string(name) + "'");
-        PatchRecord(p, field(record), *items, depth + 1);
+        if constexpr (IS_LIST<T>) {
+            PatchList(p, member, *items, depth + 1);
+        } else if constexpr (IS_PART<T>) {
+            for (Item* item : *items)
+                if (item->steps.size() == depth + 1)
+                    p.Fail(*item, DIFF_BAD_PATH,
+                           "a path to a field of '" + std::string(name) + "'");
+            PatchRecord(p, member.Object, *items, depth + 1);
+        } else {
+            Item& item = *items->front();
+            if (items->size() > 1)
+                p.Fail(*(*items)[1], DIFF_CONFLICT, "one change of this field");
+            if (item.steps.size() != depth + 1)
+                p.Fail(item, DIFF_BAD_PATH, "no step below the field '" + std::string(name) + "'");
+            ReplaceLeaf(p, item, member);
+        }
     }
 };
 
-// Tells whether a record has a field of a given name.
+// Tells whether a record has a field of a given name: the walk over no
+// record gives the names alone.
 struct FieldProbe {
     std::string_view name;
     bool known = false;
-    void Check(const char* field) { known = known || name == field; }
-    template <class F> void Scalar(const char* field, bool, F) { Check(field); }
-    template <class F> void List(const char* field, bool, EMatch, F) { Check(field); }
-    template <class F> void Part(const char* field, bool, F) { Check(field); }
+    template <class D> void operator()(std::string_view field, const D&, bool, EMatch) {
+        known = known || name == field;
+    }
 };
 
 template <class R>
@@ -304,14 +303,14 @@ void PatchRecord(Patcher& p, R& record, std::vector<Item*>& items, size_t depth)
             p.Fail(*item, DIFF_BAD_PATH, "a path to a field, not the whole record");
         groups[item->steps[depth]].push_back(item);
     }
-    PatchVisitor<R> visitor{p, record, groups, depth};
-    Describe(visitor, static_cast<const R*>(nullptr));
+    PatchVisitor visitor{p, groups, depth};
+    SchemaOf<R>::Fields(visitor, record);
     if (visitor.used == groups.size())
         return;
     // Some step names no field of the record: find it for the error.
     for (auto& group : groups) {
         FieldProbe probe{group.first};
-        Describe(probe, static_cast<const R*>(nullptr));
+        SchemaOf<R>::Fields(probe);
         if (!probe.known)
             p.Fail(*group.second.front(), DIFF_BAD_PATH,
                    "a field of " + std::string(RecordClassName(ClassOf<R>())) + " at '" +

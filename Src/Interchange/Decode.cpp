@@ -230,11 +230,11 @@ public:
     // --- records ---
     bool Get(const TaskBase<CObject>& base) {
         return GetFields(base.Object, "CObject",
-                         [](auto& o, auto&& f) { ObjectFields(o, f, TASK_OBJECT_TYPE); });
+                         [](auto& o, auto&& f) { ObjectFields<TASK_OBJECT_TYPE>(f, o); });
     }
     template <class R, class = decltype(SchemaOf<R>::Name)> bool Get(R& record) {
         return GetFields(record, SchemaOf<R>::Name,
-                         [](auto& r, auto&& f) { SchemaOf<R>::Fields(r, f); });
+                         [](auto& r, auto&& f) { SchemaOf<R>::Fields(f, r); });
     }
     bool Get(CProperty& p);
 
@@ -305,7 +305,7 @@ bool Decoder::GetFields(R& record, const char* className, Walk walk) {
         const std::string_view key(m_At->Text, m_At->Count);
         int index = -1;
         int i = 0;
-        walk(record, [&](std::string_view name, auto&&, const auto&) {
+        walk(record, [&](std::string_view name, const auto&, bool, EMatch, auto&&) {
             if (index < 0 && SameKey(name, key))
                 index = i;
             ++i;
@@ -320,7 +320,7 @@ bool Decoder::GetFields(R& record, const char* className, Walk walk) {
         ++m_At;
         bool ok = true;
         i = 0;
-        walk(record, [&](std::string_view, auto&& member, const auto&) {
+        walk(record, [&](std::string_view, const auto&, bool, EMatch, auto&& member) {
             if (i++ == index)
                 ok = Get(member);
         });
@@ -332,7 +332,7 @@ bool Decoder::GetFields(R& record, const char* className, Walk walk) {
     ++m_At;
     std::string_view missing;
     int i = 0;
-    walk(record, [&](std::string_view name, auto&&, const auto& fallback) {
+    walk(record, [&](std::string_view name, const auto& fallback, bool, EMatch, auto&&) {
         if (IsRequired<decltype(fallback)> && (seen >> i & 1) == 0 && missing.empty())
             missing = name;
         ++i;

@@ -196,7 +196,7 @@ public:
     }
     bool Put(const TaskBase<const CObject>& base) {
         return PutFields(base.Object,
-                         [](auto& o, auto&& f) { ObjectFields(o, f, TASK_OBJECT_TYPE); });
+                         [](auto& o, auto&& f) { ObjectFields<TASK_OBJECT_TYPE>(f, o); });
     }
     bool Put(const CObject& r) { return PutRecord<ObjectSchema>(r); }
     bool Put(const CTask& r) { return PutRecord<TaskSchema>(r); }
@@ -221,29 +221,29 @@ private:
     }
 
     template <class Schema, class R> bool PutRecord(const R& record) {
-        return PutFields(record, [](auto& r, auto&& f) { Schema::Fields(r, f); });
+        return PutFields(record, [](auto& r, auto&& f) { Schema::Fields(f, r); });
     }
 
     template <class R, class Walk> bool PutFields(const R& record, Walk walk) {
         if constexpr (Sink::NeedsCounts) {
             uint32_t count = 0;
-            walk(record, [&](std::string_view, const auto& member, const auto& fallback) {
-                count += IsDefault(member, fallback) ? 0 : 1;
-            });
+            walk(record, [&](std::string_view, const auto& fallback, bool, EMatch,
+                             const auto& member) { count += IsDefault(member, fallback) ? 0 : 1; });
             m_Sink.BeginObject(count);
         } else {
             m_Sink.BeginObject(0);
         }
         bool ok = true;
-        walk(record, [&](std::string_view name, const auto& member, const auto& fallback) {
-            if (!ok || IsDefault(member, fallback))
-                return;
-            m_Sink.Key(name);
-            if (!Put(member)) {
-                PrependKey(m_Error.Pointer, name);
-                ok = false;
-            }
-        });
+        walk(record,
+             [&](std::string_view name, const auto& fallback, bool, EMatch, const auto& member) {
+                 if (!ok || IsDefault(member, fallback))
+                     return;
+                 m_Sink.Key(name);
+                 if (!Put(member)) {
+                     PrependKey(m_Error.Pointer, name);
+                     ok = false;
+                 }
+             });
         if (ok)
             m_Sink.EndObject();
         return ok;

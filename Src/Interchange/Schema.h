@@ -1,10 +1,16 @@
 #pragma once
 
 // The members of every record class but CProperty, in their order, with
-// their defaults: one list per class, walked by the encoder (to leave out
-// defaults and to write in order) and by the decoder (to find a member by
-// its name). `f(name, member, default)` is called for each; `member` is a
-// reference into the record, const when the record is.
+// their defaults and how a diff treats them: one list per class, walked by
+// the encoder (to leave out defaults and to write in order), the decoder (to
+// find a member by its name), and the diff and patch (to compare and change
+// records member by member).
+//
+// `f(name, default, compared, match, member...)` is called for each member,
+// with that member of each record given to the walk: one record for the
+// encoder, the decoder and the patch, two for the diff, none to learn the
+// names alone. A member is a reference into its record, const when the record
+// is.
 
 #include "PI/EventRawAccess.h"
 #include "PI/ObjectModel.h"
@@ -21,6 +27,20 @@ using namespace std::string_view_literals;
 struct Empty {};    // an empty list or text
 struct Required {}; // no default: always written, must be present
 
+// Whether operator== compares a member. Ignored members travel in the
+// interchange form and a diff of all fields reports them.
+constexpr bool COMPARED = true;
+constexpr bool IGNORED = false;
+
+// How the elements of a list are paired between two records.
+enum class EMatch {
+    None,       // not a list
+    Position,   // the i-th with the i-th
+    ObjectId,   // objects by ObjectID
+    PropertyId, // properties by PropertyID and SecondaryID
+    DrivePiece, // member drives by ObjectID and StartAddress
+};
+
 // The object part of a task: a CObject whose ObjectType defaults to the
 // task's kind rather than to 1.
 template <class O> struct TaskBase { O& Object; };
@@ -30,183 +50,187 @@ constexpr int TASK_OBJECT_TYPE = OBJECT_TYPE_TASK;
 
 template <class R, class T> using Like = std::conditional_t<std::is_const_v<R>, const T, T>;
 
-template <class R, class F> void ObjectFields(R& o, F&& f, int defaultType = 1) {
-    f("ObjectID"sv, o.ObjectID, 0ull);
-    f("ObjectType"sv, o.ObjectType, defaultType);
-    f("Parents"sv, o.Parents, Empty{});
-    f("Children"sv, o.Children, Empty{});
-    f("Value64"sv, o.Value64, 0ull);
-    f("Flag"sv, o.Flag, false);
-    f("Properties"sv, o.Properties, Empty{});
+template <int DefaultType = 1, class F, class... R> void ObjectFields(F&& f, R&... o) {
+    f("ObjectID"sv, 0ull, COMPARED, EMatch::None, o.ObjectID...);
+    f("ObjectType"sv, DefaultType, COMPARED, EMatch::None, o.ObjectType...);
+    f("Parents"sv, Empty{}, COMPARED, EMatch::Position, o.Parents...);
+    f("Children"sv, Empty{}, COMPARED, EMatch::Position, o.Children...);
+    f("Value64"sv, 0ull, COMPARED, EMatch::None, o.Value64...);
+    f("Flag"sv, false, COMPARED, EMatch::None, o.Flag...);
+    f("Properties"sv, Empty{}, COMPARED, EMatch::PropertyId, o.Properties...);
 }
 
-template <class R, class F> void TaskFields(R& t, F&& f) {
-    f("Object"sv, TaskBase<Like<R, CObject>>{t}, TaskBaseDefault{});
-    f("Text1"sv, t.Text1, Empty{});
-    f("Text2"sv, t.Text2, Empty{});
-    f("Text3"sv, t.Text3, Empty{});
-    f("Attribute1"sv, t.Attribute1, 0ull);
-    f("Attribute2"sv, t.Attribute2, 0);
-    f("Time1"sv, t.Time1, Required{});
-    f("Time2"sv, t.Time2, 0ull);
-    f("Time3"sv, t.Time3, ~0ull);
-    f("Attribute3"sv, t.Attribute3, 0ull);
-    f("Attribute4"sv, t.Attribute4, 0);
-    f("Attribute5"sv, t.Attribute5, 0);
-    f("Flag"sv, t.Flag, false);
-    f("Attribute6"sv, t.Attribute6, 40024);
-    f("Attribute7"sv, t.Attribute7, 0);
+template <class F, class... R> void TaskFields(F&& f, R&... t) {
+    f("Object"sv, TaskBaseDefault{}, COMPARED, EMatch::None, TaskBase<Like<R, CObject>>{t}...);
+    f("Text1"sv, Empty{}, COMPARED, EMatch::None, t.Text1...);
+    f("Text2"sv, Empty{}, COMPARED, EMatch::None, t.Text2...);
+    f("Text3"sv, Empty{}, COMPARED, EMatch::None, t.Text3...);
+    f("Attribute1"sv, 0ull, COMPARED, EMatch::None, t.Attribute1...);
+    f("Attribute2"sv, 0, COMPARED, EMatch::None, t.Attribute2...);
+    f("Time1"sv, Required{}, COMPARED, EMatch::None, t.Time1...);
+    f("Time2"sv, 0ull, COMPARED, EMatch::None, t.Time2...);
+    f("Time3"sv, ~0ull, COMPARED, EMatch::None, t.Time3...);
+    f("Attribute3"sv, 0ull, COMPARED, EMatch::None, t.Attribute3...);
+    f("Attribute4"sv, 0, COMPARED, EMatch::None, t.Attribute4...);
+    f("Attribute5"sv, 0, COMPARED, EMatch::None, t.Attribute5...);
+    f("Flag"sv, false, COMPARED, EMatch::None, t.Flag...);
+    f("Attribute6"sv, 40024, COMPARED, EMatch::None, t.Attribute6...);
+    f("Attribute7"sv, 0, COMPARED, EMatch::None, t.Attribute7...);
 }
 
-template <class R, class F> void DriveFields(R& d, F&& f) {
-    f("ObjectID"sv, d.ObjectID, 0ull);
-    f("StartAddress"sv, d.StartAddress, 0ull);
-    f("UsedSize"sv, d.UsedSize, 0ull);
-    f("Properties"sv, d.Properties, Empty{});
-    f("Attribute1"sv, d.Attribute1, 0ull);
-    f("Attribute2"sv, d.Attribute2, 0ull);
-    f("Flag"sv, d.Flag, true);
+template <class F, class... R> void DriveFields(F&& f, R&... d) {
+    f("ObjectID"sv, 0ull, COMPARED, EMatch::None, d.ObjectID...);
+    f("StartAddress"sv, 0ull, COMPARED, EMatch::None, d.StartAddress...);
+    f("UsedSize"sv, 0ull, IGNORED, EMatch::None, d.UsedSize...);
+    f("Properties"sv, Empty{}, IGNORED, EMatch::PropertyId, d.Properties...);
+    f("Attribute1"sv, 0ull, IGNORED, EMatch::None, d.Attribute1...);
+    f("Attribute2"sv, 0ull, IGNORED, EMatch::None, d.Attribute2...);
+    f("Flag"sv, true, IGNORED, EMatch::None, d.Flag...);
 }
 
-template <class R, class F> void ContainerFields(R& c, F&& f) {
-    f("Drives"sv, c.Drives, Empty{});
+template <class F, class... R> void ContainerFields(F&& f, R&... c) {
+    f("Drives"sv, Empty{}, COMPARED, EMatch::DrivePiece, c.Drives...);
 }
 
-template <class R, class F> void LogicalDriveFields(R& l, F&& f) {
-    f("Attribute1"sv, l.Attribute1, 0);
-    f("Properties"sv, l.Properties, Empty{});
-    f("Attribute2"sv, l.Attribute2, 0);
-    f("Size"sv, l.Size, 0ull);
-    f("Units"sv, l.Units, UNITS_LOGICAL_DRIVE_DEFAULT);
-    f("Containers"sv, l.Containers, Empty{});
-    f("GHS"sv, l.GHS, Empty{});
-    f("DHS"sv, l.DHS, Empty{});
-    f("ALD"sv, l.ALD, Empty{});
+template <class F, class... R> void LogicalDriveFields(F&& f, R&... l) {
+    f("Attribute1"sv, 0, COMPARED, EMatch::None, l.Attribute1...);
+    f("Properties"sv, Empty{}, COMPARED, EMatch::PropertyId, l.Properties...);
+    f("Attribute2"sv, 0, COMPARED, EMatch::None, l.Attribute2...);
+    f("Size"sv, 0ull, COMPARED, EMatch::None, l.Size...);
+    f("Units"sv, UNITS_LOGICAL_DRIVE_DEFAULT, COMPARED, EMatch::None, l.Units...);
+    f("Containers"sv, Empty{}, COMPARED, EMatch::Position, l.Containers...);
+    f("GHS"sv, Empty{}, IGNORED, EMatch::Position, l.GHS...);
+    f("DHS"sv, Empty{}, IGNORED, EMatch::Position, l.DHS...);
+    f("ALD"sv, Empty{}, IGNORED, EMatch::Position, l.ALD...);
 }
 
-template <class R, class F> void LevelFields(R& l, F&& f) {
-    f("Attribute0"sv, l.Attribute0, 0);
-    f("StripeSizes"sv, l.StripeSizes, Empty{});
-    f("Attribute1"sv, l.Attribute1, 0);
-    f("Properties"sv, l.Properties, Empty{});
-    f("Attribute2"sv, l.Attribute2, 0);
-    f("Attribute3"sv, l.Attribute3, 0);
-    f("Attribute4"sv, l.Attribute4, 0);
-    f("Attribute5"sv, l.Attribute5, 0);
-    f("Size1"sv, l.Size1, 0ull);
-    f("Size2"sv, l.Size2, 0ull);
-    f("Units"sv, l.Units, UNITS_LOGICAL_DRIVE_DEFAULT);
-    f("Attribute6"sv, l.Attribute6, 0);
-    f("Attribute7"sv, l.Attribute7, 0);
-    f("Flag"sv, l.Flag, true);
-    f("Attribute8"sv, l.Attribute8, 0);
+template <class F, class... R> void LevelFields(F&& f, R&... l) {
+    f("Attribute0"sv, 0, COMPARED, EMatch::None, l.Attribute0...);
+    f("StripeSizes"sv, Empty{}, COMPARED, EMatch::Position, l.StripeSizes...);
+    f("Attribute1"sv, 0, COMPARED, EMatch::None, l.Attribute1...);
+    f("Properties"sv, Empty{}, COMPARED, EMatch::PropertyId, l.Properties...);
+    f("Attribute2"sv, 0, COMPARED, EMatch::None, l.Attribute2...);
+    f("Attribute3"sv, 0, COMPARED, EMatch::None, l.Attribute3...);
+    f("Attribute4"sv, 0, COMPARED, EMatch::None, l.Attribute4...);
+    f("Attribute5"sv, 0, COMPARED, EMatch::None, l.Attribute5...);
+    f("Size1"sv, 0ull, COMPARED, EMatch::None, l.Size1...);
+    f("Size2"sv, 0ull, COMPARED, EMatch::None, l.Size2...);
+    f("Units"sv, UNITS_LOGICAL_DRIVE_DEFAULT, COMPARED, EMatch::None, l.Units...);
+    f("Attribute6"sv, 0, COMPARED, EMatch::None, l.Attribute6...);
+    f("Attribute7"sv, 0, COMPARED, EMatch::None, l.Attribute7...);
+    f("Flag"sv, true, COMPARED, EMatch::None, l.Flag...);
+    f("Attribute8"sv, 0, COMPARED, EMatch::None, l.Attribute8...);
 }
 
-template <class R, class F> void MigrationFields(R& m, F&& f) {
-    f("Attribute1"sv, m.Attribute1, 0);
-    f("Attribute2"sv, m.Attribute2, 0);
-    f("Attribute3"sv, m.Attribute3, 0);
-    f("Properties"sv, m.Properties, Empty{});
+template <class F, class... R> void MigrationFields(F&& f, R&... m) {
+    f("Attribute1"sv, 0, COMPARED, EMatch::None, m.Attribute1...);
+    f("Attribute2"sv, 0, COMPARED, EMatch::None, m.Attribute2...);
+    f("Attribute3"sv, 0, COMPARED, EMatch::None, m.Attribute3...);
+    f("Properties"sv, Empty{}, COMPARED, EMatch::PropertyId, m.Properties...);
 }
 
-template <class R, class F> void PartitionFields(R& p, F&& f) {
-    f("Attribute1"sv, p.Attribute1, 0ull);
-    f("Attribute2"sv, p.Attribute2, 0ull);
-    f("Attribute3"sv, p.Attribute3, 0);
-    f("Text1"sv, p.Text1, Empty{});
-    f("Text2"sv, p.Text2, Empty{});
+template <class F, class... R> void PartitionFields(F&& f, R&... p) {
+    f("Attribute1"sv, 0ull, COMPARED, EMatch::None, p.Attribute1...);
+    f("Attribute2"sv, 0ull, COMPARED, EMatch::None, p.Attribute2...);
+    f("Attribute3"sv, 0, COMPARED, EMatch::None, p.Attribute3...);
+    f("Text1"sv, Empty{}, COMPARED, EMatch::None, p.Text1...);
+    f("Text2"sv, Empty{}, COMPARED, EMatch::None, p.Text2...);
 }
 
-template <class R, class F> void PassThroughFields(R& p, F&& f) {
-    f("Value"sv, p.Value, 0ull);
+template <class F, class... R> void PassThroughFields(F&& f, R&... p) {
+    f("Value"sv, 0ull, COMPARED, EMatch::None, p.Value...);
 }
 
-template <class R, class F> void EventFields(R& e, F&& f) {
-    f("Scalar1"sv, e.Scalar1, 0ll);
-    f("Scalar2"sv, e.Scalar2, 10000);
-    f("Scalar3"sv, e.Scalar3, 2);
-    f("Scalar4"sv, e.Scalar4, 1);
-    f("Scalar5"sv, e.Scalar5, 0ll);
-    f("PlaceHolder1"sv, CEventRawAccess::Stored(e, 0), Empty{});
-    f("PlaceHolder2"sv, CEventRawAccess::Stored(e, 1), Empty{});
-    f("PlaceHolder3"sv, CEventRawAccess::Stored(e, 2), Empty{});
-    f("PlaceHolder4"sv, CEventRawAccess::Stored(e, 3), Empty{});
-    f("PlaceHolder5"sv, CEventRawAccess::Stored(e, 4), Empty{});
-    f("PlaceHolder6"sv, CEventRawAccess::Stored(e, 5), Empty{});
-    f("Text1"sv, e.Text1, Empty{});
-    f("Text2"sv, e.Text2, Empty{});
-    f("Text3"sv, e.Text3, Empty{});
-    f("Scalar6"sv, e.Scalar6, 0);
+template <class F, class... R> void EventFields(F&& f, R&... e) {
+    f("Scalar1"sv, 0ll, COMPARED, EMatch::None, e.Scalar1...);
+    f("Scalar2"sv, 10000, COMPARED, EMatch::None, e.Scalar2...);
+    f("Scalar3"sv, 2, COMPARED, EMatch::None, e.Scalar3...);
+    f("Scalar4"sv, 1, COMPARED, EMatch::None, e.Scalar4...);
+    f("Scalar5"sv, 0ll, COMPARED, EMatch::None, e.Scalar5...);
+    f("PlaceHolder1"sv, Empty{}, IGNORED, EMatch::None, CEventRawAccess::Stored(e, 0)...);
+    f("PlaceHolder2"sv, Empty{}, IGNORED, EMatch::None, CEventRawAccess::Stored(e, 1)...);
+    f("PlaceHolder3"sv, Empty{}, IGNORED, EMatch::None, CEventRawAccess::Stored(e, 2)...);
+    f("PlaceHolder4"sv, Empty{}, IGNORED, EMatch::None, CEventRawAccess::Stored(e, 3)...);
+    f("PlaceHolder5"sv, Empty{}, IGNORED, EMatch::None, CEventRawAccess::Stored(e, 4)...);
+    f("PlaceHolder6"sv, Empty{}, IGNORED, EMatch::None, CEventRawAccess::Stored(e, 5)...);
+    f("Text1"sv, Empty{}, IGNORED, EMatch::None, e.Text1...);
+    f("Text2"sv, Empty{}, IGNORED, EMatch::None, e.Text2...);
+    f("Text3"sv, Empty{}, IGNORED, EMatch::None, e.Text3...);
+    f("Scalar6"sv, 0, IGNORED, EMatch::None, e.Scalar6...);
 }
 
-template <class R, class F> void OperationFields(R& o, F&& f) {
-    f("Attribute1"sv, o.Attribute1, 1);
-    f("Attribute2"sv, o.Attribute2, 1);
-    f("Attribute3"sv, o.Attribute3, 0);
-    f("Properties"sv, o.Properties, Empty{});
-    f("LogicalDrives"sv, o.LogicalDrives, Empty{});
-    f("Levels"sv, o.Levels, Empty{});
-    f("Migrations"sv, o.Migrations, Empty{});
-    f("Events"sv, o.Events, Empty{});
-    f("PassThroughs"sv, o.PassThroughs, Empty{});
-    f("Partitions"sv, o.Partitions, Empty{});
-    f("Objects"sv, o.Objects, Empty{});
-    f("Setting1"sv, o.Setting1, 1);
-    f("Setting2"sv, o.Setting2, 1);
-    f("Setting3"sv, o.Setting3, 1);
-    f("Setting4"sv, o.Setting4, 1);
-    f("Setting5"sv, o.Setting5, -1);
-    f("Setting6"sv, o.Setting6, 1);
-    f("Setting7"sv, o.Setting7, 1);
-    f("Setting8"sv, o.Setting8, 1);
-    f("Flag"sv, o.Flag, false);
-    f("Setting9"sv, o.Setting9, 1);
+template <class F, class... R> void OperationFields(F&& f, R&... o) {
+    f("Attribute1"sv, 1, COMPARED, EMatch::None, o.Attribute1...);
+    f("Attribute2"sv, 1, COMPARED, EMatch::None, o.Attribute2...);
+    f("Attribute3"sv, 0, COMPARED, EMatch::None, o.Attribute3...);
+    f("Properties"sv, Empty{}, COMPARED, EMatch::PropertyId, o.Properties...);
+    f("LogicalDrives"sv, Empty{}, COMPARED, EMatch::Position, o.LogicalDrives...);
+    f("Levels"sv, Empty{}, COMPARED, EMatch::Position, o.Levels...);
+    f("Migrations"sv, Empty{}, COMPARED, EMatch::Position, o.Migrations...);
+    f("Events"sv, Empty{}, COMPARED, EMatch::Position, o.Events...);
+    f("PassThroughs"sv, Empty{}, COMPARED, EMatch::Position, o.PassThroughs...);
+    f("Partitions"sv, Empty{}, COMPARED, EMatch::Position, o.Partitions...);
+    f("Objects"sv, Empty{}, COMPARED, EMatch::ObjectId, o.Objects...);
+    f("Setting1"sv, 1, COMPARED, EMatch::None, o.Setting1...);
+    f("Setting2"sv, 1, COMPARED, EMatch::None, o.Setting2...);
+    f("Setting3"sv, 1, COMPARED, EMatch::None, o.Setting3...);
+    f("Setting4"sv, 1, COMPARED, EMatch::None, o.Setting4...);
+    f("Setting5"sv, -1, COMPARED, EMatch::None, o.Setting5...);
+    f("Setting6"sv, 1, COMPARED, EMatch::None, o.Setting6...);
+    f("Setting7"sv, 1, COMPARED, EMatch::None, o.Setting7...);
+    f("Setting8"sv, 1, COMPARED, EMatch::None, o.Setting8...);
+    f("Flag"sv, false, COMPARED, EMatch::None, o.Flag...);
+    f("Setting9"sv, 1, COMPARED, EMatch::None, o.Setting9...);
 }
 
-// The member walk of each class, for the generic encoder and decoder.
+// The member walk of each class, for the code generic over records.
 struct ObjectSchema {
     static constexpr const char* Name = "CObject";
-    template <class R, class F> static void Fields(R& r, F&& f) { ObjectFields(r, f); }
+    template <class F, class... R> static void Fields(F&& f, R&... r) { ObjectFields(f, r...); }
 };
 struct TaskSchema {
     static constexpr const char* Name = "CTask";
-    template <class R, class F> static void Fields(R& r, F&& f) { TaskFields(r, f); }
+    template <class F, class... R> static void Fields(F&& f, R&... r) { TaskFields(f, r...); }
 };
 struct DriveSchema {
     static constexpr const char* Name = "CDrive";
-    template <class R, class F> static void Fields(R& r, F&& f) { DriveFields(r, f); }
+    template <class F, class... R> static void Fields(F&& f, R&... r) { DriveFields(f, r...); }
 };
 struct ContainerSchema {
     static constexpr const char* Name = "CContainer";
-    template <class R, class F> static void Fields(R& r, F&& f) { ContainerFields(r, f); }
+    template <class F, class... R> static void Fields(F&& f, R&... r) { ContainerFields(f, r...); }
 };
 struct LogicalDriveSchema {
     static constexpr const char* Name = "CLogicalDrive";
-    template <class R, class F> static void Fields(R& r, F&& f) { LogicalDriveFields(r, f); }
+    template <class F, class... R> static void Fields(F&& f, R&... r) {
+        LogicalDriveFields(f, r...);
+    }
 };
 struct LevelSchema {
     static constexpr const char* Name = "CLevel";
-    template <class R, class F> static void Fields(R& r, F&& f) { LevelFields(r, f); }
+    template <class F, class... R> static void Fields(F&& f, R&... r) { LevelFields(f, r...); }
 };
 struct MigrationSchema {
     static constexpr const char* Name = "CMigration";
-    template <class R, class F> static void Fields(R& r, F&& f) { MigrationFields(r, f); }
+    template <class F, class... R> static void Fields(F&& f, R&... r) { MigrationFields(f, r...); }
 };
 struct PartitionSchema {
     static constexpr const char* Name = "CPartition";
-    template <class R, class F> static void Fields(R& r, F&& f) { PartitionFields(r, f); }
+    template <class F, class... R> static void Fields(F&& f, R&... r) { PartitionFields(f, r...); }
 };
 struct PassThroughSchema {
     static constexpr const char* Name = "CPassThrough";
-    template <class R, class F> static void Fields(R& r, F&& f) { PassThroughFields(r, f); }
+    template <class F, class... R> static void Fields(F&& f, R&... r) {
+        PassThroughFields(f, r...);
+    }
 };
 struct EventSchema {
     static constexpr const char* Name = "CEvent";
-    template <class R, class F> static void Fields(R& r, F&& f) { EventFields(r, f); }
+    template <class F, class... R> static void Fields(F&& f, R&... r) { EventFields(f, r...); }
 };
 struct OperationSchema {
     static constexpr const char* Name = "COperation";
-    template <class R, class F> static void Fields(R& r, F&& f) { OperationFields(r, f); }
+    template <class F, class... R> static void Fields(F&& f, R&... r) { OperationFields(f, r...); }
 };
 
 template <class R> struct SchemaOf;
