@@ -65,19 +65,6 @@ TEST(TranslateSenseKey, GradesAndNamesOfAllKeys) {
         texts.insert(text);
     }
     EXPECT_EQ(texts.size(), 16u) << "every key has a text of its own";
-
-    std::string text;
-    PI::_SEVERITY severity{};
-    PI::TranslateSenseKey(0, text, severity);
-    EXPECT_EQ(text, "no sense");
-    PI::TranslateSenseKey(7, text, severity);
-    EXPECT_EQ(text, "data protect");
-    EXPECT_EQ(severity, PI::SEVERITY_INFORMATIONAL);
-    PI::TranslateSenseKey(8, text, severity);
-    EXPECT_EQ(text, "blank check");
-    EXPECT_EQ(severity, PI::SEVERITY_INFORMATIONAL);
-    PI::TranslateSenseKey(0xFF, text, severity);
-    EXPECT_EQ(text, "completed");
 }
 
 TEST(SenseTable, RowsAscendWithoutRepeatsAndLookLikeText) {
