@@ -135,16 +135,6 @@ TEST(PropertyTest, NumbersEncodeAsLittleEndianWordsWithTheirKind) {
     EXPECT_EQ(list, (std::vector<int>{1, -2})); // the caller's list is not changed
 }
 
-TEST(PropertyTest, EmptyWideListHoldsNoBlock) {
-    CProperty p(kId, false);
-    std::vector<unsigned long long> empty;
-    ASSERT_EQ(p.SetValue(empty), 0u);
-    EXPECT_EQ(p.Type, 9u);
-    EXPECT_EQ(p.SubType, 1u);
-    EXPECT_EQ(p.DataSize, 0u);
-    EXPECT_EQ(p.Data, nullptr);
-}
-
 TEST(PropertyTest, IntWithEmptyListIsRefusedAndChangesNothing) {
     CProperty p(kId, false);
     ASSERT_EQ(p.SetValue(true), 0u);
@@ -269,15 +259,22 @@ TEST(PropertyTest, IntListPairKeepsTheSplit) {
     EXPECT_EQ(p.DataSize, 8u);
 }
 
-TEST(PropertyTest, EmptyIntListPairHoldsNoBlock) {
-    CProperty p(kId, false);
-    ASSERT_EQ(p.SetValue(CStringRef("old")), 0u);
+TEST(PropertyTest, EmptyPairAndEmptyWideListHoldNoBlock) {
+    CProperty pair(kId, false), wide(kId, false);
+    ASSERT_EQ(pair.SetValue(CStringRef("old")), 0u);
+    ASSERT_EQ(wide.SetValue(CStringRef("old")), 0u);
     std::vector<int> a, b;
-    ASSERT_EQ(p.SetValue(a, b), 0u);
-    EXPECT_EQ(p.Type, 7u);
-    EXPECT_EQ(p.DataSize, 0u);
-    EXPECT_EQ(p.SplitSize, 0u);
-    EXPECT_EQ(p.Data, nullptr);
+    std::vector<unsigned long long> empty;
+    ASSERT_EQ(pair.SetValue(a, b), 0u);
+    ASSERT_EQ(wide.SetValue(empty), 0u);
+    EXPECT_EQ(pair.Type, 7u);
+    EXPECT_EQ(wide.Type, 9u);
+    EXPECT_EQ(wide.SubType, 1u);
+    for (const CProperty* p : {&pair, &wide}) {
+        EXPECT_EQ(p->DataSize, 0u);
+        EXPECT_EQ(p->SplitSize, 0u);
+        EXPECT_EQ(p->Data, nullptr);
+    }
 }
 
 TEST(PropertyTest, MarkupStoresItsDocumentText) {
