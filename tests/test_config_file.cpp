@@ -245,18 +245,13 @@ TEST_F(ConfigFileTest, FailedLockReachesTheCallerAsThePlatformsException) {
     EXPECT_NE(what.find(std::strerror(ENOENT)), std::string::npos) << what;
     EXPECT_EQ(e.GetSystemError(), ENOENT);
 
-    // A lock file that is a directory, or a symlink.
+    // A lock file that is a directory (symlinks and FIFOs: the INI file suite).
     store.SetFilePath(m_File);
     ASSERT_EQ(::mkdir((m_File + ".lck").c_str(), 0700), 0);
     e = WriteFailure(store);
     EXPECT_EQ(e.GetCode(), RVX::INI_Files::INI_ERROR_BAD_LOCK_FILE);
     EXPECT_EQ(e.GetSystemError(), 0); // a refusal, not a failed call
     EXPECT_NE(std::string(e.what()).find(m_File + ".lck"), std::string::npos) << e.what();
-    ASSERT_EQ(::rmdir((m_File + ".lck").c_str()), 0);
-    ASSERT_EQ(::symlink("elsewhere", (m_File + ".lck").c_str()), 0);
-    e = WriteFailure(store);
-    EXPECT_EQ(e.GetCode(), RVX::INI_Files::INI_ERROR_BAD_LOCK_FILE);
-    EXPECT_FALSE(boost::filesystem::exists(m_Dir + "/elsewhere"));
 }
 
 TEST_F(ConfigFileTest, FailedLockWithoutPermissionIsThePlatformsException) {
@@ -313,12 +308,17 @@ TEST_F(ConfigFileTest, HostileFilesGiveTheResultCodesWithoutWaiting) {
     EXPECT_TRUE(boost::filesystem::is_directory(m_Dir + "/d"));
 }
 
-TEST_F(ConfigFileTest, KeysAreFreeText) {
+TEST_F(ConfigFileTest, KeysValuesAndNamesAreFreeText) {
     const std::vector<std::string> keys = {" lead",  "trail ", "a=b",        ";semi", "#hash",
                                            "[sect]", "]",      "two\nlines", "\"q\"", "\t"};
+    const std::vector<std::string> values = {
+        "  both ends  ",      "a=b",           "semi;colon", "hash # tag", "\"quotes\"",
+        "multi\nline\r\nend", "back\\slash\\", "",           "[x]",        "\t"};
+    const std::string name = "name ;#\"\\";
     for (size_t i = 0; i < keys.size(); ++i) {
-        ASSERT_EQ(m_Store.WriteKeyValue(keys[i], "v" + std::to_string(i), 2, 3), 0u) << i;
+        ASSERT_EQ(m_Store.WriteKeyValue(keys[i], values[i], 2, 3), 0u) << i;
         ASSERT_EQ(m_Store.WriteKeyValue(keys[i], "d" + std::to_string(i), -1, -1), 0u) << i;
+        ASSERT_EQ(m_Store.WriteKeyValue(keys[i], values[i], name), 0u) << i;
     }
     std::vector<CConfigValue> items;
     ASSERT_EQ(m_Store.ReadSection("Config.2.3", items), 0u);
@@ -327,7 +327,9 @@ TEST_F(ConfigFileTest, KeysAreFreeText) {
         EXPECT_EQ(items[i].Key, keys[i]) << i;
         std::string value;
         EXPECT_EQ(m_Store.ReadKeyValue(keys[i], value, 2, 3), 0u) << i;
-        EXPECT_EQ(value, "v" + std::to_string(i));
+        EXPECT_EQ(value, values[i]);
+        EXPECT_EQ(m_Store.ReadKeyValue(keys[i], value, name), 0u) << i;
+        EXPECT_EQ(value, values[i]);
         EXPECT_EQ(m_Store.ReadKeyValue(keys[i], value, 2, 4), 0u) << "fallback " << i;
         EXPECT_EQ(value, "d" + std::to_string(i));
     }
@@ -365,26 +367,6 @@ TEST_F(ConfigFileTest, RefusedWriteLeavesTheFileByteIdentical) {
     std::string value;
     EXPECT_EQ(m_Store.ReadKeyValue("good", value, "n"), 0u);
     EXPECT_EQ(value, "1");
-}
-
-TEST_F(ConfigFileTest, AwkwardTextRoundTripsThroughTheStore) {
-    const std::vector<std::string> texts = {
-        "  both ends  ",      "a=b",           "semi;colon", "hash # tag", "\"quotes\"",
-        "multi\nline\r\nend", "back\\slash\\", "",
-    };
-    for (size_t i = 0; i < texts.size(); ++i) {
-        const std::string key = "key " + std::to_string(i) + " ;#\"";
-        ASSERT_EQ(m_Store.WriteKeyValue(key, texts[i], 7, 1), 0u) << i;
-        ASSERT_EQ(m_Store.WriteKeyValue(key, texts[i], "name ;#\"\\"), 0u) << i;
-    }
-    for (size_t i = 0; i < texts.size(); ++i) {
-        const std::string key = "key " + std::to_string(i) + " ;#\"";
-        std::string value;
-        EXPECT_EQ(m_Store.ReadKeyValue(key, value, 7, 1), 0u);
-        EXPECT_EQ(value, texts[i]);
-        EXPECT_EQ(m_Store.ReadKeyValue(key, value, "name ;#\"\\"), 0u);
-        EXPECT_EQ(value, texts[i]);
-    }
 }
 
 // The sample file, as an editor on another system might have saved it.

@@ -236,15 +236,6 @@ TEST(GetSATARPM, SeagateSlowModelsByExactName) {
     EXPECT_EQ(RpmOf("", ""), 7200u);
 }
 
-TEST(GetSATARPM, SplitThenRpmOfRealModels) {
-    Split s = SplitOf("WDC WD3000HLFS-01G6U0");
-    EXPECT_EQ(RpmOf(s.vendor, s.product), 10000u);
-    s = SplitOf("ST9750423AS");
-    EXPECT_EQ(RpmOf(s.vendor, s.product), 5400u);
-    s = SplitOf("HUC101010CSS600");
-    EXPECT_EQ(RpmOf(s.vendor, s.product), 10000u);
-}
-
 TEST(CorrectSerialNumber, WesternDigitalDropsPrefixFromLengthFour) {
     EXPECT_EQ(Corrected("WDC", "x", "WD-WCAV12345678"), "WCAV12345678");
     EXPECT_EQ(Corrected("wd", "x", "WD-1"), "1");

@@ -107,18 +107,6 @@ TEST(GetHelpPath, OutsideTheBandIsUnknownAndEmptiesTheOutput) {
     }
 }
 
-TEST(GetHelpPath, NumbersThatStandOutOfOrder) {
-    EXPECT_EQ(Help(23001).text, "properties.htm#ADAPTER_ABORT_MDC_ON_ERROR");
-    EXPECT_EQ(Help(23025).text, "properties.htm#ADAPTER_TEMPERATURE");
-    EXPECT_EQ(Help(23113).text, "properties.htm#ADAPTER_TITLE_BUS");
-    EXPECT_EQ(Help(23121).text, "properties.htm#ADAPTER_UEFI_DRIVER_VERSION");
-    EXPECT_EQ(Help(23191).text, "properties.htm#HOST_USERNAME");
-    EXPECT_EQ(Help(23192).text, "properties.htm#HOST_STATUS");
-    EXPECT_EQ(Help(23355).text, "properties.htm#TEMPERATURE_SENSOR_TEMPERATURE");
-    EXPECT_EQ(Help(23357).text, "actions.htm#OP_ADD_SERVER");
-    EXPECT_EQ(Help(23475).text, "actions.htm#OP_WRITE_TTY_LOG");
-}
-
 TEST(GetHelpPath, OutputWithoutBufferAndReuse) {
     RVX::Strings::CStringVar out;
     EXPECT_EQ(PI::GetHelpPath(23419, out), 0);
@@ -249,6 +237,7 @@ TEST(GetIconPath, GapsOfTheBandAreUnknown) {
     EXPECT_EQ(Icon(INT_MAX).code, kNotFound);
 }
 
+// Images no drive state selects (those are checked with the drive states below).
 TEST(GetIconPath, KnownImages) {
     EXPECT_EQ(IconFile(24000), "adapter_ok_no.gif");
     EXPECT_EQ(IconFile(24001), "adapter_fail_no.gif");
@@ -256,12 +245,6 @@ TEST(GetIconPath, KnownImages) {
     EXPECT_EQ(IconFile(24077), "drivemiss_fail_no.gif");
     EXPECT_EQ(IconFile(24127), "task.gif");
     EXPECT_EQ(IconFile(24133), "worm_ok_no.gif");
-    EXPECT_EQ(IconFile(24140), "ssd_de_ok.gif");
-    EXPECT_EQ(IconFile(24196), "ssd_op_ok_vemo.gif");
-    EXPECT_EQ(IconFile(24199), "ssd_op_ok_ps.gif");
-    EXPECT_EQ(IconFile(24202), "ssd_op_wr_vemo.gif");
-    EXPECT_EQ(IconFile(24205), "ssd_op_wr_ps.gif");
-    EXPECT_EQ(IconFile(24212), "ssd_rb_wr_vemo.gif");
     EXPECT_EQ(IconFile(24223), "debug.gif");
 }
 

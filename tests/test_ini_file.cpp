@@ -190,6 +190,7 @@ TEST_F(IniFileTest, AwkwardValuesAndKeysReadBackByteForByte) {
     // One line per key and header, plus the blank lines between sections.
     EXPECT_EQ(static_cast<size_t>(std::count(text.begin(), text.end(), '\n')),
               1 + values.size() + 1 + 1 + keys.size() + 1 + 2 + 1 + 2);
+    EXPECT_EQ(text.find('\r'), std::string::npos) << "a carriage return is written escaped";
 
     CIniFile ini;
     ini.Read(m_File, INI_WAIT_FOREVER);

@@ -9,13 +9,13 @@
 #include <RVX/SystemTime.h>
 #include <RVX/Trace.h>
 
+#include "ScratchDirectory.h"
+
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <fstream>
+#include <cstdlib>
 #include <string>
 #include <thread>
-#include <unistd.h>
 #include <vector>
 
 using namespace RVX;
@@ -212,20 +212,16 @@ TEST(Trace, ModuleUnregistersOnDestruction) {
     EXPECT_EQ(Misc::CModuleInfo::Find(4244), nullptr);
 }
 
-TEST(Trace, EnvironmentTargetWritesToFileWithoutSink) {
-    char dir[] = "/tmp/pi-trace-XXXXXX";
-    ASSERT_NE(mkdtemp(dir), nullptr);
-    const std::string path = std::string(dir) + "/trace.log";
+// The tests that read files, each in a scratch directory of its own.
+using PlatformFiles = ScratchDirectoryTest;
+
+TEST_F(PlatformFiles, TraceEnvironmentTargetWritesToFileWithoutSink) {
+    const std::string path = m_Dir + "/trace.log";
     setenv("RVX_TRACE", path.c_str(), 1);
     Misc::CModuleInfo module(4245, "env", "0");
     { Internals::CTraceStreamBuffer(1, module, "Src/X", 3).Text() = "hello"; }
     unsetenv("RVX_TRACE");
-    std::ifstream in(path);
-    std::string line;
-    std::getline(in, line);
-    EXPECT_NE(line.find("Src/X:3 hello"), std::string::npos) << line;
-    std::remove(path.c_str());
-    rmdir(dir);
+    EXPECT_NE(ReadBytes(path).find("Src/X:3 hello"), std::string::npos) << ReadBytes(path);
 }
 
 TEST(Language, KnownTextsAndDecimalFallback) {
@@ -242,15 +238,13 @@ TEST(Language, KnownTextsAndDecimalFallback) {
     CLanguageSupport::Clear();
 }
 
-TEST(Language, CatalogueFileIsAllOrNothing) {
+TEST_F(PlatformFiles, LanguageCatalogueFileIsAllOrNothing) {
     using Language_Support::CLanguageSupport;
     CLanguageSupport::Clear();
-    char dir[] = "/tmp/pi-lang-XXXXXX";
-    ASSERT_NE(mkdtemp(dir), nullptr);
-    const std::string good = std::string(dir) + "/good.cat";
-    const std::string bad = std::string(dir) + "/bad.cat";
-    std::ofstream(good) << "# catalogue\r\n10=Ten\r\n\n11=two\\nlines\\t\\\\ = x\n";
-    std::ofstream(bad) << "12=fine\nnot a line\n";
+    const std::string good = m_Dir + "/good.cat";
+    const std::string bad = m_Dir + "/bad.cat";
+    WriteBytes(good, "# catalogue\r\n10=Ten\r\n\n11=two\\nlines\\t\\\\ = x\n");
+    WriteBytes(bad, "12=fine\nnot a line\n");
     EXPECT_EQ(CLanguageSupport::LoadCatalogue(good), 2);
     Strings::CStringVar out;
     CLanguageSupport::ResolveString(10, out);
@@ -259,12 +253,9 @@ TEST(Language, CatalogueFileIsAllOrNothing) {
     EXPECT_EQ(out, "two\nlines\t\\ = x");
     EXPECT_EQ(CLanguageSupport::LoadCatalogue(bad), -1);
     EXPECT_FALSE(CLanguageSupport::ResolveString(12, out)) << "a malformed file loads nothing";
-    EXPECT_EQ(CLanguageSupport::LoadCatalogue(std::string(dir) + "/missing"), -1);
-    std::ofstream(bad) << "99999999999=too big\n";
+    EXPECT_EQ(CLanguageSupport::LoadCatalogue(m_Dir + "/missing"), -1);
+    WriteBytes(bad, "99999999999=too big\n");
     EXPECT_EQ(CLanguageSupport::LoadCatalogue(bad), -1);
-    std::remove(good.c_str());
-    std::remove(bad.c_str());
-    rmdir(dir);
     CLanguageSupport::Clear();
 }
 

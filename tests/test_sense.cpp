@@ -65,19 +65,6 @@ TEST(TranslateSenseKey, GradesAndNamesOfAllKeys) {
         texts.insert(text);
     }
     EXPECT_EQ(texts.size(), 16u) << "every key has a text of its own";
-
-    std::string text;
-    PI::_SEVERITY severity{};
-    PI::TranslateSenseKey(0, text, severity);
-    EXPECT_EQ(text, "no sense");
-    PI::TranslateSenseKey(7, text, severity);
-    EXPECT_EQ(text, "data protect");
-    EXPECT_EQ(severity, PI::SEVERITY_INFORMATIONAL);
-    PI::TranslateSenseKey(8, text, severity);
-    EXPECT_EQ(text, "blank check");
-    EXPECT_EQ(severity, PI::SEVERITY_INFORMATIONAL);
-    PI::TranslateSenseKey(0xFF, text, severity);
-    EXPECT_EQ(text, "completed");
 }
 
 TEST(SenseTable, RowsAscendWithoutRepeatsAndLookLikeText) {
@@ -155,23 +142,6 @@ TEST(TranslateSenseASC, RangesOnlyAtTheirEndPoints) {
     ExpectUnknown(0x70, 0x01);
 }
 
-TEST(TranslateSenseASC, WordingKeptAsTheSystemShowsIt) {
-    ExpectText(0x22, 0x00, "illegal function (should use 20 00, 24 00, or 26 00)");
-    ExpectText(0x40, 0x00, "RAM failure (should use 40 nn)");
-    ExpectText(0x41, 0x00, "data path failure ( should use 40 nn)");
-    ExpectText(0x42, 0x00, "power-on, self-test failure ( should use 40 nn)");
-    ExpectText(0x04, 0x09, "logical unit not ready, self-test in progress");
-    ExpectText(0x26, 0x04, "Invalid release of active persistent reservation");
-    ExpectText(0x5D, 0xFF, "failure prediction threshold exceeded (FALSE)");
-    ExpectText(0x72, 0x04, "empty of partially written reserved track");
-    ExpectText(0x11, 0x0C, "unrecovered read error - recommended rewrite the data");
-    ExpectText(0x24, 0x00, "invalid field in CDB");
-    ExpectText(0x08, 0x03, "logical unit communication crc error Ultra-DMA/32");
-    ExpectText(0x10, 0x00, "ID CRC or ECC error");
-    ExpectText(0x11, 0x05, "L-EC uncorrectable error");
-    ExpectText(0x38, 0x02, "ESN - power management class event");
-}
-
 TEST(TranslateSenseASC, DrivePredictionGroupsFollowTheirPattern) {
     const char* groups[] = {"hardware", "controller", "data channel",
                             "servo",    "spindle",    "firmware"};
@@ -191,18 +161,6 @@ TEST(TranslateSenseASC, DrivePredictionGroupsFollowTheirPattern) {
         ExpectUnknown(0x5D, static_cast<unsigned char>((g + 1) << 4 | 0x0F));
     }
     ExpectUnknown(0x5D, 0x70);
-}
-
-TEST(TranslateSenseASC, ControllerReasonsForKillingADrive) {
-    const char* reasons[] = {
-        "write recovery failed", "scsi bus reset failed", "double check condition",
-        "it was removed",        "gross error on siop",   "bad tag from drive",
-        "scsi timeout",          "reset from system",     "busy or parity count hi",
-        "by system command",     "selection timeout",     "sequence error",
-        "unknown status"};
-    for (int q = 0; q < 13; ++q)
-        ExpectText(0x80, static_cast<unsigned char>(q),
-                   (std::string("drive killed - ") + reasons[q]).c_str());
 }
 
 } // namespace

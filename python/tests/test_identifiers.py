@@ -36,7 +36,3 @@ def test_library_results_come_back_as_members():
     assert p.PropertyID == 1 and not isinstance(p.PropertyID, pi.PropertyID)
     assert pi.CLogicalDrive().Units is pi.Units.LOGICAL_DRIVE_DEFAULT
 
-
-def test_every_adapter_kind_is_an_adapter():
-    adapters = [t for t in pi.ObjectType if pi.is_adapter_type(t)]
-    assert len(adapters) == 8

@@ -1,16 +1,17 @@
 // pitool as a user runs it: output, standard error and exit status of every
 // subcommand on good and bad input.
+#include "../ScratchDirectory.h"
 #include "RunProgram.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <rapidjson/document.h>
+
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
 #include <sstream>
-#include <unistd.h>
+#include <string>
+#include <vector>
 
 using ::testing::AllOf;
 using ::testing::HasSubstr;
@@ -26,110 +27,11 @@ std::string Example(const std::string& name) {
     return std::string(PI_EXAMPLES_DIR) + "/" + name;
 }
 
-// A minimal JSON syntax check, enough to tell that --json output parses.
-class JsonChecker {
-public:
-    explicit JsonChecker(const std::string& text) : m_Text(text) {}
-    bool Valid() {
-        Blank();
-        if (!Value()) {
-            return false;
-        }
-        Blank();
-        return m_Pos == m_Text.size();
-    }
-
-private:
-    bool Value() {
-        Blank();
-        if (m_Pos >= m_Text.size()) {
-            return false;
-        }
-        const char c = m_Text[m_Pos];
-        if (c == '{') {
-            return Sequence('}', true);
-        }
-        if (c == '[') {
-            return Sequence(']', false);
-        }
-        if (c == '"') {
-            return String();
-        }
-        for (const char* word : {"true", "false", "null"}) {
-            if (m_Text.compare(m_Pos, std::char_traits<char>::length(word), word) == 0) {
-                m_Pos += std::char_traits<char>::length(word);
-                return true;
-            }
-        }
-        const size_t start = m_Pos;
-        while (m_Pos < m_Text.size() &&
-               std::string("+-.eE0123456789").find(m_Text[m_Pos]) != std::string::npos) {
-            ++m_Pos;
-        }
-        return m_Pos > start;
-    }
-    bool Sequence(char close, bool object) {
-        ++m_Pos;
-        Blank();
-        if (m_Pos < m_Text.size() && m_Text[m_Pos] == close) {
-            ++m_Pos;
-            return true;
-        }
-        while (true) {
-            Blank();
-            if (object) {
-                if (!String()) {
-                    return false;
-                }
-                Blank();
-                if (m_Pos >= m_Text.size() || m_Text[m_Pos++] != ':') {
-                    return false;
-                }
-            }
-            if (!Value()) {
-                return false;
-            }
-            Blank();
-            if (m_Pos >= m_Text.size()) {
-                return false;
-            }
-            const char next = m_Text[m_Pos++];
-            if (next == close) {
-                return true;
-            }
-            if (next != ',') {
-                return false;
-            }
-        }
-    }
-    bool String() {
-        if (m_Pos >= m_Text.size() || m_Text[m_Pos] != '"') {
-            return false;
-        }
-        for (++m_Pos; m_Pos < m_Text.size(); ++m_Pos) {
-            const unsigned char c = static_cast<unsigned char>(m_Text[m_Pos]);
-            if (c == '"') {
-                ++m_Pos;
-                return true;
-            }
-            if (c < 0x20) {
-                return false;
-            }
-            if (c == '\\') {
-                ++m_Pos;
-            }
-        }
-        return false;
-    }
-    void Blank() {
-        while (m_Pos < m_Text.size() &&
-               std::string(" \t\r\n").find(m_Text[m_Pos]) != std::string::npos) {
-            ++m_Pos;
-        }
-    }
-    const std::string& m_Text;
-    size_t m_Pos = 0;
-};
+// Whether --json output is one complete JSON document.
+bool ValidJson(const std::string& text) {
+    rapidjson::Document doc;
+    return !doc.Parse(text.c_str(), text.size()).HasParseError();
+}
 
 size_t Lines(const std::string& text) {
     return std::count(text.begin(), text.end(), '\n');
@@ -157,30 +59,18 @@ void ExpectNotFound(const ProgramResult& r, const std::string& message) {
     EXPECT_THAT(r.err, HasSubstr(message));
 }
 
-class ScratchDir {
-public:
-    ScratchDir() {
-        char pattern[] = "/tmp/pitool-test-XXXXXX";
-        m_Path = ::mkdtemp(pattern);
-    }
-    ~ScratchDir() { std::system(("rm -rf '" + m_Path + "'").c_str()); }
+// A scratch directory for the tests that write files.
+class PitoolFiles : public ScratchDirectoryTest {
+protected:
     std::string File(const std::string& name, const std::string& content) const {
-        const std::string path = m_Path + "/" + name;
-        std::ofstream(path, std::ios::binary) << content;
-        return path;
+        WriteBytes(Path(name), content);
+        return Path(name);
     }
-    std::string Path(const std::string& name) const { return m_Path + "/" + name; }
-
-private:
-    std::string m_Path;
+    std::string Path(const std::string& name) const { return m_Dir + "/" + name; }
 };
-
-std::string Slurp(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+using PitoolHexdump = PitoolFiles;
+using PitoolLd = PitoolFiles;
+using PitoolConfig = PitoolFiles;
 
 } // namespace
 
@@ -217,7 +107,7 @@ TEST(PitoolUsage, JsonOutputParses) {
     for (const auto& command : commands) {
         const auto r = Pitool(command);
         ExpectOk(r);
-        EXPECT_TRUE(JsonChecker(r.out).Valid()) << command[0] << ":\n" << r.out;
+        EXPECT_TRUE(ValidJson(r.out)) << command[0] << ":\n" << r.out;
     }
 }
 
@@ -410,13 +300,12 @@ TEST(PitoolUnits, BoundariesOfTheUnits) {
     ExpectUsage(Pitool({"units"}), "bytes");
 }
 
-TEST(PitoolHexdump, RangesFilesAndStandardInput) {
-    ScratchDir dir;
+TEST_F(PitoolHexdump, RangesFilesAndStandardInput) {
     std::string bytes;
     for (int i = 0; i < 20; ++i) {
         bytes += static_cast<char>(i * 13);
     }
-    const std::string file = dir.File("data.bin", bytes);
+    const std::string file = File("data.bin", bytes);
 
     auto r = Pitool({"hexdump", file});
     ExpectOk(r);
@@ -436,10 +325,10 @@ TEST(PitoolHexdump, RangesFilesAndStandardInput) {
     ExpectUsage(Pitool({"hexdump", file, "--first", "5", "--end", "2"}), "past --end");
     ExpectUsage(Pitool({"hexdump", file, "--end", "21"}), "past the end of the data (20 bytes)");
     ExpectUsage(Pitool({"hexdump", file, "--first", "x"}), "not a number");
-    ExpectUsage(Pitool({"hexdump", dir.Path("missing.bin")}), "cannot open");
+    ExpectUsage(Pitool({"hexdump", Path("missing.bin")}), "cannot open");
 }
 
-TEST(PitoolLd, ExampleDocuments) {
+TEST_F(PitoolLd, ExampleDocuments) {
     auto r = Pitool({"ld", Example("ld-raid10.xml")});
     ExpectOk(r);
     EXPECT_THAT(r.out, AllOf(HasSubstr("1536 GB  (units 21021 UNITS_GIGABYTES)"),
@@ -456,8 +345,7 @@ TEST(PitoolLd, ExampleDocuments) {
                              HasSubstr("\"global_hot_spares\": []")));
 }
 
-TEST(PitoolLd, DocumentsWithoutContainersAndBadDocuments) {
-    ScratchDir dir;
+TEST_F(PitoolLd, DocumentsWithoutContainersAndBadDocuments) {
     auto r = Pitool({"ld", "-"}, "<LogicalDriveConfiguration Size=\"7\" Units=\"99\"/>"
                                  "<AssociatedLogicalDrives><LogicalDrive ObjectID=\"9\"/>"
                                  "</AssociatedLogicalDrives>");
@@ -466,29 +354,27 @@ TEST(PitoolLd, DocumentsWithoutContainersAndBadDocuments) {
                 AllOf(HasSubstr("size                  7  (units 99)"),
                       HasSubstr("containers            0"), HasSubstr("associated drives     9")));
 
-    ExpectUsage(Pitool({"ld", dir.File("a.xml", "<LogicalDriveConfiguration Size=\"1\"")}),
+    ExpectUsage(Pitool({"ld", File("a.xml", "<LogicalDriveConfiguration Size=\"1\"")}),
                 "not well-formed XML");
-    ExpectUsage(Pitool({"ld", dir.File("b.xml", "<Other/>")}),
-                "no LogicalDriveConfiguration element");
-    ExpectUsage(Pitool({"ld", dir.File("c.xml", "<LogicalDriveConfiguration Units=\"21002\"/>")}),
+    ExpectUsage(Pitool({"ld", File("b.xml", "<Other/>")}), "no LogicalDriveConfiguration element");
+    ExpectUsage(Pitool({"ld", File("c.xml", "<LogicalDriveConfiguration Units=\"21002\"/>")}),
                 "attribute Size is missing");
     ExpectUsage(
-        Pitool({"ld", dir.File("d.xml",
-                               "<LogicalDriveConfiguration Size=\"1\" Units=\"21002\"><Containers>"
-                               "<Container/><Container><Drive ObjectID=\"1\" StartAddress=\"0\"/>"
-                               "</Container></Containers></LogicalDriveConfiguration>")}),
+        Pitool({"ld",
+                File("d.xml", "<LogicalDriveConfiguration Size=\"1\" Units=\"21002\"><Containers>"
+                              "<Container/><Container><Drive ObjectID=\"1\" StartAddress=\"0\"/>"
+                              "</Container></Containers></LogicalDriveConfiguration>")}),
         "Container 2 Drive 1: attribute UsedSize is missing");
-    ExpectUsage(Pitool({"ld", dir.File("e.xml", "<LogicalDriveConfiguration Size=\"1\" "
-                                                "Units=\"2\"/><DedicatedHotSpares><Drive "
-                                                "ObjectID=\"x1\"/></DedicatedHotSpares>")}),
+    ExpectUsage(Pitool({"ld", File("e.xml", "<LogicalDriveConfiguration Size=\"1\" "
+                                            "Units=\"2\"/><DedicatedHotSpares><Drive "
+                                            "ObjectID=\"x1\"/></DedicatedHotSpares>")}),
                 "ObjectID 'x1' is not a number");
-    ExpectUsage(Pitool({"ld", dir.Path("missing.xml")}), "cannot open");
+    ExpectUsage(Pitool({"ld", Path("missing.xml")}), "cannot open");
     ExpectUsage(Pitool({"ld"}), "file");
 }
 
-TEST(PitoolConfig, ScopesAndTheFallback) {
-    ScratchDir dir;
-    const std::string ini = dir.Path("pi.ini");
+TEST_F(PitoolConfig, ScopesAndTheFallback) {
+    const std::string ini = Path("pi.ini");
     ExpectUsage(Pitool({"config", "--file", ini, "get", "Poll"}), "no such file");
 
     ExpectOk(Pitool({"config", "--file", ini, "set", "Poll", "30"}));
@@ -508,7 +394,7 @@ TEST(PitoolConfig, ScopesAndTheFallback) {
     EXPECT_EQ(Pitool({"config", "--file", ini, "get", "Odd", "--section", "Plain=Name"}).out,
               "x\n");
     // Named scopes turn "=" into "_"; verbatim sections do not.
-    const std::string text = Slurp(ini);
+    const std::string text = ReadBytes(ini);
     EXPECT_THAT(text, AllOf(HasSubstr("[Config.2]"), HasSubstr("[Config.2.1]"),
                             HasSubstr("[Config.Host_1]"), HasSubstr("[Plain=Name]")));
 
@@ -528,12 +414,11 @@ TEST(PitoolConfig, ScopesAndTheFallback) {
 
     ExpectOk(Pitool({"config", "--file", ini, "delete", "--adapter", "2"}));
     EXPECT_EQ(Pitool({"config", "--file", ini, "get", "Poll", "--adapter", "2"}).out, "30\n");
-    EXPECT_THAT(Slurp(ini), ::testing::Not(HasSubstr("[Config.2]\n")));
+    EXPECT_THAT(ReadBytes(ini), ::testing::Not(HasSubstr("[Config.2]\n")));
 }
 
-TEST(PitoolConfig, ValuesReadBackExactly) {
-    ScratchDir dir;
-    const std::string ini = dir.Path("pi.ini");
+TEST_F(PitoolConfig, ValuesReadBackExactly) {
+    const std::string ini = Path("pi.ini");
     for (const std::string& value :
          {std::string(" padded; # \"quoted\" "), std::string(""), std::string("a=b")}) {
         ExpectOk(Pitool({"config", "--file", ini, "set", "Text", value, "--name", "Mail"}));
@@ -541,14 +426,13 @@ TEST(PitoolConfig, ValuesReadBackExactly) {
         ExpectOk(r);
         EXPECT_EQ(Pitool({"config", "--file", ini, "get", "Text", "--name", "Mail"}).out,
                   value + "\n");
-        EXPECT_TRUE(JsonChecker(r.out).Valid()) << r.out;
+        EXPECT_TRUE(ValidJson(r.out)) << r.out;
     }
 }
 
-TEST(PitoolConfig, DeleteOneKeyOrAScopeOfTheSample) {
-    ScratchDir dir;
-    const std::string original = Slurp(Example("pi.ini"));
-    const std::string ini = dir.File("pi.ini", original);
+TEST_F(PitoolConfig, DeleteOneKeyOrAScopeOfTheSample) {
+    const std::string original = ReadBytes(Example("pi.ini"));
+    const std::string ini = File("pi.ini", original);
 
     const auto r =
         Pitool({"config", "--file", ini, "delete", "WriteCache", "--adapter", "0", "--unit", "1"});
@@ -557,7 +441,7 @@ TEST(PitoolConfig, DeleteOneKeyOrAScopeOfTheSample) {
     std::string expected = original;
     const std::string line = "WriteCache = off   ; battery missing\n";
     expected.erase(expected.find(line), line.size());
-    EXPECT_EQ(Slurp(ini), expected) << "only that line goes; comments and neighbours stay";
+    EXPECT_EQ(ReadBytes(ini), expected) << "only that line goes; comments and neighbours stay";
 
     // Gone already, or only in the fallback section: nothing is deleted.
     ExpectNotFound(
@@ -566,18 +450,17 @@ TEST(PitoolConfig, DeleteOneKeyOrAScopeOfTheSample) {
     ExpectNotFound(Pitool({"config", "--file", ini, "delete", "LogLevel", "--adapter", "0"}),
                    "not set in Config.0");
     ExpectUsage(Pitool({"config", "--file", ini, "delete", ""}), "key is empty");
-    EXPECT_EQ(Slurp(ini), expected);
+    EXPECT_EQ(ReadBytes(ini), expected);
 
     ExpectOk(Pitool({"config", "--json", "--file", ini, "delete", "--name", "Mail"}));
     ExpectNotFound(Pitool({"config", "--file", ini, "delete", "--name", "Mail"}),
                    "no section Config.Mail");
-    EXPECT_THAT(Slurp(ini), AllOf(::testing::Not(HasSubstr("[Config.Mail]")),
-                                  HasSubstr("[Config.Host_1]\nRole = primary")));
+    EXPECT_THAT(ReadBytes(ini), AllOf(::testing::Not(HasSubstr("[Config.Mail]")),
+                                      HasSubstr("[Config.Host_1]\nRole = primary")));
 }
 
-TEST(PitoolConfig, ListShowsTheFileInItsOrder) {
-    ScratchDir dir;
-    const std::string ini = dir.File("pi.ini", Slurp(Example("pi.ini")));
+TEST_F(PitoolConfig, ListShowsTheFileInItsOrder) {
+    const std::string ini = File("pi.ini", ReadBytes(Example("pi.ini")));
     ExpectOk(Pitool({"config", "--file", ini, "set", "Note", "two\nlines", "--name", "Host=1"}));
 
     const auto all = Pitool({"config", "--file", ini, "list"});
@@ -602,20 +485,19 @@ TEST(PitoolConfig, ListShowsTheFileInItsOrder) {
         call.insert(call.end(), args.begin(), args.end());
         const auto r = Pitool(call);
         ExpectOk(r);
-        EXPECT_TRUE(JsonChecker(r.out).Valid()) << r.out;
+        EXPECT_TRUE(ValidJson(r.out)) << r.out;
         EXPECT_THAT(r.out, HasSubstr("\"Subject\": \"Storage event #%d\""));
     }
     ExpectNotFound(Pitool({"config", "--file", ini, "list", "--adapter", "7"}),
                    "no section Config.7");
 }
 
-TEST(PitoolConfig, BadUsageIsRefused) {
-    ScratchDir dir;
-    const std::string ini = dir.File("pi.ini", "[DefaultConfig]\nPoll=30\n");
+TEST_F(PitoolConfig, BadUsageIsRefused) {
+    const std::string ini = File("pi.ini", "[DefaultConfig]\nPoll=30\n");
     ExpectUsage(Pitool({"config", "--file", ini, "set", "", "x"}), "key is empty");
     ExpectUsage(Pitool({"config", "--file", ini, "set", "k", "x", "--name", "a]b"}),
                 "cannot write 'k'");
-    ExpectUsage(Pitool({"config", "--file", dir.Path("no/dir/pi.ini"), "set", "k", "v"}),
+    ExpectUsage(Pitool({"config", "--file", Path("no/dir/pi.ini"), "set", "k", "v"}),
                 "cannot write");
     ExpectUsage(Pitool({"config", "--file", ini, "get", "Poll", "--adapter", "1", "--name", "x"}),
                 "at most one scope");
@@ -626,9 +508,9 @@ TEST(PitoolConfig, BadUsageIsRefused) {
     ExpectUsage(Pitool({"config", "--file", ini, "list", "Poll"}), "named or adapter scope");
     ExpectUsage(Pitool({"config", "--file", ini}), "subcommand");
     ExpectUsage(Pitool({"config", "get", "Poll"}), "--file");
-    ExpectUsage(Pitool({"config", "--file", dir.Path("gone.ini"), "delete"}), "no such file");
+    ExpectUsage(Pitool({"config", "--file", Path("gone.ini"), "delete"}), "no such file");
     // Nothing of that changed the file.
-    EXPECT_EQ(Slurp(ini), "[DefaultConfig]\nPoll=30\n");
+    EXPECT_EQ(ReadBytes(ini), "[DefaultConfig]\nPoll=30\n");
 }
 
 TEST(PitoolDemo, TourRunsOverTheExamples) {

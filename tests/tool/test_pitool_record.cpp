@@ -1,16 +1,15 @@
 // pitool record as a user runs it: the example inventories shown, compared,
 // patched and converted, and every kind of bad input with its exit status
 // and its one line on standard error.
+#include "../ScratchDirectory.h"
 #include "RunProgram.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
-#include <unistd.h>
+#include <string>
+#include <vector>
 
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -27,11 +26,6 @@ std::string Example(const std::string& name) {
     return std::string(PI_EXAMPLES_DIR) + "/" + name;
 }
 
-std::string ReadAll(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
 // One line on standard error, naming the subcommand.
 void ExpectOneErrorLine(const ProgramResult& r) {
     EXPECT_EQ(r.status, 2);
@@ -40,22 +34,14 @@ void ExpectOneErrorLine(const ProgramResult& r) {
     EXPECT_THAT(r.out, IsEmpty());
 }
 
-class PitoolRecord : public ::testing::Test {
+class PitoolRecord : public ScratchDirectoryTest {
 protected:
-    void SetUp() override {
-        char pattern[] = "/tmp/pitool-record-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        dir = pattern;
-    }
-    void TearDown() override { std::system(("rm -rf '" + dir + "'").c_str()); }
     std::string Write(const std::string& name, const std::string& content) {
-        const std::string path = dir + "/" + name;
-        std::ofstream(path, std::ios::binary) << content;
-        return path;
+        WriteBytes(m_Dir + "/" + name, content);
+        return m_Dir + "/" + name;
     }
     const std::string before = Example("inventory-before.json");
     const std::string after = Example("inventory-after.json");
-    std::string dir;
 };
 
 TEST_F(PitoolRecord, DiffOfTheExampleInventories) {
@@ -108,7 +94,7 @@ TEST_F(PitoolRecord, ConvertGoesBothWaysAndKeepsTheRecord) {
     ASSERT_EQ(packed.status, 0) << packed.err;
     ASSERT_FALSE(packed.out.empty());
     EXPECT_EQ(static_cast<unsigned char>(packed.out[0]) & 0xF0u, 0x80u); // a MessagePack map
-    EXPECT_LT(packed.out.size(), ReadAll(after).size());
+    EXPECT_LT(packed.out.size(), ReadBytes(after).size());
     const std::string mp = Write("after.mp", packed.out);
 
     // Told apart by content: the MessagePack file compares equal to the JSON one.
@@ -138,7 +124,7 @@ TEST_F(PitoolRecord, ShowNamesPropertiesValuesSizesAndIcons) {
     EXPECT_THAT(r.out, HasSubstr("status icon  drive_fail_no.gif"));
     EXPECT_THAT(r.out, HasSubstr("status icon  drive_rbld_ok_no.gif"));
     EXPECT_THAT(r.out, HasSubstr("3.64 TB (4000787030016 bytes)"));
-    const ProgramResult stdinShow = Pitool({"record", "show", "-"}, ReadAll(after));
+    const ProgramResult stdinShow = Pitool({"record", "show", "-"}, ReadBytes(after));
     EXPECT_EQ(stdinShow.out, r.out);
     const ProgramResult json = Pitool({"record", "show", "--json", after});
     EXPECT_EQ(json.status, 0);
@@ -329,8 +315,8 @@ TEST_F(PitoolRecord, BadInputIsOneLineAndExitStatusTwo) {
              {"record", "show", broken},
              {"record", "show", version},
              {"record", "show", binary},
-             {"record", "show", dir + "/missing.json"},
-             {"record", "show", dir},
+             {"record", "show", m_Dir + "/missing.json"},
+             {"record", "show", m_Dir},
              {"record", "diff", before, object},
              {"record", "diff", "-", "-"},
              {"record", "diff", broken, after},
