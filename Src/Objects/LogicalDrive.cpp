@@ -88,49 +88,20 @@ void CContainer::ClearDrives() {
 namespace {
 
 // boost::lexical_cast<unsigned long long> of `text`, with the common case
-// done here: an optional sign and at most 19 digits, which cannot overflow
-// and which the cast takes in every locale (it checks digit grouping only at
-// separators). A minus wraps the value round, as the cast does. Everything
-// else (empty, blanks, separators, 20 digits or more, any other character)
-// goes to the cast itself, so what is refused and the bad_lexical_cast
-// thrown stay exactly the cast's.
-// The cast is kept out of line and the common case inline, where it needs
-// no call and no stack frame.
+// done here: an optional sign and the plain decimal number that the direct
+// reading takes too, which the cast takes alike in every locale (it checks
+// digit grouping only at separators). A minus wraps the value round, as the
+// cast does. Everything else (empty, blanks, separators, more digits or a
+// larger value, any other character) goes to the cast itself, so what is
+// refused and the bad_lexical_cast thrown stay exactly the cast's.
 [[gnu::noinline]] unsigned long long CastToNumber(const char* text) {
     return boost::lexical_cast<unsigned long long>(std::string(text));
 }
 
-[[gnu::always_inline]] inline unsigned long long ToNumber(const char* text) {
-    const char* p = text;
-    // Wide, so that the sum below needs no widening (below '0' wraps high).
-    unsigned long long digit = static_cast<unsigned char>(*p) - 48ull;
-    if (digit >= 10) {
-        if (*p != '-' && *p != '+')
-            return CastToNumber(text);
-        digit = static_cast<unsigned char>(*++p) - 48ull;
-        if (digit >= 10)
-            return CastToNumber(text);
-    }
-    // Each digit checked and added at once, two a turn of the loop (the
-    // second may be read: the first is not the end); the value wraps
-    // harmlessly past 19 digits, which are refused below.
-    const char* const digits = p;
-    unsigned long long value = 0;
-    for (;;) {
-        value = value * 10 + digit;
-        digit = static_cast<unsigned char>(p[1]) - 48ull;
-        if (digit >= 10) {
-            ++p;
-            break;
-        }
-        value = value * 10 + digit;
-        p += 2;
-        digit = static_cast<unsigned char>(*p) - 48ull;
-        if (digit >= 10)
-            break;
-    }
-    // The character after the digits must be the end (a NUL, 0 - 48).
-    if (digit != 0ull - 48 || p - digits > 19)
+unsigned long long ToNumber(const char* text) {
+    const char* p = text + (*text == '-' || *text == '+');
+    unsigned long long value;
+    if (!Internal::ReadDecimal(p, value) || *p != '\0')
         return CastToNumber(text);
     return *text == '-' ? 0ull - value : value;
 }

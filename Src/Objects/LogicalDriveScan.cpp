@@ -208,7 +208,7 @@ private:
                 ++i;
             if (i < count && (found & (1u << i)) == 0) {
                 found |= 1u << i;
-                if (!Number(numbers[i]))
+                if (!ReadDecimal(p, numbers[i]))
                     return false;
             } else {
                 while (IsPlainValueChar(*p))
@@ -218,22 +218,6 @@ private:
                 return false;
             ++p;
         }
-    }
-
-    // 1 to 20 decimal digits up to the largest 64-bit value, the numbers
-    // that the markup reader's conversion takes as they stand; the position
-    // is then after them.
-    bool Number(unsigned long long& value) {
-        const char* const digits = p;
-        unsigned long long result = 0;
-        for (unsigned digit; (digit = static_cast<unsigned char>(*p) - 48u) < 10; ++p)
-            result = result * 10 + digit;
-        const size_t size = static_cast<size_t>(p - digits);
-        // Of 20 digits, those beyond the largest value wrapped above.
-        if (size - 1 >= 20 || (size == 20 && std::memcmp(digits, "18446744073709551615", 20) > 0))
-            return false;
-        value = result;
-        return true;
     }
 
     // After an open start tag's '>': blanks and comments, then the end tag.
