@@ -1,7 +1,7 @@
 // pitool as a user runs it: output, standard error and exit status of every
 // subcommand on good and bad input.
 #include "../ScratchDirectory.h"
-#include "RunProgram.h"
+#include "Pitool.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -18,14 +18,6 @@ using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
 namespace {
-
-ProgramResult Pitool(const std::vector<std::string>& args, const std::string& input = "") {
-    return RunProgram(PITOOL_PATH, args, input, {{"PI_EXAMPLES_DIR", PI_EXAMPLES_DIR}});
-}
-
-std::string Example(const std::string& name) {
-    return std::string(PI_EXAMPLES_DIR) + "/" + name;
-}
 
 // Whether --json output is one complete JSON document.
 bool ValidJson(const std::string& text) {

@@ -2,7 +2,7 @@
 // patched and converted, and every kind of bad input with its exit status
 // and its one line on standard error.
 #include "../ScratchDirectory.h"
-#include "RunProgram.h"
+#include "Pitool.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -17,14 +17,6 @@ using ::testing::Not;
 using ::testing::StartsWith;
 
 namespace {
-
-ProgramResult Pitool(const std::vector<std::string>& args, const std::string& input = "") {
-    return RunProgram(PITOOL_PATH, args, input);
-}
-
-std::string Example(const std::string& name) {
-    return std::string(PI_EXAMPLES_DIR) + "/" + name;
-}
 
 // One line on standard error, naming the subcommand.
 void ExpectOneErrorLine(const ProgramResult& r) {
@@ -143,6 +135,18 @@ void ExpectInOrder(const std::string& text, const std::vector<std::string>& part
     }
 }
 
+// `record show` of `file` in both views: the text view exactly, the JSON
+// view's parts in order. Returns the JSON view.
+std::string ExpectShown(const std::string& file, const std::string& text,
+                        const std::vector<std::string>& json) {
+    const ProgramResult shown = Pitool({"record", "show", file});
+    EXPECT_EQ(shown.status, 0) << shown.err;
+    EXPECT_EQ(shown.out, text);
+    const std::string out = Pitool({"record", "show", "--json", file}).out;
+    ExpectInOrder(out, json);
+    return out;
+}
+
 // The lists of an operation besides its objects and logical drives, and its
 // own fields: text rows for those that differ from a new operation's, every
 // one in the JSON form, the events with their placeholders.
@@ -201,17 +205,15 @@ TEST_F(PitoolRecord, ShowsLevelsEventsPartitionsAndPassThroughsAlone) {
         Write("event.json", R"({"Version":1,"CEvent":{"Scalar1":-5,"Scalar2":10010,)"
                             R"("PlaceHolder1":"T:Adapter 0","PlaceHolder3":"I:x",)"
                             R"("Text1":"source","Scalar6":3}})");
-    const ProgramResult shown = Pitool({"record", "show", event});
-    ASSERT_EQ(shown.status, 0) << shown.err;
-    EXPECT_EQ(shown.out, "event -5  code 10010  \"Adapter 0\"  I:x\n"
-                         "  Text1    \"source\"\n"
-                         "  Scalar6  3\n");
-    const ProgramResult eventJson = Pitool({"record", "show", "--json", event});
-    ExpectInOrder(eventJson.out,
-                  {"\"class\": \"CEvent\"", "\"event\": {", "\"scalar1\": -5", "\"code\": 10010",
-                   "\"slot\": 1", "\"text\": \"Adapter 0\"", "\"slot\": 3", "\"stored\": \"I:x\"",
-                   "\"text1\": \"source\"", "\"scalar6\": 3"});
-    EXPECT_THAT(eventJson.out, Not(HasSubstr("string_id"))); // "I:x" names no string
+    const std::string eventJson =
+        ExpectShown(event,
+                    "event -5  code 10010  \"Adapter 0\"  I:x\n"
+                    "  Text1    \"source\"\n"
+                    "  Scalar6  3\n",
+                    {"\"class\": \"CEvent\"", "\"event\": {", "\"scalar1\": -5", "\"code\": 10010",
+                     "\"slot\": 1", "\"text\": \"Adapter 0\"", "\"slot\": 3", "\"stored\": \"I:x\"",
+                     "\"text1\": \"source\"", "\"scalar6\": 3"});
+    EXPECT_THAT(eventJson, Not(HasSubstr("string_id"))); // "I:x" names no string
 
     const ProgramResult migration =
         Pitool({"record", "show", "--json",
@@ -249,32 +251,29 @@ TEST_F(PitoolRecord, ShowsDrivePiecesContainersAndLogicalDrives) {
     const std::string container =
         Write("container.json", R"({"Version":1,"CContainer":{"Drives":[{"ObjectID":12},)"
                                 R"({"ObjectID":13,"StartAddress":4096,"UsedSize":1073741824}]}})");
-    EXPECT_EQ(Pitool({"record", "show", container}).out,
-              "container  2 drive pieces\n"
-              "  drive 12  start 0  used 0.00 B (0 bytes)\n"
-              "  drive 13  start 4096  used 1.00 GB (1073741824 bytes)\n");
-    ExpectInOrder(Pitool({"record", "show", "--json", container}).out,
-                  {"\"container\": {", "\"drives\": [", "\"object_id\": 12", "\"object_id\": 13",
-                   "\"start_address\": 4096", "\"used_size\": 1073741824",
-                   "\"used\": \"1.00 GB (1073741824 bytes)\""});
+    ExpectShown(container,
+                "container  2 drive pieces\n"
+                "  drive 12  start 0  used 0.00 B (0 bytes)\n"
+                "  drive 13  start 4096  used 1.00 GB (1073741824 bytes)\n",
+                {"\"container\": {", "\"drives\": [", "\"object_id\": 12", "\"object_id\": 13",
+                 "\"start_address\": 4096", "\"used_size\": 1073741824",
+                 "\"used\": \"1.00 GB (1073741824 bytes)\""});
 
     const std::string ld = Write(
         "ld.json", R"({"Version":1,"CLogicalDrive":{"Size":1000,"Units":21021,"Attribute2":4,)"
                    R"("Containers":[{"Drives":[{"ObjectID":12,"UsedSize":2048}]}],)"
                    R"("GHS":[20],"DHS":[21,22],"ALD":[3]}})");
-    const ProgramResult text = Pitool({"record", "show", ld});
-    ASSERT_EQ(text.status, 0) << text.err;
-    EXPECT_EQ(text.out, "logical drive 0  size 1000 GB\n"
-                        "  container 0  drive 12 2.00 KB\n"
-                        "  hot spares  global 20; dedicated 21, 22\n"
-                        "  associated logical drives  3\n"
-                        "  Attribute2  4\n");
-    ExpectInOrder(Pitool({"record", "show", "--json", ld}).out,
-                  {"\"logical_drive\": {", "\"size\": 1000", "\"units\": 21021",
-                   "\"units_name\": \"UNITS_GIGABYTES\"", "\"size_text\": \"1000 GB\"",
-                   "\"containers\": [", "\"drives\": [", "\"used_size\": 2048",
-                   "\"global_hot_spares\": [", "20", "\"dedicated_hot_spares\": [", "21,", "22",
-                   "\"associated_logical_drives\": [", "3", "\"attribute2\": 4"});
+    ExpectShown(ld,
+                "logical drive 0  size 1000 GB\n"
+                "  container 0  drive 12 2.00 KB\n"
+                "  hot spares  global 20; dedicated 21, 22\n"
+                "  associated logical drives  3\n"
+                "  Attribute2  4\n",
+                {"\"logical_drive\": {", "\"size\": 1000", "\"units\": 21021",
+                 "\"units_name\": \"UNITS_GIGABYTES\"", "\"size_text\": \"1000 GB\"",
+                 "\"containers\": [", "\"drives\": [", "\"used_size\": 2048",
+                 "\"global_hot_spares\": [", "20", "\"dedicated_hot_spares\": [", "21,", "22",
+                 "\"associated_logical_drives\": [", "3", "\"attribute2\": 4"});
     // A logical drive counted in bytes reads in the largest unit.
     const ProgramResult bytes = Pitool(
         {"record", "show",
@@ -289,18 +288,16 @@ TEST_F(PitoolRecord, ShowsTasksWithTheirCreationTime) {
         Write("task.json", R"({"Version":1,"CTask":{"Object":{"ObjectID":77,"Parents":[5]},)"
                            R"("Text1":"Rebuild","Text2":"drive 3","Time1":1795000000123,)"
                            R"("Attribute6":40025}})");
-    const ProgramResult r = Pitool({"record", "show", task});
-    ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(r.out, "task \"Rebuild\" drive 3\n"
-                     "  created     2026-11-18 11:06:40.123 UTC\n"
-                     "  Attribute6  40025\n"
-                     "object 77  type 19005 OBJECT_TYPE_TASK\n"
-                     "  parents  5\n");
-    ExpectInOrder(Pitool({"record", "show", "--json", task}).out,
-                  {"\"class\": \"CTask\"", "\"task\": {", "\"text1\": \"Rebuild\"",
-                   "\"time1\": 1795000000123", "\"created\": \"2026-11-18 11:06:40.123 UTC\"",
-                   "\"attribute6\": 40025", "\"object\": {", "\"object_id\": 77",
-                   "\"type_name\": \"OBJECT_TYPE_TASK\"", "\"parents\": [", "5"});
+    ExpectShown(task,
+                "task \"Rebuild\" drive 3\n"
+                "  created     2026-11-18 11:06:40.123 UTC\n"
+                "  Attribute6  40025\n"
+                "object 77  type 19005 OBJECT_TYPE_TASK\n"
+                "  parents  5\n",
+                {"\"class\": \"CTask\"", "\"task\": {", "\"text1\": \"Rebuild\"",
+                 "\"time1\": 1795000000123", "\"created\": \"2026-11-18 11:06:40.123 UTC\"",
+                 "\"attribute6\": 40025", "\"object\": {", "\"object_id\": 77",
+                 "\"type_name\": \"OBJECT_TYPE_TASK\"", "\"parents\": [", "5"});
 }
 
 TEST_F(PitoolRecord, BadInputIsOneLineAndExitStatusTwo) {
