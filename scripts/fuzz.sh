@@ -19,7 +19,12 @@ cd "$(dirname "$0")/.."
 
 seconds="${1:-30}"
 [ $# -gt 0 ] && shift
-all_targets=(logical_drive markup ini drive_identity event_placeholders string_list json msgpack change_list)
+# Every fuzz/fuzz_<name>.cpp is a target (fuzz/Targets.cmake).
+all_targets=()
+for src in fuzz/fuzz_*.cpp; do
+  name=${src#fuzz/fuzz_}
+  all_targets+=("${name%.cpp}")
+done
 targets=("$@")
 [ ${#targets[@]} -eq 0 ] && targets=("${all_targets[@]}")
 
@@ -35,7 +40,7 @@ build=${FUZZ_BUILD:-build-fuzz}
 mkdir -p "$build"
 if [ -z "${FUZZ_BUILD:-}" ]; then
   CC=clang CXX=clang++ cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-    -DPI_BUILD_FUZZ=ON -DPI_BUILD_TESTS=OFF -DPI_BUILD_TOOLS=OFF \
+    -DPI_BUILD_FUZZ=ON -DPI_TEST_HOOKS=ON -DPI_BUILD_TESTS=OFF -DPI_BUILD_TOOLS=OFF \
     >"$build/configure.log" 2>&1 || { cat "$build/configure.log"; exit 1; }
 elif ! grep -qx 'PI_BUILD_FUZZ:BOOL=ON' "$build/CMakeCache.txt" 2>/dev/null; then
   echo "fuzz: $build is not a tree configured with -DPI_BUILD_FUZZ=ON" >&2

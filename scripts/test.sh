@@ -1,20 +1,21 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds everything and runs every test:
 #   1. the release build (g++), configured as the Debian packages are, and
-#      all suites (tool and consumer build included; the few tests that need
-#      the allocation hook, which packages leave out, skip here),
+#      all suites (tool and consumer build included; the tests that need the
+#      libraries' test hooks, which packages leave out, skip here and say so),
 #   2. the same suites, the tool and the Python module included, built with
-#      clang, AddressSanitizer + UndefinedBehaviorSanitizer and the tests'
-#      allocation hook: the clang build of CI. The fuzz targets are built in
-#      the same tree,
-#   3. the configuration suites built with clang and ThreadSanitizer,
+#      clang, AddressSanitizer + UndefinedBehaviorSanitizer and the test hooks
+#      (-DPI_TEST_HOOKS=ON): the clang build of CI. The fuzz targets are built
+#      in the same tree,
+#   3. the configuration suites built with clang and ThreadSanitizer (with the
+#      test hooks, which their write stage cases use),
 #   4. each fuzz target for a short run (FUZZ_SECONDS, default 20) with a
 #      fixed seed (FUZZ_SEED, default 1), so that a run is repeatable; longer
 #      and freshly seeded runs are scripts/fuzz.sh's own job,
 #   5. the Debian packages, packed from stage 1's tree: checked with lintian,
 #      installed, used by the consumer program, purged again
 #      (scripts/test-debs.sh; needs root),
-#   6. the whole build (with the allocation hook) and test suite in a Debian
+#   6. the whole build (with the test hooks) and test suite in a Debian
 #      i386 root (scripts/test-i386.sh; needs root, the root is cached in
 #      /var/cache/pi-i386); it runs beside stage 4, which keeps only one
 #      core busy, and stage 5 comes last.
@@ -69,7 +70,7 @@ fi
 if ! skipped 2; then
   stage "2 clang, AddressSanitizer + UndefinedBehaviorSanitizer"
   CC=clang CXX=clang++ cmake -S . -B build-asan-clang -DCMAKE_BUILD_TYPE=Debug \
-    -DCMAKE_CXX_FLAGS_DEBUG="-O0 -g" -DPI_SANITIZE=ON -DPI_BUILD_FUZZ=ON >/dev/null
+    -DCMAKE_CXX_FLAGS_DEBUG="-O0 -g" -DPI_SANITIZE=ON -DPI_BUILD_FUZZ=ON -DPI_TEST_HOOKS=ON >/dev/null
   cmake --build build-asan-clang -j"$jobs"
   CXX=clang++ ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
     UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
@@ -81,7 +82,7 @@ if ! skipped 3; then
   tsan_targets=$(cd tests && ls test_config*.cpp test_ini*.cpp 2>/dev/null | sed 's/\.cpp$//' | tr '\n' ' ')
   if [ -n "$tsan_targets" ]; then
     CC=clang CXX=clang++ cmake -S . -B build-tsan-clang -DCMAKE_BUILD_TYPE=Debug \
-      -DCMAKE_CXX_FLAGS_DEBUG="-O1 -g" -DPI_TSAN=ON -DPI_BUILD_TOOLS=OFF >/dev/null
+      -DCMAKE_CXX_FLAGS_DEBUG="-O1 -g" -DPI_TSAN=ON -DPI_TEST_HOOKS=ON -DPI_BUILD_TOOLS=OFF >/dev/null
     # shellcheck disable=SC2086
     cmake --build build-tsan-clang -j"$jobs" --target $tsan_targets
     TSAN_OPTIONS=halt_on_error=1 ctest --test-dir build-tsan-clang --output-on-failure -j"$jobs" \

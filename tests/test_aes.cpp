@@ -2,6 +2,7 @@
 #include <PI/Property.h>
 #include <RVX/AES.h>
 #include <RVX/Module.h>
+#include <RVX/TestHooks.h>
 #include <RVX/Trace.h>
 
 #include "ScratchDirectory.h"
@@ -36,6 +37,9 @@ class AESTest : public ScratchDirectoryTest {
 protected:
     void SetUp() override {
         ScratchDirectoryTest::SetUp();
+        if (!RVX::Test::HooksAvailable())
+            GTEST_SKIP() << "needs the hook that moves the machine key and identity into a scratch "
+                            "directory: a build with -DPI_TEST_HOOKS=ON";
         m_KeyFile = m_Dir + "/state/aes.key";
         m_MachineId = m_Dir + "/machine-id";
         WriteBytes(m_MachineId, "0123456789abcdef0123456789abcdef\n");

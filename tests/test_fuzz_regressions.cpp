@@ -2,14 +2,10 @@
 // fault with (fuzz/regressions/<target>/) through the same checks the fuzz
 // targets run, in the ordinary build and the sanitizer builds. Faults that
 // need a particular sequence of calls have their own cases below.
-#include "../fuzz/checks/ChangeList.h"
-#include "../fuzz/checks/DriveIdentity.h"
-#include "../fuzz/checks/EventPlaceholders.h"
+// Each target's check comes with its fuzz/fuzz_<name>.cpp, which this test
+// links (tests/CMakeLists.txt); the cases below use the ini check's helpers.
+#include "../fuzz/checks/Check.h"
 #include "../fuzz/checks/Ini.h"
-#include "../fuzz/checks/Interchange.h"
-#include "../fuzz/checks/LogicalDrive.h"
-#include "../fuzz/checks/Markup.h"
-#include "../fuzz/checks/StringList.h"
 
 #include <RVX/IniFiles.h>
 
@@ -25,24 +21,15 @@
 
 namespace {
 
-using Check = void (*)(const std::uint8_t*, size_t);
+using pi_fuzz::Target;
 
-struct Target {
-    const char* name;
-    Check check;
-};
-
-const Target kTargets[] = {
-    {"logical_drive", &pi_fuzz::CheckLogicalDrive},
-    {"markup", &pi_fuzz::CheckMarkup},
-    {"ini", &pi_fuzz::CheckIni},
-    {"drive_identity", &pi_fuzz::CheckDriveIdentity},
-    {"event_placeholders", &pi_fuzz::CheckEventPlaceholders},
-    {"string_list", &pi_fuzz::CheckStringList},
-    {"json", &pi_fuzz::CheckJsonInterchange},
-    {"msgpack", &pi_fuzz::CheckMsgPackInterchange},
-    {"change_list", &pi_fuzz::CheckChangeList},
-};
+// The fuzz targets, each linked in from its fuzz/fuzz_<name>.cpp, by name.
+std::vector<Target> Targets() {
+    std::vector<Target> targets = pi_fuzz::ReplayedTargets();
+    std::sort(targets.begin(), targets.end(),
+              [](const Target& a, const Target& b) { return std::string(a.name) < b.name; });
+    return targets;
+}
 
 // The regular files of a directory, sorted; none when it does not exist.
 std::vector<std::string> FilesIn(const std::string& directory) {
@@ -94,7 +81,7 @@ TEST_P(FuzzInputs, FoundFaultsStayFixed) {
         Replay(GetParam(), file);
 }
 
-INSTANTIATE_TEST_SUITE_P(Targets, FuzzInputs, ::testing::ValuesIn(kTargets),
+INSTANTIATE_TEST_SUITE_P(Targets, FuzzInputs, ::testing::ValuesIn(Targets()),
                          [](const ::testing::TestParamInfo<Target>& info) {
                              return std::string(info.param.name);
                          });
@@ -102,11 +89,12 @@ INSTANTIATE_TEST_SUITE_P(Targets, FuzzInputs, ::testing::ValuesIn(kTargets),
 // Every target has a seed corpus; a regression directory, where there is
 // one, belongs to a target.
 TEST(FuzzLayout, EveryDirectoryBelongsToATarget) {
+    const std::vector<Target> targets = Targets();
     for (const char* kind : {"corpus", "regressions"}) {
         const std::string directory = std::string(PI_SOURCE_DIR) + "/fuzz/" + kind;
         for (const std::string& path : FilesIn(directory)) {
             const std::string name = path.substr(directory.size() + 1);
-            const bool known = std::any_of(std::begin(kTargets), std::end(kTargets),
+            const bool known = std::any_of(targets.begin(), targets.end(),
                                            [&](const Target& t) { return name == t.name; });
             EXPECT_TRUE(known) << path << " is no fuzz target's";
         }

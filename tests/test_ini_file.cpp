@@ -1,5 +1,6 @@
 #include <RVX/Exceptions.h>
 #include <RVX/IniFiles.h>
+#include <RVX/TestHooks.h>
 
 #include "ScratchDirectory.h"
 
@@ -564,6 +565,8 @@ void FailAfterWriting(RVX::INI_Files::Internals::WriteStage stage) {
 }
 
 TEST_F(IniFileTest, FailedFlushLeavesFileAndKeepsLockUntilDestruction) {
+    if (!RVX::Test::HooksAvailable())
+        GTEST_SKIP() << "needs the INI write stage hook: a build with -DPI_TEST_HOOKS=ON";
     const std::string original = "[A]\na=1\n";
     WriteBytes(m_File, original);
     {

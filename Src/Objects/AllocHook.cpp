@@ -1,6 +1,8 @@
-#include "PI/AllocHook.h"
-
 #include "PropertyBlock.h"
+
+#if defined(PI_WITH_TEST_HOOKS)
+#include "PI/AllocHook.h"
+#endif
 
 #include <atomic>
 #include <cstdlib>
@@ -90,9 +92,9 @@ void FreeBlock(void* block) noexcept {
 
 } // namespace Internal
 
+#if defined(PI_WITH_TEST_HOOKS)
 namespace Test {
 
-#if defined(PI_WITH_TEST_HOOKS)
 bool AllocHooksAvailable() noexcept {
     return true;
 }
@@ -134,25 +136,6 @@ unsigned long long FailedAllocationCount() noexcept {
 long long LiveBlockCount() noexcept {
     return g_LiveBlocks.load(std::memory_order_relaxed);
 }
-#else
-bool AllocHooksAvailable() noexcept {
-    return false;
-}
-void ArmAllocHook() noexcept {}
-void DisarmAllocHook() noexcept {}
-void FailAllocations(unsigned int, unsigned int) noexcept {}
-void SetAllocFilter(AllocFilter, void*) noexcept {}
-void ResetAllocHook() noexcept {}
-unsigned long long AllocationCount() noexcept {
-    return 0;
-}
-unsigned long long FailedAllocationCount() noexcept {
-    return 0;
-}
-long long LiveBlockCount() noexcept {
-    return 0;
-}
-#endif
-
 } // namespace Test
+#endif
 } // namespace PI

@@ -1,6 +1,8 @@
 #include "PI/LogicalDrive.h"
 
+#if defined(PI_WITH_TEST_HOOKS)
 #include "PI/ScanHook.h"
+#endif
 
 #include "LogicalDriveScan.h"
 #include "RecordList.h"
@@ -145,9 +147,9 @@ bool Scanned(const std::string& xml, CLogicalDrive& drive) {
 
 } // namespace
 
+#if defined(PI_WITH_TEST_HOOKS)
 namespace Test {
 
-#if defined(PI_WITH_TEST_HOOKS)
 bool SetLogicalDriveScan(bool allowed) noexcept {
     t_ScanAllowed = allowed;
     return true;
@@ -156,17 +158,8 @@ bool SetLogicalDriveScan(bool allowed) noexcept {
 unsigned long long LogicalDriveScanCount() noexcept {
     return t_Scans;
 }
-#else
-bool SetLogicalDriveScan(bool) noexcept {
-    return false;
-}
-
-unsigned long long LogicalDriveScanCount() noexcept {
-    return 0;
-}
-#endif
-
 } // namespace Test
+#endif
 
 CLogicalDrive::CLogicalDrive()
     : Attribute1(0), Attribute2(0), Size(0), Units(UNITS_LOGICAL_DRIVE_DEFAULT) {}

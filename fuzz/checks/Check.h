@@ -73,8 +73,35 @@ inline std::vector<std::string> Fields(const std::uint8_t* data, size_t size, ch
     return fields;
 }
 
+using CheckFunction = void (*)(const std::uint8_t* data, size_t size);
+
+// A fuzz target as the regression test replays it: its name (fuzz_<name>.cpp)
+// and its check.
+struct Target {
+    const char* name;
+    CheckFunction check;
+};
+
+// Every target linked into the regression test, in the order they were linked.
+inline std::vector<Target>& ReplayedTargets() {
+    static std::vector<Target> targets;
+    return targets;
+}
+
+struct TargetRegistration {
+    TargetRegistration(const char* name, CheckFunction check) {
+        ReplayedTargets().push_back({name, check});
+    }
+};
+
 } // namespace pi_fuzz
 
+#if defined(PI_FUZZ_REPLAY_NAME)
+// Built into the regression test (which names the target): the file registers
+// its check instead of being a fuzz target.
+#define PI_FUZZ_TARGET(check)                                                                      \
+    static const ::pi_fuzz::TargetRegistration pi_fuzz_registration(PI_FUZZ_REPLAY_NAME, &check);
+#else
 // The entry point of a fuzz target that runs `check` on every input.
 #define PI_FUZZ_TARGET(check)                                                                      \
     extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, size_t size) {                 \
@@ -86,3 +113,4 @@ inline std::vector<std::string> Fields(const std::uint8_t* data, size_t size, ch
         }                                                                                          \
         return 0;                                                                                  \
     }
+#endif

@@ -1,5 +1,9 @@
 #include "RVX/AES.h"
 
+#if defined(PI_WITH_TEST_HOOKS)
+#include "RVX/TestHooks.h"
+#endif
+
 #include "RVX/Base64.h"
 
 #include "RVX/Module.h"
@@ -455,6 +459,7 @@ const char* CAES::LastError() noexcept {
     return t_LastError;
 }
 
+#if defined(PI_WITH_TEST_HOOKS)
 namespace Internals {
 
 void SetKeyPlaces(const char* keyFile, const char* machineId) {
@@ -467,6 +472,7 @@ void SetKeyPlaces(const char* keyFile, const char* machineId) {
 }
 
 } // namespace Internals
+#endif
 
 } // namespace Crypt
 } // namespace RVX

@@ -1,4 +1,5 @@
 #include "RVX/IniFiles.h"
+#include "RVX/TestHooks.h"
 
 #include "IniFileDocument.h"
 #include "RVX/Exceptions.h"
@@ -25,12 +26,17 @@ namespace RVX {
 namespace INI_Files {
 namespace {
 
+#if defined(PI_WITH_TEST_HOOKS)
 std::atomic<Internals::WriteStageHook> g_StageHook{nullptr};
 
 void Reached(Internals::WriteStage stage) {
     if (Internals::WriteStageHook hook = g_StageHook.load(std::memory_order_acquire))
         hook(stage);
 }
+#else
+// Only the tests watch the steps of a write.
+void Reached(Internals::WriteStage) {}
+#endif
 
 [[noreturn]] void ThrowSystem(int error, const char* what, const std::string& path) {
     throw Exceptions::CException(
@@ -507,6 +513,7 @@ bool IsRefusedFile(unsigned int code) noexcept {
     }
 }
 
+#if defined(PI_WITH_TEST_HOOKS)
 namespace Internals {
 
 void SetWriteStageHook(WriteStageHook hook) noexcept {
@@ -514,5 +521,6 @@ void SetWriteStageHook(WriteStageHook hook) noexcept {
 }
 
 } // namespace Internals
+#endif
 } // namespace INI_Files
 } // namespace RVX

@@ -1,5 +1,6 @@
 // pi._core._testing: the library's allocation hook, so that the tests reach
-// the out-of-memory paths from Python. Not part of the public module.
+// the out-of-memory paths from Python. Not part of the public module: built
+// only with PI_TEST_HOOKS, as the hook itself.
 #include "Binding.h"
 
 #include <PI/AllocHook.h>

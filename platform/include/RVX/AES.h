@@ -87,12 +87,5 @@ public:
     static const char* LastError() noexcept;
 };
 
-namespace Internals {
-
-// For tests: moves the machine key file (source 3) and the machine identity
-// file (source 4) elsewhere; null restores the standard place.
-RVX_API void SetKeyPlaces(const char* keyFile, const char* machineId);
-
-} // namespace Internals
 } // namespace Crypt
 } // namespace RVX

@@ -191,24 +191,5 @@ private:
 RVX_API std::string EncodeValue(const std::string& value);
 RVX_API std::string EncodeKey(const std::string& key);
 
-namespace Internals {
-
-// Steps of a write, reported to the test hook in this order.
-enum WriteStage : int {
-    WRITE_LOCKED = 1,       // lock taken, file loaded
-    WRITE_TEMP_CREATED = 2, // temporary file exists, empty
-    WRITE_HALF_WRITTEN = 3, // half of the new content written
-    WRITE_WRITTEN = 4,      // all written, not yet synced
-    WRITE_SYNCED = 5,       // synced, not yet renamed
-    WRITE_RENAMED = 6,      // renamed over the file, directory not yet synced
-    WRITE_DONE = 7,         // directory synced, lock still held
-};
-
-// Called at every step of every write in the process, for tests that stop or
-// kill a writer part way. Null (the default) calls nothing.
-using WriteStageHook = void (*)(WriteStage stage);
-RVX_API void SetWriteStageHook(WriteStageHook hook) noexcept;
-
-} // namespace Internals
 } // namespace INI_Files
 } // namespace RVX

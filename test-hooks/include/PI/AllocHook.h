@@ -8,10 +8,13 @@
 // out-of-memory paths (result 20007 of the setters, exception 0x21130003 of
 // copying).
 //
-// The hook is compiled in when the library is built with PI_WITH_TEST_HOOKS
-// (the CMake option PI_TEST_HOOKS, on by default). Without it the functions
-// below exist but do nothing, AllocHooksAvailable() is false, and tests that
-// need the hook should skip.
+// This header is not installed: the hook is for the tests only. It is
+// compiled into the library when the build is configured with
+// -DPI_TEST_HOOKS=ON (off by default, and in the packages), which defines
+// PI_WITH_TEST_HOOKS for the library and for whatever links pi_test_hooks.
+// Without it the library exports none of these functions; the inline
+// stand-ins below do nothing, AllocHooksAvailable() is false, and tests that
+// need the hook skip.
 //
 // Every setting is per thread: only allocations made on the thread that set
 // it are affected, so tests cannot disturb each other's threads.
@@ -29,6 +32,7 @@
 namespace PI {
 namespace Test {
 
+#if defined(PI_WITH_TEST_HOOKS)
 // True when the library was built with the hook.
 PI_API bool AllocHooksAvailable() noexcept;
 
@@ -60,6 +64,27 @@ PI_API unsigned long long FailedAllocationCount() noexcept;
 // taken while the hook stays armed is exact; lets a test see when a block is
 // released.
 PI_API long long LiveBlockCount() noexcept;
+#else
+// The library has no hook: these stand-ins let a test compile and skip.
+inline bool AllocHooksAvailable() noexcept {
+    return false;
+}
+inline void FailAllocations(unsigned int, unsigned int = 1) noexcept {}
+using AllocFilter = bool (*)(size_t size, void* context);
+inline void SetAllocFilter(AllocFilter, void*) noexcept {}
+inline void ResetAllocHook() noexcept {}
+inline void ArmAllocHook() noexcept {}
+inline void DisarmAllocHook() noexcept {}
+inline unsigned long long AllocationCount() noexcept {
+    return 0;
+}
+inline unsigned long long FailedAllocationCount() noexcept {
+    return 0;
+}
+inline long long LiveBlockCount() noexcept {
+    return 0;
+}
+#endif
 
 // Resets the hook of this thread on entry and on every way out of a scope,
 // and keeps it armed in between.
