@@ -2,11 +2,13 @@
 
 #include "PI/Identifiers.h"
 
+#include "Version.h"
+
 namespace PI {
 namespace {
 
 // Built by static initialisation, released when the library is unloaded.
-RVX::Misc::CModuleInfo g_ModuleInfo(MODULE_NUMBER, "voPI", "P:5.8.12 F:5.8.12");
+RVX::Misc::CModuleInfo g_ModuleInfo(MODULE_NUMBER, "voPI", "P:" PI_VERSION " F:" PI_VERSION);
 
 } // namespace
 

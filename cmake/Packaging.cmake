@@ -1,7 +1,7 @@
 # Debian packages made with CPack from the components of cmake/Install.cmake:
 #
 #   component  package     contents
-#   runtime    libpi5      libPI.so.5 and libRVX.so.5
+#   runtime    libpi5      libPI.so.5 and libRVX.so.5 (5: the major version)
 #   dev        libpi-dev   headers, the CMake package, pi.pc, the .so links
 #   tool       pitool      pitool and the sample files of its demo
 #
@@ -21,6 +21,8 @@ set(PI_PACKAGE_MAINTAINER "PI maintainers <pi-maintainers@example.org>"
   CACHE STRING "Maintainer field of the Debian packages")
 set(PI_DEB_RELEASE 1 CACHE STRING "Debian revision of the packages")
 set(PI_DEB_VERSION "${PROJECT_VERSION}-${PI_DEB_RELEASE}")
+# The runtime package is named after the SONAME, which the major version gives.
+set(PI_RUNTIME_PACKAGE libpi${PROJECT_VERSION_MAJOR})
 
 # Packages install under /usr, where the libraries are found without an
 # RPATH (Debian policy forbids one there).
@@ -67,7 +69,7 @@ function(pi_debian_component component package section summary description)
   set(PI_DEB_COMPONENTS ${PI_DEB_COMPONENTS} ${component} PARENT_SCOPE)
 endfunction()
 
-pi_debian_component(runtime libpi5 libs
+pi_debian_component(runtime ${PI_RUNTIME_PACKAGE} libs
   "storage management data model and helpers (shared libraries)"
   "PI carries the data model of a storage management system for RAID
 controllers: records with typed property values, logical drive
@@ -88,7 +90,7 @@ controllers. This package holds the C++17 headers of PI and RVX, the CMake
 package (find_package(PI) gives PI::PI) and the pkg-config file pi.pc.")
 # The CMake package and pi.pc name these libraries.
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS
-  "libpi5 (= ${PI_DEB_VERSION}), libboost-filesystem-dev, libboost-system-dev, libpugixml-dev, libssl-dev")
+  "${PI_RUNTIME_PACKAGE} (= ${PI_DEB_VERSION}), libboost-filesystem-dev, libboost-system-dev, libpugixml-dev, libssl-dev")
 
 if(TARGET pitool)
   pi_debian_component(tool pitool admin
@@ -97,7 +99,7 @@ if(TARGET pitool)
 SCSI sense texts, drive identity strings, status icons, unit conversion and
 hex dumps, logical drive documents and the configuration file. It comes with
 the sample files of its demo.")
-  set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "libpi5 (= ${PI_DEB_VERSION})")
+  set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "${PI_RUNTIME_PACKAGE} (= ${PI_DEB_VERSION})")
 endif()
 
 if(TARGET pi_python)
@@ -111,7 +113,7 @@ and the configuration file.")
   # The extension module is built for this interpreter's version only.
   math(EXPR PI_PY_NEXT_MINOR "${Python3_VERSION_MINOR} + 1")
   set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
-    "libpi5 (= ${PI_DEB_VERSION}), python3 (>= ${Python3_VERSION_MAJOR}.${Python3_VERSION_MINOR}), python3 (<< ${Python3_VERSION_MAJOR}.${PI_PY_NEXT_MINOR})")
+    "${PI_RUNTIME_PACKAGE} (= ${PI_DEB_VERSION}), python3 (>= ${Python3_VERSION_MAJOR}.${Python3_VERSION_MINOR}), python3 (<< ${Python3_VERSION_MAJOR}.${PI_PY_NEXT_MINOR})")
 endif()
 
 set(CPACK_COMPONENTS_ALL ${PI_DEB_COMPONENTS})

@@ -15,7 +15,8 @@ TEST(Module, RegistersAsVoPI) {
     const RVX::Misc::CModuleInfo& info = PI::GetModuleInfo();
     EXPECT_EQ(info.GetNumber(), 275u);
     EXPECT_STREQ(info.GetName(), "voPI");
-    EXPECT_STREQ(info.GetVersion(), "P:5.8.12 F:5.8.12");
+    EXPECT_EQ(info.GetVersion(),
+              std::string("P:") + PI_PROJECT_VERSION + " F:" + PI_PROJECT_VERSION);
     EXPECT_EQ(RVX::Misc::CModuleInfo::Find(275), &info);
     EXPECT_EQ(PI::EXCEPTION_INDEX_OUT_OF_RANGE, 0x21130001u);
     EXPECT_EQ(PI::EXCEPTION_INVALID_DATA, 0x21130003u);

@@ -27,6 +27,8 @@ from ._changes import ChangeList  # noqa: F401
 from ._core import *  # noqa: F401,F403
 from . import _core
 
+__version__ = _core.__version__
+
 __all__ = sorted(
     list(_identifier_names)
     + [n for n in dir(_core) if not n.startswith("_")]

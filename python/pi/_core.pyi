@@ -13,6 +13,9 @@ _R = TypeVar("_R", bound="_Record")
 PropertyValue = Union[None, str, XmlText, bool, int, float, Range, Selection,
                       Tuple[List[int], List[int]], List[int], List[str]]
 
+# The library's version (project() of its CMakeLists.txt).
+__version__: str
+
 # ---- helpers ---------------------------------------------------------------
 
 def translate_sense_key(key: int) -> Tuple[str, Severity]: ...

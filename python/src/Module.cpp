@@ -1,9 +1,12 @@
 // The `pi` module: the library's records, helpers and configuration store.
 #include "Binding.h"
 
+#include "Version.h"
+
 PYBIND11_MODULE(_core, m) {
     m.doc() = "The PI library: typed property values, records, helpers and the "
               "configuration store. Import it as `pi`.";
+    m.attr("__version__") = PI_VERSION;
     pibind::RegisterErrors(m);
     pibind::RegisterHelpers(m);
     pibind::RegisterProperty(m);
