@@ -4,9 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <fstream>
 #include <map>
-#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
@@ -42,25 +40,25 @@ std::string IconFile(int id) {
 // ---- help anchors ------------------------------------------------------
 
 // The named property and operation ids as the public header spells them,
-// read from its text so that the names come from outside the help table.
+// from the identifier table that the build reads out of the header, so that
+// the names come from outside the help table.
 std::map<int, std::string> NamedIdsFromHeader() {
-    std::ifstream in(std::string(PI_SOURCE_DIR) + "/include/PI/Identifiers.h");
-    std::stringstream text;
-    text << in.rdbuf();
-    const std::string header = text.str();
+    struct Row {
+        const char* group;
+        const char* name;
+        int value;
+    };
+#define PI_IDENTIFIER(group, name, value, pythonClass, pythonName) {group, name, value},
+    static const Row kRows[] = {
+#include "IdentifierTable.inc"
+    };
+#undef PI_IDENTIFIER
     std::map<int, std::string> named;
-    const std::regex enumerator(R"(^\s*([A-Z][A-Z0-9_]*) = (\d+),\s*$)");
-    std::istringstream lines(header);
-    std::string line;
-    while (std::getline(lines, line)) {
-        std::smatch m;
-        if (!std::regex_match(line, m, enumerator))
+    for (const Row& row : kRows) {
+        if (std::string(row.group) != "_PROPERTY_ID" || row.value < 23001 || row.value > 23475)
             continue;
-        const int id = std::stoi(m[2]);
-        if (id < 23001 || id > 23475)
-            continue;
-        EXPECT_EQ(named.count(id), 0u) << "two names for " << id;
-        named[id] = m[1];
+        EXPECT_EQ(named.count(row.value), 0u) << "two names for " << row.value;
+        named[row.value] = row.name;
     }
     return named;
 }

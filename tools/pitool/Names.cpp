@@ -7,11 +7,14 @@
 #include <climits>
 #include <iterator>
 
-#include "IdentifierNames.inc"
-
 namespace pitool {
-
 namespace {
+
+#define PI_IDENTIFIER(group, name, value, pythonClass, pythonName) {group, name, value},
+const NamedValue kIdentifierNames[] = {
+#include "IdentifierTable.inc"
+};
+#undef PI_IDENTIFIER
 
 bool EqualsIgnoringCase(const std::string& a, const std::string& b) {
     return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {

@@ -6,8 +6,9 @@
 namespace pitool {
 
 // One name of the identifier vocabulary: the enumeration it belongs to
-// ("_PROPERTY_ID", "_UNITS", ...; "int" for the plain constants), its name and
-// its number.
+// ("_PROPERTY_ID", "_UNITS", ...; "int" for the plain constants, RESULT_ and
+// EXCEPTION_ among them), its name and its number, as the identifier table
+// (cmake/GenerateIdentifiers.py) has them.
 struct NamedValue {
     const char* group;
     const char* name;
