@@ -1,17 +1,18 @@
 #!/usr/bin/env bash
 # Installs a build of PI into a scratch prefix and builds the consumer project
 # of tests/consumer against it, through find_package(PI) and through
-# pkg-config, then runs both programs.
+# pkg-config, then runs both programs; checks that the prefix holds none of
+# the tests' API (scripts/check-no-test-api.sh).
 #
 #   scripts/consumer-test.sh BUILD_DIR [WORK_DIR] [STEP]
 #
-# STEP is install, cmake, pkgconfig or all (default). WORK_DIR defaults to
+# STEP is install, cmake, pkgconfig, testapi or all (default). WORK_DIR defaults to
 # BUILD_DIR/consumer; the prefix is WORK_DIR/prefix. CONSUMER_FLAGS adds
 # compiler and linker flags (a sanitizer build needs its -fsanitize flags).
 set -euo pipefail
 
 if [ $# -lt 1 ]; then
-  echo "usage: $0 BUILD_DIR [WORK_DIR] [install|cmake|pkgconfig|all]" >&2
+  echo "usage: $0 BUILD_DIR [WORK_DIR] [install|cmake|pkgconfig|testapi|all]" >&2
   exit 2
 fi
 source_dir=$(cd "$(dirname "$0")/.." && pwd)
@@ -66,11 +67,22 @@ pkgconfig_step() {
   "$dir/pi-consumer" "$dir/scratch"
 }
 
+# No test header in the prefix; no hook exported by the libraries and no
+# pi._core._testing unless the build was configured with the hooks.
+testapi_step() {
+  local options=()
+  if grep -qx 'PI_TEST_HOOKS:BOOL=ON' "$build/CMakeCache.txt"; then
+    options=(--hooks-built)
+  fi
+  "$source_dir/scripts/check-no-test-api.sh" "$prefix" "${options[@]}"
+}
+
 mkdir -p "$work"
 case $step in
   install) install_step ;;
   cmake) cmake_step ;;
   pkgconfig) pkgconfig_step ;;
-  all) install_step; cmake_step; pkgconfig_step ;;
+  testapi) testapi_step ;;
+  all) install_step; cmake_step; pkgconfig_step; testapi_step ;;
   *) echo "$0: unknown step '$step'" >&2; exit 2 ;;
 esac

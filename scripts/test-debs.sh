@@ -53,6 +53,11 @@ lintian --fail-on error --tag-display-limit 0 "${debs[@]}" || {
 }
 
 work=$(mktemp -d)
+# The packages hold none of the tests' API (they are built without the hooks).
+for deb in "${debs[@]}"; do
+  dpkg-deb -x "$deb" "$work/contents"
+done
+scripts/check-no-test-api.sh "$work/contents"
 remove() {
   dpkg --purge "${packages[@]}" >/dev/null 2>&1 || true
   rm -rf "$work"

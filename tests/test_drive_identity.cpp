@@ -135,7 +135,8 @@ TEST(SplitSATAModelName, InvariantsOverRealModelStrings) {
     const std::string path = std::string(PI_SHARED_DATA_DIR) + "/ata-models.txt";
     std::ifstream in(path);
     if (!in)
-        GTEST_SKIP() << "no model list at " << path;
+        GTEST_SKIP() << "the shared test data is missing: no model list at " << path
+                     << " (../shared/data beside the checkout)";
     std::string line;
     int models = 0;
     while (std::getline(in, line)) {

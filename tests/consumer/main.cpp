@@ -9,6 +9,12 @@
 #include <iostream>
 #include <string>
 
+// The tests' hooks are no part of the installed package.
+#if __has_include(<PI/AllocHook.h>) || __has_include(<PI/ScanHook.h>) ||                        \
+    __has_include(<RVX/TestHooks.h>)
+#error "a header of the tests' hooks is installed"
+#endif
+
 namespace {
 
 int failures = 0;

@@ -1,5 +1,6 @@
 # Tests of what a user runs: pitool from the command line, and a program built
-# against the installed package (through CMake and through pkg-config).
+# against the installed package (through CMake and through pkg-config), whose
+# tree must hold none of the tests' API.
 
 if(TARGET pitool)
   foreach(name test_pitool test_pitool_record)
@@ -27,7 +28,7 @@ if(NOT PI_TSAN)
   if(PI_SANITIZE OR PI_BUILD_FUZZ)
     set(PI_CONSUMER_FLAGS "-fsanitize=address,undefined -fno-omit-frame-pointer")
   endif()
-  foreach(step install cmake pkgconfig)
+  foreach(step install cmake pkgconfig testapi)
     add_test(NAME consumer.${step}
       COMMAND ${CMAKE_COMMAND} -E env "CONSUMER_FLAGS=${PI_CONSUMER_FLAGS}"
               bash ${PROJECT_SOURCE_DIR}/scripts/consumer-test.sh
@@ -35,5 +36,6 @@ if(NOT PI_TSAN)
     set_tests_properties(consumer.${step} PROPERTIES TIMEOUT 300)
   endforeach()
   set_tests_properties(consumer.install PROPERTIES FIXTURES_SETUP pi_installed)
-  set_tests_properties(consumer.cmake consumer.pkgconfig PROPERTIES FIXTURES_REQUIRED pi_installed)
+  set_tests_properties(consumer.cmake consumer.pkgconfig consumer.testapi
+    PROPERTIES FIXTURES_REQUIRED pi_installed)
 endif()
