@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Builds the Debian packages libpi5, libpi-dev, pitool and python3-pi with
-# CPack.
+# Builds the Debian packages libpi<major> (libpi5), libpi-dev, pitool and
+# python3-pi with CPack.
 #
 #   scripts/make-debs.sh [--tests] [BUILD_DIR]      (default build-deb)
 #
@@ -12,8 +12,8 @@
 # --tests builds the test suites in the same tree, so that one build serves
 # both the suites and the packages (CI's first stage builds it, its package
 # stage packs it). The libraries stay exactly as packaged, without the
-# tests' allocation hook; the few tests that need the hook skip there and
-# run in the sanitizer and i386 builds.
+# tests' hooks (-DPI_TEST_HOOKS=OFF); the tests that need them skip there,
+# saying so, and run in the sanitizer, ThreadSanitizer and i386 builds.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 tests=OFF
