@@ -104,7 +104,7 @@ public:
     // Setters return 0, 20006 (empty list, kind 3 only; nothing changed) or
     // 20007 (out of memory: the new Type, SubType, DataSize and SplitSize are
     // set and Data is null). Each releases the old block before obtaining the
-    // new one; blocks come from malloc through the hook of PI/AllocHook.h.
+    // new one; blocks come from malloc.
     //
     // The CStringRef routes trim with PI::Trim, unless SubType is 4: then a
     // text longer than 4 characters beginning with "ENC1(" is kept as given
