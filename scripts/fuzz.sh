@@ -19,7 +19,7 @@ cd "$(dirname "$0")/.."
 
 seconds="${1:-30}"
 [ $# -gt 0 ] && shift
-all_targets=(logical_drive markup ini drive_identity event_placeholders string_list json msgpack change_list)
+all_targets=(logical_drive markup ini drive_identity event_placeholders string_list json msgpack change_list sense_data)
 targets=("$@")
 [ ${#targets[@]} -eq 0 ] && targets=("${all_targets[@]}")
 

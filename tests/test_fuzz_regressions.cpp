@@ -9,6 +9,7 @@
 #include "../fuzz/checks/Interchange.h"
 #include "../fuzz/checks/LogicalDrive.h"
 #include "../fuzz/checks/Markup.h"
+#include "../fuzz/checks/SenseData.h"
 #include "../fuzz/checks/StringList.h"
 
 #include <RVX/IniFiles.h>
@@ -42,6 +43,7 @@ const Target kTargets[] = {
     {"json", &pi_fuzz::CheckJsonInterchange},
     {"msgpack", &pi_fuzz::CheckMsgPackInterchange},
     {"change_list", &pi_fuzz::CheckChangeList},
+    {"sense_data", &pi_fuzz::CheckSenseData},
 };
 
 // The regular files of a directory, sorted; none when it does not exist.
