@@ -147,14 +147,13 @@ TEST(DecodeSenseData, HandDecodedBuffers) {
              EXPECT_EQ(n.data.Ata.Lba, 0xC0B0A0u);
          }},
         {"descriptor: every field comes from the first descriptor that has it",
-         {0x72, 0x02, 0x04, 0x04, 0,    0,    0,    56,   0x05, 0x02, 0x00, 0x20, // block: ILI
+         {0x72, 0x02, 0x04, 0x04, 0,    0,    0,    52,   0x05, 0x02, 0x00, 0x20, // block: ILI
           0x00, 0x0A, 0x80, 0x00, 0,    0,    0,    0,    0x01, 0x02, 0x03, 0x04, // information
           0x02, 0x06, 0x00, 0x00, 0x80, 0x40, 0x00, 0x00,                         // progress 25%
           0x03, 0x02, 0x00, 0x09,                                                 // FRU
           0x0D, 0x16, 0x00, 0x00, 0x80, 0x80, 0x00, 0x07, 0,    0,    0,    0,
-          0,    0,    0,    9,    0,    0,    0,    0,    0,    0,    0,    0x0C}, // direct access:
-                                                                                   // later, so only
-                                                                                   // its CSI counts
+          0,    0,    0,    9,    0,    0,    0,    0,    0,    0,    0,    0x0C},
+         // The direct-access descriptor comes last, so only its CSI counts.
          [](const PI::CSenseData& s) {
              ASSERT_EQ(s.Descriptors.size(), 5u);
              EXPECT_FALSE(s.Truncated);
