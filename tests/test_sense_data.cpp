@@ -197,7 +197,7 @@ TEST(DecodeSenseData, HandDecodedBuffers) {
              ASSERT_EQ(s.Descriptors.size(), 1u);
              EXPECT_TRUE(s.Descriptors[0].Truncated);
              EXPECT_FALSE(s.Descriptors[0].Decoded);
-             EXPECT_EQ(s.Descriptors[0].Bytes.size(), 9u);
+             EXPECT_EQ(s.Descriptors[0].Size, 9u);
              EXPECT_FALSE(s.InformationValid);
              EXPECT_TRUE(s.Truncated);
              EXPECT_EQ(s.Remark, "descriptor 00h at byte 8 needs 12 bytes, 9 remain");
@@ -208,7 +208,7 @@ TEST(DecodeSenseData, HandDecodedBuffers) {
              ASSERT_EQ(s.Descriptors.size(), 2u);
              EXPECT_EQ(s.Fru, 0x05);
              EXPECT_EQ(s.Descriptors[1].Type, 0x80);
-             EXPECT_EQ(s.Descriptors[1].Bytes, Bytes{0x80});
+             EXPECT_EQ(s.Descriptors[1].Size, 1u);
              EXPECT_TRUE(s.Truncated);
              EXPECT_EQ(s.Remark, "descriptor 80h at byte 12 is cut off after its type");
          }},
@@ -216,7 +216,9 @@ TEST(DecodeSenseData, HandDecodedBuffers) {
          {0x72, 0x05, 0x24, 0x00, 0, 0, 0, 9, 0x42, 0x03, 0xAA, 0xBB, 0xCC, 0x02, 0x02, 0x80, 0x01},
          [](const PI::CSenseData& s) {
              ASSERT_EQ(s.Descriptors.size(), 2u);
-             EXPECT_EQ(s.Descriptors[0].Bytes, (Bytes{0x42, 0x03, 0xAA, 0xBB, 0xCC}));
+             EXPECT_EQ(s.Descriptors[0].Size, 5u);
+             EXPECT_EQ(Bytes(s.Bytes.begin() + 8, s.Bytes.begin() + 13),
+                       (Bytes{0x42, 0x03, 0xAA, 0xBB, 0xCC}));
              EXPECT_FALSE(s.Descriptors[0].Decoded);
              EXPECT_FALSE(s.Descriptors[1].Decoded);
              EXPECT_EQ(s.KeySpecific.Kind, PI::SKS_NONE);

@@ -156,7 +156,8 @@ Rendered Render(const PI::CSenseData& s, const Buffer& buffer, size_t base, size
 // One descriptor as sg_get_sense_descriptors_str writes it.
 bool RenderDescriptor(const PI::CSenseData& s, const PI::CSenseDescriptor& d, const Buffer& buffer,
                       size_t base, std::string& out) {
-    const int additional = static_cast<int>(d.Bytes.size()) - 2; // cut to the sense data
+    const int additional = static_cast<int>(d.Size) - 2; // cut to the sense data
+    const unsigned char* bytes = s.Bytes.data() + d.Offset;
     const size_t absolute = base + d.Offset;
     bool processed = true;
     out += "  Descriptor type: ";
@@ -253,7 +254,7 @@ bool RenderDescriptor(const PI::CSenseData& s, const PI::CSenseDescriptor& d, co
             const int rem = ((d.Progress * 100) % 65536) / 656;
             out += Format("%d.02%d%%\n", pr, rem);
             out += Format("        [sense_key=0x%x asc,ascq=0x%x,0x%x]\n",
-                          (d.Bytes[2] & 0xF0) | d.Key, d.ASC, d.ASCQ);
+                          (bytes[2] & 0xF0) | d.Key, d.ASC, d.ASCQ);
         }
         break;
     case 0x0C:
@@ -281,8 +282,8 @@ bool RenderDescriptor(const PI::CSenseData& s, const PI::CSenseDescriptor& d, co
             out += " vvvvvvvvvvvvvvvv\n";
             const size_t inner = absolute + 4;
             if (!d.Forwarded.empty()) {
-                const Rendered nested = Render(d.Forwarded.front(), buffer, inner,
-                                               d.Bytes.size() - 4, SG_FORWARDED_SIZE);
+                const Rendered nested =
+                    Render(d.Forwarded.front(), buffer, inner, d.Size - 4, SG_FORWARDED_SIZE);
                 if (!nested.complete) {
                     out += nested.text;
                     return false;
@@ -291,7 +292,7 @@ bool RenderDescriptor(const PI::CSenseData& s, const PI::CSenseDescriptor& d, co
             } else {
                 // PI refuses this forwarded sense (too short or of another
                 // format): nothing that both decode, so take sg3_utils' text.
-                out += SgText(&buffer.padded[inner], d.Bytes.size() - 4, SG_FORWARDED_SIZE);
+                out += SgText(&buffer.padded[inner], d.Size - 4, SG_FORWARDED_SIZE);
             }
             out += " ^^^^^^^^^^^^^^^^\n";
         }
@@ -333,7 +334,7 @@ bool RenderDescriptor(const PI::CSenseData& s, const PI::CSenseDescriptor& d, co
         for (int j = 0; j < additional; ++j) {
             if (j > 0 && j % 24 == 0)
                 out += "\n    ";
-            out += Format("%02x ", d.Bytes[static_cast<size_t>(j) + 2]);
+            out += Format("%02x ", bytes[static_cast<size_t>(j) + 2]);
         }
         out += "\n";
     }

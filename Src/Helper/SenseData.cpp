@@ -44,6 +44,32 @@ std::string Hex2(unsigned int value) {
     return text;
 }
 
+// Builds a remark in place, so that the output's string keeps its capacity.
+struct Remark {
+    std::string& text;
+    Remark& operator<<(const char* part) {
+        text += part;
+        return *this;
+    }
+    Remark& operator<<(size_t value) {
+        char digits[20];
+        size_t at = sizeof digits;
+        do {
+            digits[--at] = static_cast<char>('0' + value % 10);
+            value /= 10;
+        } while (value != 0);
+        text.append(digits + at, sizeof digits - at);
+        return *this;
+    }
+    Remark& Type(unsigned char type) {
+        const char hex[] = "0123456789ABCDEF";
+        text += hex[type >> 4];
+        text += hex[type & 0xF];
+        text += 'h';
+        return *this;
+    }
+};
+
 unsigned long long BigEndian(const unsigned char* bytes, size_t count) {
     unsigned long long value = 0;
     for (size_t i = 0; i < count; ++i)
@@ -94,11 +120,10 @@ CSenseKeySpecific KeySpecific(const unsigned char* at, unsigned char key) {
     return field;
 }
 
-// Decodes the fields of one descriptor whose bytes (type byte first) are
-// all in `d.Bytes`; `key` is the sense key of the enclosing sense data.
-void DecodeDescriptor(CSenseDescriptor& d, unsigned char key) {
-    const std::vector<unsigned char>& b = d.Bytes;
-    if (b.size() < 2 || DescriptorMinimum(d.Type) == 0 || b.size() - 2 < DescriptorMinimum(d.Type))
+// Decodes the fields of one descriptor whose d.Size bytes (type byte
+// first) are at `b`; `key` is the sense key of the enclosing sense data.
+void DecodeDescriptor(const unsigned char* b, CSenseDescriptor& d, unsigned char key) {
+    if (d.Size < 2 || DescriptorMinimum(d.Type) == 0 || d.Size - 2 < DescriptorMinimum(d.Type))
         return;
     d.Decoded = true;
     switch (d.Type) {
@@ -151,10 +176,10 @@ void DecodeDescriptor(CSenseDescriptor& d, unsigned char key) {
         d.ForwardedByTarget = (b[2] & 0x80) != 0;
         d.ForwardedSource = b[2] & 0x0F;
         d.ForwardedStatus = b[3];
-        if (b.size() > 4) {
+        if (d.Size > 4) {
             CSenseData inner;
             std::string error;
-            d.ForwardedResult = DecodeSenseData(&b[4], b.size() - 4, inner, error);
+            d.ForwardedResult = DecodeSenseData(&b[4], d.Size - 4, inner, error);
             if (d.ForwardedResult == SENSE_OK)
                 d.Forwarded.push_back(std::move(inner));
         }
@@ -210,34 +235,43 @@ void Consolidate(CSenseData& out) {
     }
 }
 
+// The next descriptor slot.
+CSenseDescriptor& NextDescriptor(CSenseData& out, size_t& used) {
+    if (used == out.Descriptors.size())
+        out.Descriptors.emplace_back();
+    CSenseDescriptor& d = out.Descriptors[used++];
+    d = CSenseDescriptor();
+    return d;
+}
+
 // Walks the descriptors after the 8-byte header up to `end`.
-void DecodeDescriptors(const unsigned char* bytes, size_t end, CSenseData& out) {
+void DecodeDescriptors(const unsigned char* bytes, size_t end, CSenseData& out, size_t& used) {
     size_t at = 8;
     while (at < end) {
-        CSenseDescriptor d;
+        CSenseDescriptor& d = NextDescriptor(out, used);
         d.Type = bytes[at];
         d.Offset = at;
         if (at + 1 >= end) {
-            d.Bytes.assign(bytes + at, bytes + end);
+            d.Size = end - at;
             d.Truncated = true;
-            out.Descriptors.push_back(std::move(d));
             out.Truncated = true;
-            out.Remark = "descriptor " + Hex2(bytes[at]) + "h at byte " + std::to_string(at) +
-                         " is cut off after its type";
+            out.Remark.clear();
+            Remark{out.Remark} << "descriptor ";
+            Remark{out.Remark}.Type(bytes[at]) << " at byte " << at << " is cut off after its type";
             return;
         }
         d.AdditionalLength = bytes[at + 1];
         const size_t size = 2 + static_cast<size_t>(d.AdditionalLength);
         const size_t whole = at + size <= end ? size : end - at;
-        d.Bytes.assign(bytes + at, bytes + at + whole);
+        d.Size = whole;
         d.Truncated = whole < size;
-        DecodeDescriptor(d, out.Key);
-        out.Descriptors.push_back(std::move(d));
+        DecodeDescriptor(bytes + at, d, out.Key);
         if (whole < size) {
             out.Truncated = true;
-            out.Remark = "descriptor " + Hex2(bytes[at]) + "h at byte " + std::to_string(at) +
-                         " needs " + std::to_string(size) + " bytes, " + std::to_string(whole) +
-                         " remain";
+            out.Remark.clear();
+            Remark{out.Remark} << "descriptor ";
+            Remark{out.Remark}.Type(bytes[at])
+                << " at byte " << at << " needs " << size << " bytes, " << whole << " remain";
             return;
         }
         at += size;
@@ -249,22 +283,21 @@ void DecodeDescriptors(const unsigned char* bytes, size_t end, CSenseData& out) 
 size_t SenseEnd(const unsigned char* bytes, size_t length, CSenseData& out) {
     if (length < 8) {
         out.Truncated = true;
-        out.Remark = "the buffer ends at byte " + std::to_string(length) +
-                     ", before the additional sense length";
+        Remark{out.Remark} << "the buffer ends at byte " << length
+                           << ", before the additional sense length";
         return length;
     }
     out.AdditionalLength = bytes[7];
     const size_t stated = 8 + static_cast<size_t>(bytes[7]);
     if (stated > length) {
         out.Truncated = true;
-        out.Remark = "the additional sense length gives " + std::to_string(stated) +
-                     " bytes, the buffer has " + std::to_string(length);
+        Remark{out.Remark} << "the additional sense length gives " << stated
+                           << " bytes, the buffer has " << length;
         return length;
     }
     if (stated < length)
-        out.Remark = "the additional sense length ends the sense data at byte " +
-                     std::to_string(stated) + "; the " + std::to_string(length - stated) +
-                     " bytes after it are not decoded";
+        Remark{out.Remark} << "the additional sense length ends the sense data at byte " << stated
+                           << "; the " << length - stated << " bytes after it are not decoded";
     return stated;
 }
 
@@ -310,10 +343,10 @@ void DecodeFixed(const unsigned char* bytes, size_t end, CSenseData& out) {
 
 } // namespace
 
-_SENSE_DECODE DecodeSenseData(const unsigned char* bytes, size_t length, CSenseData& out,
-                              std::string& error) {
-    out = CSenseData();
-    error.clear();
+namespace {
+
+_SENSE_DECODE Decode(const unsigned char* bytes, size_t length, CSenseData& out, std::string& error,
+                     size_t& used) {
     if (bytes == nullptr || length == 0) {
         error = "the sense buffer is empty";
         return SENSE_EMPTY;
@@ -343,6 +376,7 @@ _SENSE_DECODE DecodeSenseData(const unsigned char* bytes, size_t length, CSenseD
     out.Deferred = code == 0x71 || code == 0x73;
     const size_t end = SenseEnd(bytes, length, out);
     out.Length = end;
+    out.Bytes.assign(bytes, bytes + end);
     if (fixed) {
         DecodeFixed(bytes, end, out);
     } else {
@@ -350,10 +384,27 @@ _SENSE_DECODE DecodeSenseData(const unsigned char* bytes, size_t length, CSenseD
         out.ASC = bytes[2];
         out.ASCQ = bytes[3];
         out.Overflow = length > 4 && (bytes[4] & 0x80) != 0;
-        DecodeDescriptors(bytes, end, out);
+        DecodeDescriptors(bytes, end, out, used);
+        out.Descriptors.resize(used);
         Consolidate(out);
     }
     return SENSE_OK;
+}
+
+} // namespace
+
+_SENSE_DECODE DecodeSenseData(const unsigned char* bytes, size_t length, CSenseData& out,
+                              std::string& error) {
+    // Reset by a copy of the defaults, which keeps the capacity of the
+    // vectors and the remark: decoding sense data by the thousand into one
+    // output then allocates nothing.
+    static const CSenseData empty;
+    out = empty;
+    error.clear();
+    size_t used = 0;
+    const _SENSE_DECODE result = Decode(bytes, length, out, error, used);
+    out.Descriptors.resize(used);
+    return result;
 }
 
 } // namespace PI

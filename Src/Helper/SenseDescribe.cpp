@@ -1,179 +1,380 @@
-// Decoded sense data in words, for tools and logs.
+// Decoded sense data in words, for tools and logs. The text is appended in
+// place with its own number formatting: a controller log formats sense data
+// by the thousand, and temporaries would cost more than the decoding.
 #include "PI/SenseData.h"
-
-#include <cstdio>
 
 namespace PI {
 
 namespace {
 
-using Rows = std::vector<std::pair<std::string, std::string>>;
+const char DIGITS[] = "0123456789ABCDEF";
 
-std::string Hex(unsigned long long value) {
-    char text[24];
-    std::snprintf(text, sizeof text, "0x%llX", value);
-    return text;
+// One line of text in a fixed buffer, handed on whole: many small appends
+// to a std::string cost more than the decoding itself. The longest line (the
+// raw bytes of a descriptor filling the sense data) is under 800 characters.
+struct Writer {
+    char text[1024];
+    size_t size = 0;
+
+    Writer() {} // leaves the buffer alone: only text[0, size) is ever read
+
+    void Append(const char* part, size_t count) {
+        if (count > sizeof text - size)
+            count = sizeof text - size;
+        for (size_t i = 0; i < count; ++i)
+            text[size + i] = part[i];
+        size += count;
+    }
+    template <size_t N> Writer& operator+=(const char (&part)[N]) {
+        Append(part, N - 1);
+        return *this;
+    }
+    Writer& operator+=(const std::string& part) {
+        Append(part.data(), part.size());
+        return *this;
+    }
+    Writer& operator+=(char c) {
+        if (size < sizeof text)
+            text[size++] = c;
+        return *this;
+    }
+    // A choice between two literals.
+    Writer& Either(bool first, const char* a, const char* b) {
+        const char* part = first ? a : b;
+        size_t count = 0;
+        while (part[count])
+            ++count;
+        Append(part, count);
+        return *this;
+    }
+};
+
+void AppendHex(Writer& out, unsigned long long value) {
+    char text[18];
+    size_t at = sizeof text;
+    do {
+        text[--at] = DIGITS[value & 0xF];
+        value >>= 4;
+    } while (value != 0);
+    out += "0x";
+    out.Append(text + at, sizeof text - at);
 }
 
-std::string Hex2(unsigned int value) {
-    char text[8];
-    std::snprintf(text, sizeof text, "%02Xh", value & 0xFFu);
-    return text;
+void AppendDecimal(Writer& out, unsigned long long value) {
+    char text[20];
+    size_t at = sizeof text;
+    do {
+        text[--at] = static_cast<char>('0' + value % 10);
+        value /= 10;
+    } while (value != 0);
+    out.Append(text + at, sizeof text - at);
+}
+
+// Two hex digits and "h", as the sense data's own documentation writes bytes.
+void AppendByte(Writer& out, unsigned int value) {
+    out += DIGITS[(value >> 4) & 0xF];
+    out += DIGITS[value & 0xF];
+    out += 'h';
 }
 
 // Hundredths of a percent, rounded down, so that 65535 never shows 100%.
-std::string Percent(unsigned short progress) {
+void AppendPercent(Writer& out, unsigned short progress) {
     const unsigned long hundredths = static_cast<unsigned long>(progress) * 10000ul / 65536ul;
-    char text[48];
-    std::snprintf(text, sizeof text, "%lu.%02lu%% (%u/65536)", hundredths / 100, hundredths % 100,
-                  static_cast<unsigned int>(progress));
-    return text;
+    AppendDecimal(out, hundredths / 100);
+    out += '.';
+    out += static_cast<char>('0' + hundredths % 100 / 10);
+    out += static_cast<char>('0' + hundredths % 10);
+    out += "% (";
+    AppendDecimal(out, progress);
+    out += "/65536)";
 }
 
-std::string Information(unsigned long long value, bool valid) {
-    return Hex(value) + " (" + std::to_string(value) + ")" + (valid ? "" : ", not valid");
-}
-
-std::string Flags(bool filemark, bool eom, bool ili) {
-    std::string text;
-    for (const auto& flag :
-         {std::make_pair(filemark, "filemark"), std::make_pair(eom, "end of medium"),
-          std::make_pair(ili, "incorrect length")}) {
-        if (flag.first)
-            text += std::string(text.empty() ? "" : ", ") + flag.second;
+void AppendRaw(Writer& out, const unsigned char* bytes, size_t count) {
+    if (count == 0) {
+        out += "no bytes";
+        return;
     }
-    return text.empty() ? "none" : text;
-}
-
-std::string Ata(const CSenseAtaStatus& ata, bool fixed) {
-    std::string text = "error " + Hex(ata.Error) + ", status " + Hex(ata.Status) + ", device " +
-                       Hex(ata.Device) + ", count " + Hex(ata.Count) +
-                       (ata.CountUpperNonZero ? "+" : "") + ", LBA " + Hex(ata.Lba) +
-                       (ata.LbaUpperNonZero ? "+" : "") + (ata.Extend ? ", 48-bit" : ", 28-bit");
-    if (fixed)
-        text += ", log index " + std::to_string(ata.LogIndex);
-    return text;
-}
-
-std::string Raw(const std::vector<unsigned char>& bytes, size_t from) {
-    std::string text;
-    char hex[4];
-    for (size_t i = from; i < bytes.size(); ++i) {
-        std::snprintf(hex, sizeof hex, "%02X", bytes[i]);
-        text += (text.empty() ? "" : " ") + std::string(hex);
+    for (size_t i = 0; i < count; ++i) {
+        if (i)
+            out += ' ';
+        out += DIGITS[bytes[i] >> 4];
+        out += DIGITS[bytes[i] & 0xF];
     }
-    return text.empty() ? "no bytes" : text;
 }
 
-std::string Descriptor(const CSenseDescriptor& d) {
+void AppendInformation(Writer& out, unsigned long long value, bool valid) {
+    AppendHex(out, value);
+    out += " (";
+    AppendDecimal(out, value);
+    out.Either(valid, ")", "), not valid");
+}
+
+void AppendFlags(Writer& out, bool filemark, bool eom, bool ili) {
+    const size_t start = out.size;
+    if (filemark)
+        out += "filemark";
+    if (eom)
+        out.Either(out.size > start, ", end of medium", "end of medium");
+    if (ili)
+        out.Either(out.size > start, ", incorrect length", "incorrect length");
+    if (out.size == start)
+        out += "none";
+}
+
+void AppendAta(Writer& out, const CSenseAtaStatus& ata, bool fixed) {
+    out += "error ";
+    AppendHex(out, ata.Error);
+    out += ", status ";
+    AppendHex(out, ata.Status);
+    out += ", device ";
+    AppendHex(out, ata.Device);
+    out += ", count ";
+    AppendHex(out, ata.Count);
+    if (ata.CountUpperNonZero)
+        out += '+';
+    out += ", LBA ";
+    AppendHex(out, ata.Lba);
+    if (ata.LbaUpperNonZero)
+        out += '+';
+    out.Either(ata.Extend, ", 48-bit", ", 28-bit");
+    if (fixed) {
+        out += ", log index ";
+        AppendDecimal(out, ata.LogIndex);
+    }
+}
+
+void AppendKeySpecific(Writer& out, const CSenseKeySpecific& f) {
+    switch (f.Kind) {
+    case SKS_NONE:
+        return;
+    case SKS_FIELD_POINTER:
+    case SKS_SEGMENT_POINTER:
+        out += "error in ";
+        if (f.Kind == SKS_FIELD_POINTER)
+            out.Either(f.Command, "CDB", "parameter data");
+        else
+            out.Either(f.SegmentDescriptor, "segment descriptor", "parameter list");
+        out += " byte ";
+        AppendDecimal(out, f.Pointer);
+        if (f.BitPointerValid) {
+            out += " bit ";
+            AppendDecimal(out, f.BitPointer);
+        }
+        return;
+    case SKS_RETRY_COUNT:
+        out += "actual retry count ";
+        AppendDecimal(out, f.RetryCount);
+        return;
+    case SKS_PROGRESS:
+        out += "progress ";
+        AppendPercent(out, f.Progress);
+        return;
+    case SKS_UNIT_ATTENTION:
+        out.Either(f.Overflow, "unit attention queue overflowed",
+                   "unit attention queue did not overflow");
+        return;
+    case SKS_UNDEFINED:
+    default:
+        out += "bytes ";
+        AppendRaw(out, f.Bytes, 3);
+        return;
+    }
+}
+
+bool KnownType(unsigned char type) {
+    return type <= SENSE_DESC_BLOCK || type == SENSE_DESC_ATA_STATUS ||
+           type == SENSE_DESC_PROGRESS || type == SENSE_DESC_FORWARDED ||
+           type == SENSE_DESC_DIRECT_ACCESS;
+}
+
+void AppendDescriptor(Writer& out, const CSenseDescriptor& d, const unsigned char* b) {
     if (!d.Decoded) {
-        std::string what = d.Bytes.size() < 2 ? "cut off after its type" : Raw(d.Bytes, 2);
-        if (d.Bytes.size() >= 2 && (d.Type <= SENSE_DESC_BLOCK || d.Type == 0x09 ||
-                                    d.Type == 0x0A || d.Type == 0x0C || d.Type == 0x0D))
-            what = "too short: " + what;
-        return what;
+        if (d.Size < 2) {
+            out += "cut off after its type";
+            return;
+        }
+        if (KnownType(d.Type))
+            out += "too short: ";
+        AppendRaw(out, b + 2, d.Size - 2);
+        return;
     }
     switch (d.Type) {
     case SENSE_DESC_INFORMATION:
-        return "information " + Information(d.Information, d.Valid);
+        out += "information ";
+        AppendInformation(out, d.Information, d.Valid);
+        break;
     case SENSE_DESC_COMMAND_SPECIFIC:
-        return "command specific " + Hex(d.CommandSpecific);
+        out += "command specific ";
+        AppendHex(out, d.CommandSpecific);
+        break;
     case SENSE_DESC_KEY_SPECIFIC:
-        return "sense key specific: " + DescribeKeySpecific(d.KeySpecific);
+        out += "sense key specific: ";
+        AppendKeySpecific(out, d.KeySpecific);
+        break;
     case SENSE_DESC_FRU:
-        return "field replaceable unit " + Hex(d.Fru);
+        out += "field replaceable unit ";
+        AppendHex(out, d.Fru);
+        break;
     case SENSE_DESC_STREAM:
-        return "stream commands: " + Flags(d.Filemark, d.EndOfMedium, d.IncorrectLength);
+        out += "stream commands: ";
+        AppendFlags(out, d.Filemark, d.EndOfMedium, d.IncorrectLength);
+        break;
     case SENSE_DESC_BLOCK:
-        return "block commands: " + Flags(false, false, d.IncorrectLength);
+        out += "block commands: ";
+        AppendFlags(out, false, false, d.IncorrectLength);
+        break;
     case SENSE_DESC_ATA_STATUS:
-        return "ATA status return: " + Ata(d.Ata, false);
+        out += "ATA status return: ";
+        AppendAta(out, d.Ata, false);
+        break;
     case SENSE_DESC_PROGRESS:
-        return "progress of another operation " + Percent(d.Progress) + ", key " +
-               Hex2(d.Key).substr(1) + " ASC/ASCQ " + Hex2(d.ASC) + "/" + Hex2(d.ASCQ);
-    case SENSE_DESC_FORWARDED: {
-        std::string text = "forwarded sense from ";
-        text += d.ForwardedSource == 0
-                    ? std::string("the source device")
-                    : "destination device " + std::to_string(d.ForwardedSource - 1);
-        text += std::string(d.ForwardedByTarget ? " (made up by the target)" : "") + ", status " +
-                Hex2(d.ForwardedStatus);
+        out += "progress of another operation ";
+        AppendPercent(out, d.Progress);
+        out += ", key ";
+        out += DIGITS[d.Key & 0xF];
+        out += "h ASC/ASCQ ";
+        AppendByte(out, d.ASC);
+        out += '/';
+        AppendByte(out, d.ASCQ);
+        break;
+    case SENSE_DESC_FORWARDED:
+        out += "forwarded sense from ";
+        if (d.ForwardedSource == 0) {
+            out += "the source device";
+        } else {
+            out += "destination device ";
+            AppendDecimal(out, d.ForwardedSource - 1u);
+        }
+        if (d.ForwardedByTarget)
+            out += " (made up by the target)";
+        out += ", status ";
+        AppendByte(out, d.ForwardedStatus);
         if (!d.Forwarded.empty()) {
             const CSenseData& inner = d.Forwarded.front();
-            text += ", key " + Hex2(inner.Key).substr(1) + " ASC/ASCQ " + Hex2(inner.ASC) + "/" +
-                    Hex2(inner.ASCQ);
-        } else if (d.Bytes.size() > 4) {
-            text += ", sense data not decodable: " + Raw(d.Bytes, 4);
+            out += ", key ";
+            out += DIGITS[inner.Key & 0xF];
+            out += "h ASC/ASCQ ";
+            AppendByte(out, inner.ASC);
+            out += '/';
+            AppendByte(out, inner.ASCQ);
+        } else if (d.Size > 4) {
+            out += ", sense data not decodable: ";
+            AppendRaw(out, b + 4, d.Size - 4);
         }
-        return text;
-    }
-    case SENSE_DESC_DIRECT_ACCESS: {
-        std::string text = "direct-access block device: information " +
-                           Information(d.Information, d.Valid) + ", command specific " +
-                           Hex(d.CommandSpecific) + ", field replaceable unit " + Hex(d.Fru);
+        break;
+    case SENSE_DESC_DIRECT_ACCESS:
+        out += "direct-access block device: information ";
+        AppendInformation(out, d.Information, d.Valid);
+        out += ", command specific ";
+        AppendHex(out, d.CommandSpecific);
+        out += ", field replaceable unit ";
+        AppendHex(out, d.Fru);
         if (d.IncorrectLength)
-            text += ", incorrect length";
-        if (d.KeySpecific.Valid)
-            text += ", " + DescribeKeySpecific(d.KeySpecific);
-        return text;
-    }
+            out += ", incorrect length";
+        if (d.KeySpecific.Valid) {
+            out += ", ";
+            AppendKeySpecific(out, d.KeySpecific);
+        }
+        break;
     default:
-        return Raw(d.Bytes, 2);
+        break;
+    }
+}
+
+// Where the lines go: rows of label and value, or one text.
+struct RowSink {
+    std::vector<std::pair<std::string, std::string>>& rows;
+    Writer line;
+    std::string label;
+    template <class Label> Writer& Begin(const Label& name) {
+        label = name;
+        line.size = 0;
+        return line;
+    }
+    void End() { rows.emplace_back(label, std::string(line.text, line.size)); }
+};
+
+struct TextSink {
+    std::string& text;
+    Writer line;
+    template <class Label> Writer& Begin(const Label& name) {
+        line.size = 0;
+        line += name;
+        line += ": ";
+        return line;
+    }
+    void End() {
+        line += '\n';
+        text.append(line.text, line.size);
+    }
+};
+
+template <class Sink> void Describe(const CSenseData& data, Sink& sink) {
+    if (data.Overflow) {
+        sink.Begin("overflow") += "the device had more sense data than it returned";
+        sink.End();
+    }
+    if (!data.Descriptor) {
+        if (data.InformationValid || data.Information != 0) {
+            AppendInformation(sink.Begin("information"), data.Information, data.InformationValid);
+            sink.End();
+        }
+        if (data.Filemark || data.EndOfMedium || data.IncorrectLength) {
+            AppendFlags(sink.Begin("flags"), data.Filemark, data.EndOfMedium, data.IncorrectLength);
+            sink.End();
+        }
+        if (data.CommandSpecificValid && data.CommandSpecific != 0) {
+            AppendHex(sink.Begin("command specific"), data.CommandSpecific);
+            sink.End();
+        }
+        if (data.Fru != 0) {
+            AppendHex(sink.Begin("FRU"), data.Fru);
+            sink.End();
+        }
+        if (data.KeySpecific.Valid) {
+            AppendKeySpecific(sink.Begin("key specific"), data.KeySpecific);
+            sink.End();
+        }
+        if (data.AtaValid) {
+            AppendAta(sink.Begin("ATA registers"), data.Ata, true);
+            sink.End();
+        }
+    }
+    for (const CSenseDescriptor& d : data.Descriptors) {
+        Writer label;
+        label += "descriptor ";
+        AppendByte(label, d.Type);
+        label += " @";
+        AppendDecimal(label, d.Offset);
+        Writer& out = sink.Begin(std::string(label.text, label.size));
+        AppendDescriptor(out, d, data.Bytes.data() + d.Offset);
+        if (d.Truncated)
+            out += " (cut off)";
+        sink.End();
+    }
+    if (!data.Remark.empty()) {
+        sink.Begin(std::string(data.Truncated ? "stopped" : "length")) += data.Remark;
+        sink.End();
     }
 }
 
 } // namespace
 
-std::string DescribeKeySpecific(const CSenseKeySpecific& f) {
-    const std::string bit =
-        f.BitPointerValid ? " bit " + std::to_string(static_cast<unsigned int>(f.BitPointer)) : "";
-    switch (f.Kind) {
-    case SKS_NONE:
-        return "";
-    case SKS_FIELD_POINTER:
-        return std::string("error in ") + (f.Command ? "CDB" : "parameter data") + " byte " +
-               std::to_string(f.Pointer) + bit;
-    case SKS_RETRY_COUNT:
-        return "actual retry count " + std::to_string(f.RetryCount);
-    case SKS_PROGRESS:
-        return "progress " + Percent(f.Progress);
-    case SKS_SEGMENT_POINTER:
-        return std::string("error in ") +
-               (f.SegmentDescriptor ? "segment descriptor" : "parameter list") + " byte " +
-               std::to_string(f.Pointer) + bit;
-    case SKS_UNIT_ATTENTION:
-        return f.Overflow ? "unit attention queue overflowed"
-                          : "unit attention queue did not overflow";
-    case SKS_UNDEFINED:
-    default:
-        return "bytes " + Raw({f.Bytes[0], f.Bytes[1], f.Bytes[2]}, 0);
-    }
+std::string DescribeKeySpecific(const CSenseKeySpecific& field) {
+    Writer text;
+    AppendKeySpecific(text, field);
+    return std::string(text.text, text.size);
 }
 
-void DescribeSenseData(const CSenseData& data, Rows& rows) {
-    if (data.Overflow)
-        rows.emplace_back("overflow", "the device had more sense data than it returned");
-    if (!data.Descriptor) {
-        if (data.InformationValid || data.Information != 0)
-            rows.emplace_back("information", Information(data.Information, data.InformationValid));
-        if (data.Filemark || data.EndOfMedium || data.IncorrectLength)
-            rows.emplace_back("flags",
-                              Flags(data.Filemark, data.EndOfMedium, data.IncorrectLength));
-        if (data.CommandSpecificValid && data.CommandSpecific != 0)
-            rows.emplace_back("command specific", Hex(data.CommandSpecific));
-        if (data.Fru != 0)
-            rows.emplace_back("FRU", Hex(data.Fru));
-        if (data.KeySpecific.Valid)
-            rows.emplace_back("key specific", DescribeKeySpecific(data.KeySpecific));
-        if (data.AtaValid)
-            rows.emplace_back("ATA registers", Ata(data.Ata, true));
-    }
-    for (const CSenseDescriptor& d : data.Descriptors) {
-        rows.emplace_back("descriptor " + Hex2(d.Type) + " @" + std::to_string(d.Offset),
-                          Descriptor(d) + (d.Truncated ? " (cut off)" : ""));
-    }
-    if (!data.Remark.empty())
-        rows.emplace_back(data.Truncated ? "stopped" : "length", data.Remark);
+void DescribeSenseData(const CSenseData& data,
+                       std::vector<std::pair<std::string, std::string>>& rows) {
+    RowSink sink{rows, {}, {}};
+    Describe(data, sink);
+}
+
+void FormatSenseData(const CSenseData& data, std::string& text) {
+    TextSink sink{text, {}};
+    Describe(data, sink);
 }
 
 } // namespace PI

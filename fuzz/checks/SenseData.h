@@ -13,6 +13,7 @@
 
 #include <PI/SenseData.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -83,9 +84,10 @@ inline void CheckSenseBuffer(const std::uint8_t* data, size_t size, int depth) {
     }
     const size_t stated = size >= 8 ? 8 + static_cast<size_t>(data[7]) : size;
     PI_FUZZ_CHECK(sense.Length == (stated < size ? stated : size), "length");
-    PI_FUZZ_CHECK(sense.Truncated == (stated > size) || (!fixed && !sense.Descriptors.empty() &&
-                                                          sense.Descriptors.back().Truncated),
-                  "truncated flag");
+    PI_FUZZ_CHECK(sense.Bytes == std::vector<unsigned char>(data, data + sense.Length), "bytes");
+    const bool cut = size < 8 || stated > size ||
+                     (!sense.Descriptors.empty() && sense.Descriptors.back().Truncated);
+    PI_FUZZ_CHECK(sense.Truncated == cut, "truncated flag");
     PI_FUZZ_CHECK(!sense.Truncated || !sense.Remark.empty(), "a cut-off buffer has a remark");
     PI_FUZZ_CHECK(sense.Key == (data[fixed ? 2 : 1] & 0x0F), "key");
     if (sense.KeySpecific.Kind != PI::SKS_NONE)
@@ -93,27 +95,29 @@ inline void CheckSenseBuffer(const std::uint8_t* data, size_t size, int depth) {
     size_t at = 8;
     for (const PI::CSenseDescriptor& d : sense.Descriptors) {
         PI_FUZZ_CHECK(!fixed, "descriptors in fixed format");
-        PI_FUZZ_CHECK(d.Offset == at && !d.Bytes.empty() && at + d.Bytes.size() <= sense.Length,
+        PI_FUZZ_CHECK(d.Offset == at && d.Size > 0 && at + d.Size <= sense.Length,
                       "descriptor at " + std::to_string(d.Offset));
-        PI_FUZZ_CHECK(std::vector<unsigned char>(data + at, data + at + d.Bytes.size()) == d.Bytes,
-                      "descriptor bytes");
+        PI_FUZZ_CHECK(
+            d.Size < 2 ? d.AdditionalLength == 0
+                       : d.Size == 2 + std::min<size_t>(d.AdditionalLength, sense.Length - at - 2),
+            "descriptor size");
         PI_FUZZ_CHECK(d.Type == data[at], "descriptor type");
         const size_t minimum = SenseDescriptorMinimum(d.Type);
-        PI_FUZZ_CHECK(d.Decoded == (minimum > 0 && d.Bytes.size() >= 2 + minimum),
+        PI_FUZZ_CHECK(d.Decoded == (minimum > 0 && d.Size >= 2 + minimum),
                       "decoded flag of type " + std::to_string(d.Type));
         if (d.Decoded && (d.Type == 0x02 || d.Type == 0x0D))
             PI_FUZZ_CHECK(d.KeySpecific.Kind == SenseKindOf(sense.Key), "descriptor sks kind");
-        if (d.Decoded && d.Type == 0x0C && d.Bytes.size() > 4) {
+        if (d.Decoded && d.Type == 0x0C && d.Size > 4) {
             PI::CSenseData alone;
             std::string aloneError;
             const PI::_SENSE_DECODE inner =
-                PI::DecodeSenseData(&d.Bytes[4], d.Bytes.size() - 4, alone, aloneError);
+                PI::DecodeSenseData(data + at + 4, d.Size - 4, alone, aloneError);
             PI_FUZZ_CHECK(inner == d.ForwardedResult && d.Forwarded.size() == (inner == 0),
                           "forwarded sense");
             if (depth < 4)
-                CheckSenseBuffer(&d.Bytes[4], d.Bytes.size() - 4, depth + 1);
+                CheckSenseBuffer(data + at + 4, d.Size - 4, depth + 1);
         }
-        at += d.Bytes.size();
+        at += d.Size;
     }
     if (!fixed && sense.Length >= 8 && !sense.Truncated)
         PI_FUZZ_CHECK(at == sense.Length, "descriptors end with the sense data");

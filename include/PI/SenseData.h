@@ -98,9 +98,9 @@ struct PI_API CSenseDescriptor {
     unsigned char Type = 0;
     size_t Offset = 0;                  // of its first byte in the buffer
     unsigned char AdditionalLength = 0; // byte 1 as stated (0 when cut off)
-    std::vector<unsigned char> Bytes;   // as far as it lies in the sense data, type byte included
-    bool Truncated = false;             // the sense data ends before its additional length does
-    bool Decoded = false;               // a known type, long enough for its fields
+    size_t Size = 0;        // bytes of it in the sense data (CSenseData::Bytes), type byte included
+    bool Truncated = false; // the sense data ends before its additional length does
+    bool Decoded = false;   // a known type, long enough for its fields
     // 00h, 0Dh
     bool Valid = false; // the information field is valid
     unsigned long long Information = 0;
@@ -160,6 +160,9 @@ struct PI_API CSenseData {
     // Descriptor format: every descriptor in order. The fields above come
     // from the first descriptor that carries them.
     std::vector<CSenseDescriptor> Descriptors;
+    // The sense data as decoded: the first Length bytes of the buffer. A
+    // descriptor's raw bytes are Bytes[Offset, Offset + Size).
+    std::vector<unsigned char> Bytes;
 
     // How much was decoded: the bytes of sense data (8 plus the additional
     // sense length, cut to the buffer). Truncated when the buffer or the
@@ -183,6 +186,9 @@ PI_API _SENSE_DECODE DecodeSenseData(const unsigned char* bytes, size_t length, 
 // order of the sense data. Appends to `rows`.
 PI_API void DescribeSenseData(const CSenseData& data,
                               std::vector<std::pair<std::string, std::string>>& rows);
+
+// The same as lines "label: value\n", appended to `text` (for logs).
+PI_API void FormatSenseData(const CSenseData& data, std::string& text);
 
 // The sense-key specific field in words, e.g. "progress 50.00% (32768/65536)"
 // or "error in CDB byte 2 bit 5"; empty for SKS_NONE.

@@ -86,7 +86,7 @@ py::object AtaToPy(const PI::CSenseAtaStatus& a) {
 
 py::object SenseToPy(const PI::CSenseData& sense);
 
-py::object DescriptorToPy(const PI::CSenseDescriptor& d) {
+py::object DescriptorToPy(const PI::CSenseData& sense, const PI::CSenseDescriptor& d) {
     const bool ata = d.Decoded && d.Type == PI::SENSE_DESC_ATA_STATUS;
     const bool specific = d.Decoded && (d.Type == PI::SENSE_DESC_KEY_SPECIFIC ||
                                         d.Type == PI::SENSE_DESC_DIRECT_ACCESS);
@@ -94,7 +94,8 @@ py::object DescriptorToPy(const PI::CSenseDescriptor& d) {
     fields["type"] = d.Type;
     fields["offset"] = d.Offset;
     fields["additional_length"] = d.AdditionalLength;
-    fields["data"] = py::bytes(reinterpret_cast<const char*>(d.Bytes.data()), d.Bytes.size());
+    fields["data"] =
+        py::bytes(reinterpret_cast<const char*>(sense.Bytes.data() + d.Offset), d.Size);
     fields["truncated"] = d.Truncated;
     fields["decoded"] = d.Decoded;
     fields["valid"] = d.Valid;
@@ -151,7 +152,7 @@ py::object SenseToPy(const PI::CSenseData& sense) {
     fields["ata"] = sense.AtaValid ? AtaToPy(sense.Ata) : py::none();
     py::list descriptors;
     for (const PI::CSenseDescriptor& d : sense.Descriptors)
-        descriptors.append(DescriptorToPy(d));
+        descriptors.append(DescriptorToPy(sense, d));
     fields["descriptors"] = descriptors;
     return PackageAttr("pi._values", "SenseData")(**fields);
 }

@@ -118,12 +118,12 @@ Json AtaJson(const PI::CSenseAtaStatus& ata, bool fixed) {
 
 Json SenseJson(const PI::CSenseData& sense);
 
-Json DescriptorJson(const PI::CSenseDescriptor& d) {
+Json DescriptorJson(const PI::CSenseData& sense, const PI::CSenseDescriptor& d) {
     Json json = Json::Object();
     json.Set("type", static_cast<unsigned int>(d.Type))
         .Set("offset", static_cast<unsigned long long>(d.Offset))
         .Set("additional_length", static_cast<unsigned int>(d.AdditionalLength))
-        .Set("bytes", HexBytes(d.Bytes.data(), d.Bytes.size()))
+        .Set("bytes", HexBytes(sense.Bytes.data() + d.Offset, d.Size))
         .Set("truncated", d.Truncated)
         .Set("decoded", d.Decoded);
     if (!d.Decoded) {
@@ -204,7 +204,7 @@ Json SenseJson(const PI::CSenseData& sense) {
         .Set("ata", sense.AtaValid ? AtaJson(sense.Ata, !sense.Descriptor) : Json());
     Json descriptors = Json::Array();
     for (const auto& d : sense.Descriptors) {
-        descriptors.Push(DescriptorJson(d));
+        descriptors.Push(DescriptorJson(sense, d));
     }
     json.Set("descriptors", std::move(descriptors));
     return json;
