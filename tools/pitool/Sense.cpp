@@ -317,8 +317,10 @@ void AddSenseCommand(CLI::App& app, Invocation& call) {
     CLI::App* sub = AddSubcommand(
         app, call, "sense", "SCSI sense data in words: key, severity, ASC/ASCQ",
         "Takes a sense key, a key with its ASC and ASCQ, or a raw sense buffer (fixed format "
-        "70h/71h or descriptor format 72h/73h). All values are hexadecimal, as in the sense "
-        "data. Exit status 1 when the ASC/ASCQ pair is unknown.");
+        "70h/71h or descriptor format 72h/73h), of which every field is shown: information, "
+        "flags, command-specific information, FRU, sense-key specific, ATA registers and each "
+        "descriptor, and where decoding stopped when the lengths disagree. All values are "
+        "hexadecimal, as in the sense data. Exit status 1 when the ASC/ASCQ pair is unknown.");
     sub->add_option("codes", args->codes, "KEY, or KEY ASC ASCQ (hex bytes, e.g. 5 24 00)")
         ->expected(1, 3)
         ->type_name("HEX");
