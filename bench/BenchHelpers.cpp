@@ -1,9 +1,11 @@
-// Helper lookups: sense texts against the SCSI utility library, help paths,
-// icon files and drive status icons against a plain assignment of the text.
+// Helper lookups: sense texts and whole sense buffers against the SCSI
+// utility library, help paths, icon files and drive status icons against a
+// plain assignment of the text.
 #include "Compare.h"
 
 #include <PI/Helpers.h>
 #include <PI/Identifiers.h>
+#include <PI/SenseData.h>
 #include <PI/Tables.h>
 #include <RVX/Strings.h>
 
@@ -92,6 +94,116 @@ BENCHMARK(SensePeer)->Name("sense/asc/sg_get_asc_ascq_str");
                           "sense/asc/sg_get_asc_ascq_str", 0.1});
 [[maybe_unused]] const int kSenseKnown = bench::AddMetric(
     {"sense", "pairs of the 10 000 with a text (ours)", "sense/asc/ours", "known", "", 0, false});
+
+// ---- whole sense buffers ----
+
+// 10 000 buffers in the mix a controller log holds: fixed format with
+// sense-key specific bytes, descriptor format with two to four descriptors
+// of the decoded types, cut-off buffers, and sense codes over random bytes.
+const std::vector<std::vector<unsigned char>>& SenseBuffers() {
+    static const std::vector<std::vector<unsigned char>> buffers = [] {
+        static const unsigned char types[][2] = {{0x00, 0x0A}, {0x01, 0x0A}, {0x02, 0x06},
+                                                 {0x03, 0x02}, {0x04, 0x02}, {0x05, 0x02},
+                                                 {0x09, 0x0C}, {0x0A, 0x06}, {0x0D, 0x16}};
+        Lcg random{7};
+        auto byte = [&random] { return static_cast<unsigned char>(random.Next()); };
+        std::vector<std::vector<unsigned char>> out;
+        out.reserve(kSensePairs);
+        for (size_t i = 0; i < kSensePairs; ++i) {
+            std::vector<unsigned char> b;
+            if (i % 4 == 0 || i % 4 == 3) {
+                const unsigned char fixed[18] = {0xF0,
+                                                 0,
+                                                 static_cast<unsigned char>(random.Next() % 16),
+                                                 0,
+                                                 0,
+                                                 byte(),
+                                                 byte(),
+                                                 10,
+                                                 0,
+                                                 0,
+                                                 0,
+                                                 0,
+                                                 static_cast<unsigned char>(random.Next() % 0x40),
+                                                 0,
+                                                 0,
+                                                 static_cast<unsigned char>(0x80 | byte()),
+                                                 byte(),
+                                                 byte()};
+                b.assign(fixed, fixed + sizeof fixed);
+            } else {
+                b.resize(8, 0);
+                b[0] = 0x72;
+                b[1] = static_cast<unsigned char>(random.Next() % 16);
+                b[2] = static_cast<unsigned char>(random.Next() % 0x40);
+                for (unsigned n = 2 + random.Next() % 3; n > 0; --n) {
+                    const auto& type = types[random.Next() % 9];
+                    b.push_back(type[0]);
+                    b.push_back(type[1]);
+                    for (unsigned k = 0; k < type[1]; ++k)
+                        b.push_back(k == 0 || k == 2 ? static_cast<unsigned char>(0x80 | byte())
+                                                     : byte());
+                }
+                b[7] = static_cast<unsigned char>(b.size() - 8);
+            }
+            if (i % 4 == 3) // cut off
+                b.resize(14 + random.Next() % 4);
+            if (i % 10 == 9) // random bytes behind the codes
+                for (size_t k = 4; k < b.size(); ++k)
+                    b[k] = byte();
+            out.push_back(std::move(b));
+        }
+        return out;
+    }();
+    return buffers;
+}
+
+// Decoding and the text a log shows: key and ASC/ASCQ in words and every
+// other field in a line each (FormatSenseData).
+void SenseDataOurs(benchmark::State& state) {
+    const auto& buffers = SenseBuffers();
+    PI::CSenseData sense;
+    std::string error, keyText, ascText, text;
+    for (auto _ : state) {
+        for (const auto& buffer : buffers) {
+            text.clear();
+            if (PI::DecodeSenseData(buffer.data(), buffer.size(), sense, error) == PI::SENSE_OK) {
+                PI::_SEVERITY severity = PI::SEVERITY_INFORMATIONAL;
+                PI::TranslateSenseKey(sense.Key, keyText, severity);
+                PI::TranslateSenseASC(sense.ASC, sense.ASCQ, ascText);
+                text += keyText;
+                text += '\n';
+                text += ascText;
+                text += '\n';
+                PI::FormatSenseData(sense, text);
+            } else {
+                text = error;
+            }
+            benchmark::DoNotOptimize(text.data());
+        }
+    }
+    state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * buffers.size()));
+}
+
+// What sg_decode_sense prints, into its 2048-byte buffer.
+void SenseDataPeer(benchmark::State& state) {
+    const auto& buffers = SenseBuffers();
+    char text[2048];
+    for (auto _ : state) {
+        for (const auto& buffer : buffers) {
+            sg_get_sense_str(nullptr, buffer.data(), static_cast<int>(buffer.size()), false,
+                             sizeof text, text);
+            benchmark::DoNotOptimize(text);
+        }
+    }
+    state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * buffers.size()));
+}
+
+BENCHMARK(SenseDataOurs)->Name("sense/data/ours");
+BENCHMARK(SenseDataPeer)->Name("sense/data/sg_get_sense_str");
+[[maybe_unused]] const int kSenseDataRow =
+    bench::AddComparison({"sense", "decode + text, 10 000 mixed buffers", "sense/data/ours",
+                          "sense/data/sg_get_sense_str", 0.25});
 
 // ---- help paths and icon files ----
 

@@ -2,10 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
 namespace {
+
+using Bytes = std::vector<unsigned char>;
 
 struct Decoded {
     PI::_SENSE_DECODE result;
@@ -13,93 +16,166 @@ struct Decoded {
     std::string error;
 };
 
-Decoded Decode(const std::vector<unsigned char>& bytes) {
+Decoded Decode(const Bytes& bytes) {
     Decoded d{PI::SENSE_OK, {}, "stale"};
-    // Stale output must not survive a failed decode.
+    // Stale output must not survive a decode.
     d.data.Key = 0x0E;
     d.data.InformationValid = true;
+    d.data.Descriptors.resize(2);
     d.result = PI::DecodeSenseData(bytes.data(), bytes.size(), d.data, d.error);
     return d;
 }
 
-TEST(DecodeSenseData, FixedFormatTakesKeyFromByte2AndCodesFrom12And13) {
-    // Flags in the upper bits of byte 2 (filemark, EOM, ILI) are not part of the key.
-    const auto d = Decode({0x70, 0, 0xE3, 0, 0, 0, 0, 0x0A, 0, 0, 0, 0, 0x11, 0x04, 0, 0, 0, 0});
-    ASSERT_EQ(d.result, PI::SENSE_OK);
-    EXPECT_EQ(d.error, "");
-    EXPECT_EQ(d.data.ResponseCode, 0x70);
-    EXPECT_FALSE(d.data.Descriptor);
-    EXPECT_FALSE(d.data.Deferred);
-    EXPECT_EQ(d.data.Key, 0x03);
-    EXPECT_EQ(d.data.ASC, 0x11);
-    EXPECT_EQ(d.data.ASCQ, 0x04);
-    EXPECT_FALSE(d.data.InformationValid);
-    EXPECT_EQ(d.data.Information, 0u);
-}
+struct Case {
+    const char* name;
+    Bytes bytes;
+    std::function<void(const PI::CSenseData&)> check;
+};
 
-TEST(DecodeSenseData, FixedFormatInformationIsBigEndianWhenValid) {
-    const auto d = Decode({0xF1, 0, 0x03, 0x12, 0x34, 0x56, 0x78, 6, 0, 0, 0, 0, 0x11, 0x00});
-    ASSERT_EQ(d.result, PI::SENSE_OK);
-    EXPECT_EQ(d.data.ResponseCode, 0x71); // the valid bit is not part of the code
-    EXPECT_TRUE(d.data.Deferred);
-    EXPECT_TRUE(d.data.InformationValid);
-    EXPECT_EQ(d.data.Information, 0x12345678u);
-}
-
-TEST(DecodeSenseData, DescriptorFormatTakesKeyAndCodesFromBytes1To3) {
-    auto d = Decode({0x72, 0xF5, 0x24, 0x00});
-    ASSERT_EQ(d.result, PI::SENSE_OK);
-    EXPECT_TRUE(d.data.Descriptor);
-    EXPECT_FALSE(d.data.Deferred);
-    EXPECT_EQ(d.data.Key, 0x05);
-    EXPECT_EQ(d.data.ASC, 0x24);
-    EXPECT_EQ(d.data.ASCQ, 0x00);
-    EXPECT_FALSE(d.data.InformationValid);
-
-    d = Decode({0x73, 0x0B, 0x47, 0x00});
-    ASSERT_EQ(d.result, PI::SENSE_OK);
-    EXPECT_TRUE(d.data.Deferred);
-    EXPECT_EQ(d.data.Key, 0x0B);
-}
-
-TEST(DecodeSenseData, DescriptorInformationIsFoundAfterOtherDescriptors) {
-    // A 4-byte descriptor of another type, then the information descriptor.
-    const std::vector<unsigned char> bytes = {0x72, 0x03, 0x11, 0x00, 0, 0, 0, 18, //
-                                              0x05, 0x02, 0xAA, 0xBB, // other descriptor
-                                              0x00, 0x0A, 0x80, 0x00, 0, 0, 0, 0,
-                                              0x01, 0x02, 0x03, 0x04}; // information
-    const auto d = Decode(bytes);
-    ASSERT_EQ(d.result, PI::SENSE_OK);
-    EXPECT_TRUE(d.data.InformationValid);
-    EXPECT_EQ(d.data.Information, 0x01020304u);
-}
-
-TEST(DecodeSenseData, DescriptorWalkStaysInsideBufferAndLength) {
-    // The additional length claims 18 bytes but the buffer ends early; the
-    // information descriptor is cut off and must not be read.
-    std::vector<unsigned char> bytes = {0x72, 0x03, 0x11, 0x00, 0, 0, 0, 18,  0x00,
-                                        0x0A, 0x80, 0x00, 0,    0, 0, 0, 0x01};
-    auto d = Decode(bytes);
-    ASSERT_EQ(d.result, PI::SENSE_OK);
-    EXPECT_FALSE(d.data.InformationValid);
-
-    // The buffer is long enough but byte 7 says the descriptors end before it.
-    bytes = {0x72, 0x03, 0x11, 0x00, 0, 0, 0, 4, 0x00, 0x0A, 0x80, 0x00, 0, 0, 0, 0, 1, 2, 3, 4};
-    d = Decode(bytes);
-    ASSERT_EQ(d.result, PI::SENSE_OK);
-    EXPECT_FALSE(d.data.InformationValid);
-
-    // An information descriptor without its valid bit gives no information.
-    bytes[7] = 12;
-    bytes[10] = 0x00;
-    d = Decode(bytes);
-    ASSERT_EQ(d.result, PI::SENSE_OK);
-    EXPECT_FALSE(d.data.InformationValid);
-    EXPECT_EQ(d.data.Information, 0u);
+// Hand-decoded buffers, each with the fields that a slip would get wrong and
+// that the comparison with sg3_utils (test_sense_sg3utils) cannot see: the
+// fields gathered from descriptors, the lengths and remarks, the words.
+TEST(DecodeSenseData, HandDecodedBuffers) {
+    const Case cases[] = {
+        {"fixed: flags above the key, codes in 12 and 13",
+         {0x70, 0, 0xE3, 0, 0, 0, 0, 0x0A, 0, 0, 0, 0, 0x11, 0x04, 0, 0, 0, 0},
+         [](const PI::CSenseData& s) {
+             EXPECT_EQ(s.Key, 0x03);
+             EXPECT_TRUE(s.Filemark && s.EndOfMedium && s.IncorrectLength);
+             EXPECT_FALSE(s.Overflow);
+             EXPECT_EQ(s.ASC, 0x11);
+             EXPECT_EQ(s.ASCQ, 0x04);
+             EXPECT_EQ(s.Length, 18u);
+             EXPECT_EQ(s.KeySpecific.Kind, PI::SKS_RETRY_COUNT);
+             EXPECT_FALSE(s.KeySpecific.Valid);
+             EXPECT_FALSE(s.Truncated);
+             EXPECT_EQ(s.Remark, "");
+         }},
+        {"fixed: deferred, big-endian information with its valid bit, CSI, no FRU or SKS in 14",
+         {0xF1, 0, 0x13, 0x12, 0x34, 0x56, 0x78, 6, 0xDE, 0xAD, 0xBE, 0xEF, 0x11, 0x00},
+         [](const PI::CSenseData& s) {
+             EXPECT_EQ(s.ResponseCode, 0x71);
+             EXPECT_TRUE(s.Deferred);
+             EXPECT_TRUE(s.Overflow);
+             EXPECT_TRUE(s.InformationValid);
+             EXPECT_EQ(s.Information, 0x12345678u);
+             EXPECT_TRUE(s.CommandSpecificValid);
+             EXPECT_EQ(s.CommandSpecific, 0xDEADBEEFu);
+             EXPECT_EQ(s.Fru, 0);
+             EXPECT_EQ(s.KeySpecific.Kind, PI::SKS_NONE);
+         }},
+        {"fixed: NOT READY progress in 65536ths",
+         {0x70, 0, 0x02, 0, 0, 0, 0, 0x0A, 0, 0, 0, 0, 0x04, 0x04, 0x2A, 0x80, 0xFF, 0xFF},
+         [](const PI::CSenseData& s) {
+             EXPECT_EQ(s.Fru, 0x2A);
+             EXPECT_EQ(s.KeySpecific.Kind, PI::SKS_PROGRESS);
+             EXPECT_TRUE(s.KeySpecific.Valid);
+             EXPECT_EQ(s.KeySpecific.Progress, 0xFFFF);
+             // Rounded down: an unfinished operation never shows 100%.
+             EXPECT_EQ(PI::DescribeKeySpecific(s.KeySpecific), "progress 99.99% (65535/65536)");
+         }},
+        {"fixed: ILLEGAL REQUEST field pointer with C/D, BPV and bit",
+         {0x70, 0, 0x05, 0, 0, 0, 0, 0x0A, 0, 0, 0, 0, 0x24, 0x00, 0, 0xCD, 0x01, 0x02},
+         [](const PI::CSenseData& s) {
+             const PI::CSenseKeySpecific& f = s.KeySpecific;
+             EXPECT_EQ(f.Kind, PI::SKS_FIELD_POINTER);
+             EXPECT_TRUE(f.Command && f.BitPointerValid);
+             EXPECT_EQ(f.BitPointer, 5);
+             EXPECT_EQ(f.Pointer, 0x0102);
+             EXPECT_EQ(PI::DescribeKeySpecific(f), "error in CDB byte 258 bit 5");
+         }},
+        {"fixed: an additional sense length of 4 ends the data before ASC/ASCQ",
+         {0x70, 0, 0x03, 0, 0, 0, 0, 4, 1, 2, 3, 4, 0x11, 0x00, 0x05, 0x80, 0, 0},
+         [](const PI::CSenseData& s) {
+             EXPECT_EQ(s.Length, 12u);
+             EXPECT_FALSE(s.Truncated);
+             EXPECT_EQ(s.CommandSpecific, 0x01020304u);
+             EXPECT_EQ(s.ASC, 0);
+             EXPECT_EQ(s.Fru, 0);
+             EXPECT_EQ(s.KeySpecific.Kind, PI::SKS_NONE);
+             EXPECT_EQ(s.Remark, "the additional sense length ends the sense data at byte 12; "
+                                 "the 6 bytes after it are not decoded (ASC/ASCQ left out)");
+         }},
+        {"fixed: cut inside the sense-key specific bytes",
+         {0x70, 0, 0x02, 0, 0, 0, 0, 0x0A, 0, 0, 0, 0, 0x04, 0x04, 0x07, 0x80, 0x80},
+         [](const PI::CSenseData& s) {
+             EXPECT_TRUE(s.Truncated);
+             EXPECT_EQ(s.Length, 17u);
+             EXPECT_EQ(s.Fru, 0x07);
+             EXPECT_EQ(s.KeySpecific.Kind, PI::SKS_NONE);
+             EXPECT_EQ(s.Remark, "the additional sense length gives 18 bytes, the buffer has 17");
+         }},
+        {"descriptor: every field comes from the first descriptor that has it",
+         {0x72, 0x02, 0x04, 0x04, 0,    0,    0,    52,   0x05, 0x02, 0x00, 0x20, // block: ILI
+          0x00, 0x0A, 0x80, 0x00, 0,    0,    0,    0,    0x01, 0x02, 0x03, 0x04, // information
+          0x02, 0x06, 0x00, 0x00, 0x80, 0x40, 0x00, 0x00,                         // progress 25%
+          0x03, 0x02, 0x00, 0x09,                                                 // FRU
+          0x0D, 0x16, 0x00, 0x00, 0x80, 0x80, 0x00, 0x07, 0,    0,    0,    0,
+          0,    0,    0,    9,    0,    0,    0,    0,    0,    0,    0,    0x0C},
+         // The direct-access descriptor comes last, so only its CSI counts.
+         [](const PI::CSenseData& s) {
+             ASSERT_EQ(s.Descriptors.size(), 5u);
+             EXPECT_FALSE(s.Truncated);
+             EXPECT_TRUE(s.IncorrectLength);
+             EXPECT_TRUE(s.InformationValid);
+             EXPECT_EQ(s.Information, 0x01020304u);
+             EXPECT_EQ(s.KeySpecific.Progress, 0x4000);
+             EXPECT_EQ(s.Fru, 0x09);
+             EXPECT_TRUE(s.CommandSpecificValid);
+             EXPECT_EQ(s.CommandSpecific, 0x0Cu);
+             const PI::CSenseDescriptor& direct = s.Descriptors[4];
+             EXPECT_EQ(direct.Offset, 36u);
+             EXPECT_TRUE(direct.Decoded);
+             EXPECT_FALSE(direct.Valid);
+             EXPECT_EQ(direct.Information, 9u);
+             EXPECT_EQ(direct.KeySpecific.Progress, 0x8000);
+             EXPECT_EQ(direct.Fru, 0x07);
+         }},
+        {"descriptor: the buffer ends inside the information descriptor",
+         {0x72, 0x03, 0x11, 0x00, 0, 0, 0, 18, 0x00, 0x0A, 0x80, 0x00, 0, 0, 0, 0, 0x01},
+         [](const PI::CSenseData& s) {
+             ASSERT_EQ(s.Descriptors.size(), 1u);
+             EXPECT_TRUE(s.Descriptors[0].Truncated);
+             EXPECT_FALSE(s.Descriptors[0].Decoded);
+             EXPECT_EQ(s.Descriptors[0].Size, 9u);
+             EXPECT_FALSE(s.InformationValid);
+             EXPECT_TRUE(s.Truncated);
+             EXPECT_EQ(s.Remark, "descriptor 00h at byte 8 needs 12 bytes, 9 remain");
+         }},
+        {"descriptor: the additional sense length ends the walk before the buffer",
+         {0x72, 0x03, 0x11, 0x00, 0, 0, 0, 5, 0x03, 0x02, 0x00, 0x05, 0x80, 0, 0, 0, 1, 2},
+         [](const PI::CSenseData& s) {
+             ASSERT_EQ(s.Descriptors.size(), 2u);
+             EXPECT_EQ(s.Fru, 0x05);
+             EXPECT_EQ(s.Descriptors[1].Type, 0x80);
+             EXPECT_EQ(s.Descriptors[1].Size, 1u);
+             EXPECT_TRUE(s.Truncated);
+             EXPECT_EQ(s.Remark, "descriptor 80h at byte 12 is cut off after its type");
+         }},
+        {"descriptor: unknown types keep their bytes; short known ones are not decoded",
+         {0x72, 0x05, 0x24, 0x00, 0, 0, 0, 9, 0x42, 0x03, 0xAA, 0xBB, 0xCC, 0x02, 0x02, 0x80, 0x01},
+         [](const PI::CSenseData& s) {
+             ASSERT_EQ(s.Descriptors.size(), 2u);
+             EXPECT_EQ(s.Descriptors[0].Size, 5u);
+             EXPECT_EQ(Bytes(s.Bytes.begin() + 8, s.Bytes.begin() + 13),
+                       (Bytes{0x42, 0x03, 0xAA, 0xBB, 0xCC}));
+             EXPECT_FALSE(s.Descriptors[0].Decoded);
+             EXPECT_FALSE(s.Descriptors[1].Decoded);
+             EXPECT_EQ(s.KeySpecific.Kind, PI::SKS_NONE);
+             EXPECT_FALSE(s.Truncated);
+         }},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const auto d = Decode(c.bytes);
+        ASSERT_EQ(d.result, PI::SENSE_OK) << d.error;
+        EXPECT_EQ(d.error, "");
+        c.check(d.data);
+    }
 }
 
 TEST(DecodeSenseData, LengthBoundsOfEachFormat) {
-    std::vector<unsigned char> fixed(14, 0);
+    Bytes fixed(14, 0);
     fixed[0] = 0x70;
     EXPECT_EQ(Decode(fixed).result, PI::SENSE_OK);
     fixed.pop_back();
@@ -108,12 +184,16 @@ TEST(DecodeSenseData, LengthBoundsOfEachFormat) {
     EXPECT_EQ(d.error, "fixed format sense data needs at least 14 bytes, got 13");
     EXPECT_EQ(d.data.Key, 0); // reset, not left stale
     EXPECT_FALSE(d.data.InformationValid);
+    EXPECT_TRUE(d.data.Descriptors.empty());
 
     d = Decode({0x72, 0x05, 0x24});
     EXPECT_EQ(d.result, PI::SENSE_TOO_SHORT);
     EXPECT_EQ(d.error, "descriptor format sense data needs at least 4 bytes, got 3");
+    d = Decode({0x72, 0x05, 0x24, 0x00});
+    EXPECT_EQ(d.result, PI::SENSE_OK);
+    EXPECT_EQ(d.data.Remark, "the buffer ends at byte 4, before the additional sense length");
 
-    std::vector<unsigned char> longest(PI::SENSE_MAX_LENGTH, 0);
+    Bytes longest(PI::SENSE_MAX_LENGTH, 0);
     longest[0] = 0x72;
     EXPECT_EQ(Decode(longest).result, PI::SENSE_OK);
     longest.push_back(0);

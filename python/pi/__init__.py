@@ -22,7 +22,8 @@ from ._errors import (  # noqa: F401
     SenseDataError,
     WrongKindError,
 )
-from ._values import Range, SenseData, Selection, XmlText  # noqa: F401
+from ._values import (AtaStatus, Range, SenseData, SenseDescriptor, SenseKeySpecific,  # noqa: F401
+                      Selection, XmlText)
 from ._changes import ChangeList  # noqa: F401
 from ._core import *  # noqa: F401,F403
 from . import _core
@@ -36,6 +37,7 @@ __all__ = sorted(
         "ChangeList", "ClosedError", "EmptyListError", "Error", "FileError", "IndexOutOfRangeError",
         "InterchangeError", "InvalidDataError", "NotFoundError", "OutOfMemoryError", "PatchError",
         "SenseDataError", "WrongKindError",
-        "Range", "SenseData", "Selection", "XmlText",
+        "AtaStatus", "Range", "SenseData", "SenseDescriptor", "SenseKeySpecific", "Selection",
+        "XmlText",
     ]
 )

@@ -31,6 +31,67 @@ class XmlText(str):
         return f"XmlText({str.__repr__(self)})"
 
 
+class SenseKeySpecific(NamedTuple):
+    """The three sense-key specific bytes; kind follows the sense key:
+    "field_pointer", "retry_count", "progress", "segment_pointer",
+    "unit_attention" or "undefined". Members of other kinds stay 0."""
+
+    kind: str
+    valid: bool  # SKSV
+    bytes: bytes
+    command: bool  # field pointer: in the CDB (C/D), not the parameter data
+    segment_descriptor: bool  # segment pointer: SD
+    bit_pointer: Optional[int]  # None unless BPV
+    pointer: int  # byte of the field or segment pointer
+    retry_count: int
+    progress: int  # in 65536ths
+    overflow: bool  # unit attention queue overflow
+
+
+class AtaStatus(NamedTuple):
+    """ATA registers: the ATA status return descriptor, or fixed-format
+    sense with ASC/ASCQ 00h/1Dh (low bytes only, with the log index)."""
+
+    extend: bool
+    error: int
+    status: int
+    device: int
+    count: int
+    lba: int
+    count_upper_nonzero: bool
+    lba_upper_nonzero: bool
+    log_index: int
+
+
+class SenseDescriptor(NamedTuple):
+    """One descriptor of descriptor-format sense data; the members of its
+    type are filled in when decoded (see PI::CSenseDescriptor)."""
+
+    type: int
+    offset: int
+    additional_length: int
+    data: bytes  # as far as it lies in the sense data, type byte included
+    truncated: bool
+    decoded: bool
+    valid: bool
+    information: int
+    command_specific: int
+    key_specific: Optional[SenseKeySpecific]
+    fru: int
+    filemark: bool
+    end_of_medium: bool
+    incorrect_length: bool
+    ata: Optional[AtaStatus]
+    key: int
+    asc: int
+    ascq: int
+    progress: int
+    forwarded_by_target: bool
+    forwarded_source: int
+    forwarded_status: int
+    forwarded: Optional["SenseData"]
+
+
 class SenseData(NamedTuple):
     """A decoded raw sense buffer with the texts of its key and codes."""
 
@@ -40,10 +101,24 @@ class SenseData(NamedTuple):
     key: int
     asc: int
     ascq: int
-    information: Optional[int]
+    information: Optional[int]  # None unless valid
     key_text: str
     severity: Severity
     asc_text: Optional[str]
+    information_field: int  # as it stands, valid or not
+    additional_length: int
+    length: int  # bytes decoded as sense data
+    truncated: bool
+    remark: Optional[str]  # where decoding stopped, or bytes left alone
+    overflow: bool  # SDAT_OVFL
+    filemark: bool
+    end_of_medium: bool
+    incorrect_length: bool
+    command_specific: Optional[int]
+    fru: int
+    key_specific: Optional[SenseKeySpecific]
+    ata: Optional[AtaStatus]
+    descriptors: List[SenseDescriptor]
 
 
 def record_repr(record) -> str:

@@ -52,13 +52,73 @@ py::object SenseASC(Int asc, Int ascq) {
     return ToPy(text);
 }
 
-py::object DecodeSense(Buffer buffer) {
-    const std::vector<unsigned char> bytes = BytesArg(buffer, "data");
-    PI::CSenseData sense;
-    std::string error;
-    const PI::_SENSE_DECODE result = PI::DecodeSenseData(bytes.data(), bytes.size(), sense, error);
-    if (result != PI::SENSE_OK)
-        RaiseAs("SenseDataError", result, error);
+const char* KindName(PI::_SENSE_KEY_SPECIFIC kind) {
+    switch (kind) {
+    case PI::SKS_FIELD_POINTER:
+        return "field_pointer";
+    case PI::SKS_RETRY_COUNT:
+        return "retry_count";
+    case PI::SKS_PROGRESS:
+        return "progress";
+    case PI::SKS_SEGMENT_POINTER:
+        return "segment_pointer";
+    case PI::SKS_UNIT_ATTENTION:
+        return "unit_attention";
+    default:
+        return "undefined";
+    }
+}
+
+py::object KeySpecificToPy(const PI::CSenseKeySpecific& f) {
+    if (f.Kind == PI::SKS_NONE)
+        return py::none();
+    return PackageAttr("pi._values", "SenseKeySpecific")(
+        KindName(f.Kind), f.Valid, py::bytes(reinterpret_cast<const char*>(f.Bytes), 3), f.Command,
+        f.SegmentDescriptor, f.BitPointerValid ? py::object(py::int_(f.BitPointer)) : py::none(),
+        f.Pointer, f.RetryCount, f.Progress, f.Overflow);
+}
+
+py::object AtaToPy(const PI::CSenseAtaStatus& a) {
+    return PackageAttr("pi._values", "AtaStatus")(a.Extend, a.Error, a.Status, a.Device, a.Count,
+                                                  a.Lba, a.CountUpperNonZero, a.LbaUpperNonZero,
+                                                  a.LogIndex);
+}
+
+py::object SenseToPy(const PI::CSenseData& sense);
+
+py::object DescriptorToPy(const PI::CSenseData& sense, const PI::CSenseDescriptor& d) {
+    const bool ata = d.Decoded && d.Type == PI::SENSE_DESC_ATA_STATUS;
+    const bool specific = d.Decoded && (d.Type == PI::SENSE_DESC_KEY_SPECIFIC ||
+                                        d.Type == PI::SENSE_DESC_DIRECT_ACCESS);
+    py::dict fields;
+    fields["type"] = d.Type;
+    fields["offset"] = d.Offset;
+    fields["additional_length"] = d.AdditionalLength;
+    fields["data"] =
+        py::bytes(reinterpret_cast<const char*>(sense.Bytes.data() + d.Offset), d.Size);
+    fields["truncated"] = d.Truncated;
+    fields["decoded"] = d.Decoded;
+    fields["valid"] = d.Valid;
+    fields["information"] = d.Information;
+    fields["command_specific"] = d.CommandSpecific;
+    fields["key_specific"] = specific ? KeySpecificToPy(d.KeySpecific) : py::none();
+    fields["fru"] = d.Fru;
+    fields["filemark"] = d.Filemark;
+    fields["end_of_medium"] = d.EndOfMedium;
+    fields["incorrect_length"] = d.IncorrectLength;
+    fields["ata"] = ata ? AtaToPy(d.Ata) : py::none();
+    fields["key"] = d.Key;
+    fields["asc"] = d.ASC;
+    fields["ascq"] = d.ASCQ;
+    fields["progress"] = d.Progress;
+    fields["forwarded_by_target"] = d.ForwardedByTarget;
+    fields["forwarded_source"] = d.ForwardedSource;
+    fields["forwarded_status"] = d.ForwardedStatus;
+    fields["forwarded"] = d.Forwarded.empty() ? py::none() : SenseToPy(d.Forwarded.front());
+    return PackageAttr("pi._values", "SenseDescriptor")(**fields);
+}
+
+py::object SenseToPy(const PI::CSenseData& sense) {
     std::string keyText;
     PI::_SEVERITY severity = PI::SEVERITY_INFORMATIONAL;
     PI::TranslateSenseKey(sense.Key, keyText, severity);
@@ -76,7 +136,35 @@ py::object DecodeSense(Buffer buffer) {
     fields["key_text"] = ToPy(keyText);
     fields["severity"] = ToEnum("Severity", severity);
     fields["asc_text"] = known ? py::object(ToPy(ascText)) : py::none();
+    fields["information_field"] = sense.Information;
+    fields["additional_length"] = sense.AdditionalLength;
+    fields["length"] = sense.Length;
+    fields["truncated"] = sense.Truncated;
+    fields["remark"] = sense.Remark.empty() ? py::none() : py::object(ToPy(sense.Remark));
+    fields["overflow"] = sense.Overflow;
+    fields["filemark"] = sense.Filemark;
+    fields["end_of_medium"] = sense.EndOfMedium;
+    fields["incorrect_length"] = sense.IncorrectLength;
+    fields["command_specific"] =
+        sense.CommandSpecificValid ? py::object(py::int_(sense.CommandSpecific)) : py::none();
+    fields["fru"] = sense.Fru;
+    fields["key_specific"] = KeySpecificToPy(sense.KeySpecific);
+    fields["ata"] = sense.AtaValid ? AtaToPy(sense.Ata) : py::none();
+    py::list descriptors;
+    for (const PI::CSenseDescriptor& d : sense.Descriptors)
+        descriptors.append(DescriptorToPy(sense, d));
+    fields["descriptors"] = descriptors;
     return PackageAttr("pi._values", "SenseData")(**fields);
+}
+
+py::object DecodeSense(Buffer buffer) {
+    const std::vector<unsigned char> bytes = BytesArg(buffer, "data");
+    PI::CSenseData sense;
+    std::string error;
+    const PI::_SENSE_DECODE result = PI::DecodeSenseData(bytes.data(), bytes.size(), sense, error);
+    if (result != PI::SENSE_OK)
+        RaiseAs("SenseDataError", result, error);
+    return SenseToPy(sense);
 }
 
 py::object SplitModel(Str model) {
@@ -163,8 +251,9 @@ void RegisterHelpers(py::module_& m) {
           "Text of an additional sense code and qualifier, or None when the pair is unknown.");
     m.def("decode_sense", &DecodeSense, py::arg("data"),
           "Decodes a raw sense buffer (fixed format 70h/71h or descriptor format 72h/73h)\n"
-          "into a SenseData. Raises SenseDataError when the buffer is empty, longer than\n"
-          "252 bytes, of another format or shorter than its format needs.");
+          "into a SenseData with every field and descriptor. Raises SenseDataError when\n"
+          "the buffer is empty, longer than 252 bytes, of another format or shorter than\n"
+          "its format needs.");
     m.def("split_sata_model_name", &SplitModel, py::arg("model"),
           "(vendor, product) derived from an ATA model string.");
     m.def("get_sata_rpm", &SataRPM, py::arg("vendor"), py::arg("product"),

@@ -35,6 +35,21 @@ class TestSense:
         assert data.information is None
         assert data.asc_text == "logical unit not ready - operation in progress"
 
+    def test_every_field_is_an_attribute(self):
+        fixed = pi.decode_sense(bytes.fromhex("70 00 02 00 00 00 00 0A 00 00 00 00 04 04 00 80 80 00"))
+        assert fixed.key_specific.kind == "progress" and fixed.key_specific.valid
+        assert fixed.key_specific.progress == 0x8000
+        assert (fixed.command_specific, fixed.fru, fixed.ata, fixed.descriptors) == (0, 0, None, [])
+        # ATA status return, then forwarded sense cut off by the buffer.
+        data = pi.decode_sense(bytes.fromhex(
+            "72 01 00 1D 00 00 00 24 09 0C 01 04 00 01 00 10 00 20 00 30 40 51"
+            " 0C 14 00 02 70 00 03 00 00 00 00 06 00 00 00 00 11 00"))
+        ata, forwarded = data.descriptors
+        assert data.ata == ata.ata and ata.ata.lba == 0x302010 and ata.ata.status == 0x51
+        assert forwarded.truncated and forwarded.decoded and forwarded.data[:2] == b"\x0c\x14"
+        assert forwarded.forwarded.key == 3 and forwarded.forwarded.asc_text
+        assert data.truncated and data.remark.endswith("needs 22 bytes, 18 remain")
+
     def test_unknown_pair_has_no_text(self):
         data = pi.decode_sense(memoryview(bytes([0x73, 0x04, 0x80, 0x0D])))
         assert data.deferred

@@ -511,7 +511,9 @@ TEST(PitoolDemo, TourRunsOverTheExamples) {
     for (const char* part :
          {"== Sense data", "== Drive identity", "== Help anchors", "== Icons", "== Byte counts",
           "== Logical drive documents", "== The configuration file", "$ pitool ld ",
-          "invalid field in CDB", "ssd_rb_wr_vemo.gif", "1536 GB"}) {
+          "invalid field in CDB", "progress 37.50% (24576/65536)",
+          "ATA status return: error 0x40, status 0x51, device 0x40, count 0x1, LBA 0x12345678",
+          "ssd_rb_wr_vemo.gif", "1536 GB"}) {
         EXPECT_THAT(r.out, HasSubstr(part));
     }
     ExpectUsage(RunProgram(PITOOL_PATH, {"demo"}, "", {{"PI_EXAMPLES_DIR", "/nonexistent"}}),

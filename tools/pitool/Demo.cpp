@@ -106,6 +106,8 @@ std::vector<Step> Tour(const fs::path& examples, const std::string& ini) {
          {"sense", "5", "24", "00"}},
         {"", {"sense", "--file", at("sense-medium-error.hex")}},
         {"", {"sense", "--file", at("sense-not-ready-descriptor.hex")}},
+        {"", {"sense", "--file", at("sense-not-ready-progress.hex")}},
+        {"", {"sense", "--file", at("sense-ata-status-return.hex")}},
         {"", {"sense", "4", "80", "0D"}, EXIT_NOT_FOUND},
         {"Drive identity of SATA drives",
          {"drive", "WDC WD3000HLFS-01G6U0", "--serial", "WD-WCAV12345678"}},
