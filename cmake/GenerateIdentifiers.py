@@ -39,6 +39,8 @@ ENUMS = {
     "_PROPERTY_ID": ("PropertyID", ""),
     "_VALUE_TYPE": ("ValueType", "VT_"),
     "_SENSE_DECODE": ("SenseDecode", "SENSE_"),
+    "_SENSE_KEY_SPECIFIC": ("SenseKeySpecificKind", "SKS_"),
+    "_SENSE_DESCRIPTOR": ("SenseDescriptorType", "SENSE_DESC_"),
 }
 # (prefix of the C++ name, Python class, the part of the prefix dropped)
 CONSTANT_GROUPS = [
@@ -56,6 +58,8 @@ DOCS = {
     "PropertyID": "Property and operation identifiers, named as their help anchors.",
     "ValueType": "The kind of value a CProperty holds.",
     "SenseDecode": "Why a raw sense buffer could not be decoded.",
+    "SenseKeySpecificKind": "What the sense-key specific bytes mean.",
+    "SenseDescriptorType": "Descriptor types of descriptor-format sense data that are decoded.",
     "Result": "Result codes of the library.",
     "ExceptionCode": "Codes of the exceptions the library raises.",
     "PDState": "Physical drive states, as GetPDStatusIcon takes them.",
@@ -65,7 +69,7 @@ DOCS = {
 }
 
 ENUM_START = re.compile(r"^enum (_[A-Z_]+)\b")
-MEMBER = re.compile(r"^\s+([A-Z][A-Z0-9_]*)\s*=\s*(\d+),")
+MEMBER = re.compile(r"^\s+([A-Z][A-Z0-9_]*)\s*=\s*(0x[0-9A-Fa-f]+|\d+),")
 CONSTANT = re.compile(r"^constexpr (?:unsigned )?int ([A-Z][A-Z0-9_]*) = (\w+(?:\(\d+\))?);")
 ROW = re.compile(r'^PI_IDENTIFIER\("([^"]*)", "([^"]*)", (-?\d+), "([^"]*)", "([^"]*)"\)$')
 
@@ -105,7 +109,7 @@ def read_headers(headers):
                         cls, prefix = ENUMS[group]
                         name = member.group(1)
                         short = name[len(prefix):] if name.startswith(prefix) else name
-                        rows.append((group, name, int(member.group(2)), cls, short))
+                        rows.append((group, name, int(member.group(2), 0), cls, short))
                     continue
                 constant = CONSTANT.match(line)
                 if not constant:
