@@ -1,5 +1,5 @@
 # The fuzz targets: every fuzz/fuzz_<name>.cpp is the target <name>. That file
-# names its check with PI_FUZZ_TARGET (fuzz/checks/Check.h) and has seed
+# names its check with PI_FUZZ_TARGET (tests/support/checks/Check.h) and has seed
 # inputs in fuzz/corpus/<name>/. fuzz/CMakeLists.txt builds each one,
 # scripts/fuzz.sh runs them, and tests/test_fuzz_regressions.cpp replays their
 # corpora through the same checks: all three take the list from these files.

@@ -6,7 +6,7 @@ if(TARGET pitool)
   foreach(name test_pitool test_pitool_record)
     add_executable(${name} ${CMAKE_CURRENT_LIST_DIR}/tool/${name}.cpp
                            ${CMAKE_CURRENT_LIST_DIR}/tool/RunProgram.cpp)
-    target_link_libraries(${name} PRIVATE GTest::gtest GTest::gtest_main GTest::gmock
+    target_link_libraries(${name} PRIVATE pi_test_support GTest::gtest GTest::gtest_main GTest::gmock
                                           Boost::filesystem pi_test_options)
     target_compile_definitions(${name} PRIVATE
       PITOOL_PATH="$<TARGET_FILE:pitool>"

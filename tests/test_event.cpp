@@ -1,5 +1,5 @@
 // Event records: comparison, copies and the six message placeholders.
-#include "../fuzz/checks/EventRawAccess.h"
+#include "checks/EventRawAccess.h"
 #include "PI/ObjectModel.h"
 
 #include <RVX/Language.h>

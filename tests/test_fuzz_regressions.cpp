@@ -4,8 +4,8 @@
 // need a particular sequence of calls have their own cases below.
 // Each target's check comes with its fuzz/fuzz_<name>.cpp, which this test
 // links (tests/CMakeLists.txt); the cases below use the ini check's helpers.
-#include "../fuzz/checks/Check.h"
-#include "../fuzz/checks/Ini.h"
+#include "checks/Check.h"
+#include "checks/Ini.h"
 
 #include <RVX/IniFiles.h>
 

@@ -7,8 +7,8 @@
 //   interchange_tool random <seed> <count> <directory>
 //   interchange_tool read <file.json | file.msgpack>
 //                       prints the document as the library writes it in JSON
-#include "../../bench/Inventory.h"
-#include "../RecordGenerator.h"
+#include "Inventory.h"
+#include "RecordGenerator.h"
 
 #include <PI/Interchange.h>
 

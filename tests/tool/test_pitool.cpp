@@ -1,6 +1,6 @@
 // pitool as a user runs it: output, standard error and exit status of every
 // subcommand on good and bad input.
-#include "../ScratchDirectory.h"
+#include "ScratchDirectory.h"
 #include "Pitool.h"
 
 #include <gmock/gmock.h>

@@ -1,7 +1,7 @@
 // pitool record as a user runs it: the example inventories shown, compared,
 // patched and converted, and every kind of bad input with its exit status
 // and its one line on standard error.
-#include "../ScratchDirectory.h"
+#include "ScratchDirectory.h"
 #include "Pitool.h"
 
 #include <gmock/gmock.h>

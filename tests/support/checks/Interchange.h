@@ -8,7 +8,7 @@
 
 #include "Check.h"
 
-#include "../../tests/RecordFieldsEqual.h"
+#include "RecordFieldsEqual.h"
 
 #include <PI/Interchange.h>
 
