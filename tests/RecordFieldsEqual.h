@@ -6,7 +6,7 @@
 // FirstDifference gives "" for equal records, else the path of the first
 // field that differs.
 
-#include <PI/EventRawAccess.h>
+#include <PI/Internal/EventRawAccess.h>
 #include <PI/ObjectModel.h>
 
 #include <cstring>

@@ -7,7 +7,7 @@
 // an unknown kind, a NaN float, a bool word of 7, an empty string list
 // without its block).
 
-#include <PI/EventRawAccess.h>
+#include <PI/Internal/EventRawAccess.h>
 #include <PI/ObjectModel.h>
 
 #include <cstdint>

@@ -2,22 +2,12 @@
 // migrations, partitions, pass-through results, events and operations.
 #include "Fields.h"
 
+#include <PI/Internal/EventRawAccess.h>
 #include <PI/Operation.h>
 #include <PI/Records.h>
 
 #include <climits>
 #include <string>
-
-namespace PI {
-// The event keeps its stored placeholders to itself and names this class
-// its friend; the binding reads and writes them in their stored form.
-class CEventRawAccess {
-public:
-    static RVX::Strings::TString<16>& Stored(CEvent& event, unsigned int slot) {
-        return event.m_PlaceHolders[slot];
-    }
-};
-} // namespace PI
 
 namespace pibind {
 

@@ -5,8 +5,8 @@
 #include "Names.h"
 #include "Units.h"
 
-#include <PI/EventRawAccess.h>
 #include <PI/Helpers.h>
+#include <PI/Internal/EventRawAccess.h>
 #include <RVX/Exceptions.h>
 
 #include <cstdint>
@@ -521,24 +521,25 @@ Json ShowPassThrough(const PI::CPassThrough& p, std::string& text) {
     return Json::Object().Set("value", p.Value);
 }
 
-// A placeholder as stored: "T:" and a text, "I:" and a language-string
-// number, or anything else.
+// A placeholder as stored, read by the event's own rule.
 Json Placeholder(unsigned int slot, const std::string& stored, std::string& shown) {
     Json json = Json::Object().Set("slot", slot + 1).Set("stored", stored);
-    if (stored.size() >= 2 && stored[1] == ':' && stored[0] == 'T') {
-        shown = Quoted(stored.substr(2));
-        json.Set("text", stored.substr(2));
+    const PI::CStoredPlaceholder split = PI::SplitPlaceholder(stored);
+    if (split.Tag == 'T') {
+        const std::string text(split.Payload);
+        shown = Quoted(text);
+        json.Set("text", text);
         return json;
     }
-    unsigned long id = 0;
-    char* end = nullptr;
-    if (stored.size() >= 3 && stored[1] == ':' && stored[0] == 'I')
-        id = std::strtoul(stored.c_str() + 2, &end, 10);
-    if (end != nullptr && *end == '\0' && id <= UINT32_MAX) {
-        shown = "string " + std::to_string(id);
-        json.Set("string_id", static_cast<unsigned long long>(id));
-    } else {
-        shown = stored;
+    shown = stored;
+    if (split.Tag == 'I') {
+        try {
+            const unsigned int id = PI::PlaceholderStringId(split.Payload);
+            shown = "string " + std::to_string(id);
+            json.Set("string_id", static_cast<unsigned long long>(id));
+        } catch (const boost::bad_lexical_cast&) {
+            // Shown as stored, as the event's getter would fail on it.
+        }
     }
     return json;
 }
