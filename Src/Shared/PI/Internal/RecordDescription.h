@@ -91,6 +91,11 @@ constexpr Member<P, D> M(std::string_view name, D fallback, bool compared = COMP
     return {name, fallback, compared, match};
 }
 
+// Whether a member description has a member pointer (the object part and
+// the placeholders have none).
+template <class M, class = void> constexpr bool HAS_POINTER = false;
+template <class M> constexpr bool HAS_POINTER<M, std::void_t<decltype(M::Pointer)>> = true;
+
 // The task's object part, "Object" in the interchange form.
 struct ObjectPart {
     std::string_view Name = "Object"sv;
