@@ -21,6 +21,7 @@
 namespace PI {
 namespace Interchange {
 using namespace Records;
+using Internal::PutWord;
 namespace {
 
 template <class D> constexpr bool IsRequired = std::is_same_v<std::decay_t<D>, Required>;
@@ -582,10 +583,6 @@ bool Decoder::SetBlock(CProperty& p, size_t size, unsigned char*& block) {
     return true;
 }
 
-template <class T> void PutWord(unsigned char* block, size_t index, T value) {
-    std::memcpy(block + index * sizeof(T), &value, sizeof value);
-}
-
 bool Decoder::GetValue(CProperty& p) {
     unsigned char* block = nullptr;
     switch (p.Type) {
@@ -639,11 +636,11 @@ bool Decoder::GetValue(CProperty& p) {
         const bool ok =
             GetFixedObject(names, "an object with Value, Minimum, Maximum and Step",
                            [&](size_t index) { return index < 3 ? Get(words[index]) : Get(step); });
-        if (!ok || !SetBlock(p, 16, block))
+        if (!ok || !SetBlock(p, Internal::RANGE_WORDS * Internal::BLOCK_WORD, block))
             return false;
         for (size_t i = 0; i < 3; ++i)
-            PutWord<std::int32_t>(block, i, words[i]);
-        PutWord<std::uint32_t>(block, 3, step);
+            PutWord<std::int32_t>(block, Internal::RANGE_VALUE + i, words[i]);
+        PutWord<std::uint32_t>(block, Internal::RANGE_STEP, step);
         return true;
     }
     case VT_INT_LIST_PAIR: {

@@ -6,6 +6,8 @@
 #include "Text.h"
 #include "ValueWriter.h"
 
+#include "../Objects/PropertyBlock.h"
+
 #include "PI/Interchange.h"
 #include "PI/Internal/RecordDescription.h"
 
@@ -22,6 +24,7 @@
 namespace PI {
 namespace Interchange {
 using namespace Records;
+using Internal::WordAt;
 namespace {
 
 // RapidJSON's writer with one addition: a member name that needs no
@@ -243,12 +246,6 @@ private:
     CInterchangeError& m_Error;
 };
 
-template <class T> T WordAt(const unsigned char* block, size_t index) {
-    T value;
-    std::memcpy(&value, block + index * sizeof(T), sizeof value);
-    return value;
-}
-
 template <class Sink> bool Encoder<Sink>::Put(const CProperty& p) {
     const PropertyForm form = ClassifyProperty(p);
     if (form == PropertyForm::Bad) {
@@ -337,11 +334,11 @@ template <class Sink> bool Encoder<Sink>::PutValue(const CProperty& p) {
         m_Sink.Key("Value"sv);
         m_Sink.Signed(WordAt<int32_t>(block, 0));
         m_Sink.Key("Minimum"sv);
-        m_Sink.Signed(WordAt<int32_t>(block, 1));
+        m_Sink.Signed(WordAt<int32_t>(block, Internal::RANGE_MINIMUM));
         m_Sink.Key("Maximum"sv);
-        m_Sink.Signed(WordAt<int32_t>(block, 2));
+        m_Sink.Signed(WordAt<int32_t>(block, Internal::RANGE_MAXIMUM));
         m_Sink.Key("Step"sv);
-        m_Sink.Unsigned(WordAt<uint32_t>(block, 3));
+        m_Sink.Unsigned(WordAt<uint32_t>(block, Internal::RANGE_STEP));
         m_Sink.EndObject();
         return true;
     case VT_INT_LIST_PAIR: {
