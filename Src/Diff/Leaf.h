@@ -3,6 +3,7 @@
 // One value of a change in its interchange form: a field of a record (a
 // number, a flag, a text) or a whole element (a property, an object).
 
+#include "../Interchange/Classes.h"
 #include "../Interchange/ValueWriter.h"
 
 #include "PI/Interchange.h"
@@ -24,17 +25,7 @@ constexpr bool IS_TEXT =
     std::is_same_v<T, std::string> || std::is_base_of_v<RVX::Strings::CStringVar, T>;
 template <class T> constexpr bool IS_NUMBER = std::is_arithmetic_v<T> || std::is_enum_v<T>;
 
-template <class T, class... Ts> constexpr unsigned int IndexIn(std::variant<Ts...>*) {
-    unsigned int index = 0;
-    bool found = false;
-    ((found = found || std::is_same_v<T, Ts>, index += found ? 0 : 1), ...);
-    return index;
-}
-
-// The record class of T, one of AnyRecord's.
-template <class T> constexpr ERecordClass ClassOf() {
-    return static_cast<ERecordClass>(IndexIn<T>(static_cast<AnyRecord*>(nullptr)));
-}
+using Interchange::ClassOf;
 
 // JSON text of numbers and flags.
 void AppendNumber(long long value, std::string& out);

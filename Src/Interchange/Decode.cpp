@@ -4,13 +4,14 @@
 #include "Classes.h"
 #include "Pointer.h"
 #include "PropertyForm.h"
-#include "Schema.h"
 #include "Text.h"
 #include "Tokens.h"
 
 #include "../Objects/PropertyBlock.h"
 #include "PI/Interchange.h"
+#include "PI/Internal/RecordDescription.h"
 
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -19,6 +20,8 @@
 
 namespace PI {
 namespace Interchange {
+using namespace Records;
+using Internal::PutWord;
 namespace {
 
 template <class D> constexpr bool IsRequired = std::is_same_v<std::decay_t<D>, Required>;
@@ -229,8 +232,7 @@ public:
 
     // --- records ---
     bool Get(const TaskBase<CObject>& base) {
-        return GetFields(base.Object, "CObject",
-                         [](auto& o, auto&& f) { ObjectFields<TASK_OBJECT_TYPE>(f, o); });
+        return GetFields(base.Object, "CObject", [](auto& o, auto&& f) { TaskObjectFields(f, o); });
     }
     template <class R, class = decltype(SchemaOf<R>::Name)> bool Get(R& record) {
         return GetFields(record, SchemaOf<R>::Name,
@@ -378,36 +380,49 @@ bool Decoder::GetFixedObject(const std::string_view (&names)[N], const char* wha
     return true;
 }
 
-// The members of a property, by their position in the format's table.
+// The members of a property in the interchange form: those of the
+// description but the block's pieces, then the block as Value, or as Raw
+// with DataSize and SplitSize.
+template <class D> constexpr bool IS_BLOCK = std::is_same_v<std::decay_t<D>, Block>;
+
+constexpr int PropertyOwnMembers() {
+    int count = 0;
+    ForEachMember<CProperty>(
+        [&](const auto& d) { count += IS_BLOCK<decltype(d.Default)> ? 0 : 1; });
+    return count;
+}
+
 enum PropertyMember : int {
-    M_PROPERTY_ID,
-    M_SECONDARY_ID,
-    M_ATTRIBUTE1,
-    M_ATTRIBUTE2,
-    M_ATTRIBUTE3,
-    M_ATTRIBUTE4,
-    M_ATTRIBUTE5,
-    M_TYPE,
-    M_SUB_TYPE,
-    M_FLAG,
-    M_ATTRIBUTE6,
-    M_FLAG2,
-    M_ATTRIBUTE7,
-    M_ATTRIBUTE8,
-    M_SELECTION_MASK,
-    M_VALUE,
+    M_PROPERTY_ID = 0,
+    M_SECONDARY_ID = 1,
+    M_TYPE = 7,
+    M_SUB_TYPE = 8,
+    M_VALUE = PropertyOwnMembers(),
     M_RAW,
     M_DATA_SIZE,
     M_SPLIT_SIZE,
     M_PROPERTY_MEMBERS
 };
 
-constexpr std::string_view kPropertyMembers[M_PROPERTY_MEMBERS] = {
-    "PropertyID", "SecondaryID", "Attribute1", "Attribute2", "Attribute3",
-    "Attribute4", "Attribute5",  "Type",       "SubType",    "Flag",
-    "Attribute6", "Flag2",       "Attribute7", "Attribute8", "SelectionMask",
-    "Value",      "Raw",         "DataSize",   "SplitSize",
-};
+constexpr std::array<std::string_view, M_PROPERTY_MEMBERS> PropertyMemberNames() {
+    std::array<std::string_view, M_PROPERTY_MEMBERS> names{};
+    int i = 0;
+    ForEachMember<CProperty>([&](const auto& d) {
+        if (!IS_BLOCK<decltype(d.Default)>)
+            names[i++] = d.Name;
+    });
+    names[M_VALUE] = "Value";
+    names[M_RAW] = "Raw";
+    names[M_DATA_SIZE] = "DataSize";
+    names[M_SPLIT_SIZE] = "SplitSize";
+    return names;
+}
+
+constexpr std::array<std::string_view, M_PROPERTY_MEMBERS> kPropertyMembers = PropertyMemberNames();
+static_assert(kPropertyMembers[M_PROPERTY_ID] == "PropertyID" &&
+                  kPropertyMembers[M_SECONDARY_ID] == "SecondaryID" &&
+                  kPropertyMembers[M_TYPE] == "Type" && kPropertyMembers[M_SUB_TYPE] == "SubType",
+              "the members the decoder resolves itself");
 
 // Members come in the table's order from our own encoder, so the search
 // starts after the last one found.
@@ -444,51 +459,6 @@ bool Decoder::Get(CProperty& p) {
         ++m_At;
         bool ok = true;
         switch (index) {
-        case M_PROPERTY_ID:
-            ok = Get(p.PropertyID);
-            break;
-        case M_SECONDARY_ID:
-            ok = Get(p.SecondaryID);
-            break;
-        case M_ATTRIBUTE1:
-            ok = Get(p.Attribute1);
-            break;
-        case M_ATTRIBUTE2:
-            ok = Get(p.Attribute2);
-            break;
-        case M_ATTRIBUTE3:
-            ok = Get(p.Attribute3);
-            break;
-        case M_ATTRIBUTE4:
-            ok = Get(p.Attribute4);
-            break;
-        case M_ATTRIBUTE5:
-            ok = Get(p.Attribute5);
-            break;
-        case M_TYPE:
-            ok = Get(p.Type);
-            break;
-        case M_SUB_TYPE:
-            ok = Get(p.SubType);
-            break;
-        case M_FLAG:
-            ok = Get(p.Flag);
-            break;
-        case M_ATTRIBUTE6:
-            ok = Get(p.Attribute6);
-            break;
-        case M_FLAG2:
-            ok = Get(p.Flag2);
-            break;
-        case M_ATTRIBUTE7:
-            ok = Get(p.Attribute7);
-            break;
-        case M_ATTRIBUTE8:
-            ok = Get(p.Attribute8);
-            break;
-        case M_SELECTION_MASK:
-            ok = Get(p.SelectionMask);
-            break;
         case M_VALUE:
             value = m_At;
             Skip();
@@ -503,8 +473,18 @@ bool Decoder::Get(CProperty& p) {
         case M_SPLIT_SIZE:
             ok = Get(splitSize);
             break;
-        default:
+        default: {
+            int i = 0;
+            SchemaOf<CProperty>::Fields(
+                [&](std::string_view, const auto& fallback, bool, EMatch, auto& member) {
+                    if constexpr (!IS_BLOCK<decltype(fallback)>) {
+                        if (i++ == index)
+                            ok = Get(member);
+                    }
+                },
+                p);
             break;
+        }
         }
         if (!ok) {
             PrependKey(m_Error.Pointer, key);
@@ -603,10 +583,6 @@ bool Decoder::SetBlock(CProperty& p, size_t size, unsigned char*& block) {
     return true;
 }
 
-template <class T> void PutWord(unsigned char* block, size_t index, T value) {
-    std::memcpy(block + index * sizeof(T), &value, sizeof value);
-}
-
 bool Decoder::GetValue(CProperty& p) {
     unsigned char* block = nullptr;
     switch (p.Type) {
@@ -660,11 +636,11 @@ bool Decoder::GetValue(CProperty& p) {
         const bool ok =
             GetFixedObject(names, "an object with Value, Minimum, Maximum and Step",
                            [&](size_t index) { return index < 3 ? Get(words[index]) : Get(step); });
-        if (!ok || !SetBlock(p, 16, block))
+        if (!ok || !SetBlock(p, Internal::RANGE_WORDS * Internal::BLOCK_WORD, block))
             return false;
         for (size_t i = 0; i < 3; ++i)
-            PutWord<std::int32_t>(block, i, words[i]);
-        PutWord<std::uint32_t>(block, 3, step);
+            PutWord<std::int32_t>(block, Internal::RANGE_VALUE + i, words[i]);
+        PutWord<std::uint32_t>(block, Internal::RANGE_STEP, step);
         return true;
     }
     case VT_INT_LIST_PAIR: {

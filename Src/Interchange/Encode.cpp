@@ -3,11 +3,13 @@
 #include "Classes.h"
 #include "Pointer.h"
 #include "PropertyForm.h"
-#include "Schema.h"
 #include "Text.h"
 #include "ValueWriter.h"
 
+#include "../Objects/PropertyBlock.h"
+
 #include "PI/Interchange.h"
+#include "PI/Internal/RecordDescription.h"
 
 #include <msgpack.hpp>
 #include <rapidjson/stringbuffer.h>
@@ -21,6 +23,8 @@
 
 namespace PI {
 namespace Interchange {
+using namespace Records;
+using Internal::WordAt;
 namespace {
 
 // RapidJSON's writer with one addition: a member name that needs no
@@ -195,20 +199,11 @@ public:
         return true;
     }
     bool Put(const TaskBase<const CObject>& base) {
-        return PutFields(base.Object,
-                         [](auto& o, auto&& f) { ObjectFields<TASK_OBJECT_TYPE>(f, o); });
+        return PutFields(base.Object, [](auto& o, auto&& f) { TaskObjectFields(f, o); });
     }
-    bool Put(const CObject& r) { return PutRecord<ObjectSchema>(r); }
-    bool Put(const CTask& r) { return PutRecord<TaskSchema>(r); }
-    bool Put(const CDrive& r) { return PutRecord<DriveSchema>(r); }
-    bool Put(const CContainer& r) { return PutRecord<ContainerSchema>(r); }
-    bool Put(const CLogicalDrive& r) { return PutRecord<LogicalDriveSchema>(r); }
-    bool Put(const CLevel& r) { return PutRecord<LevelSchema>(r); }
-    bool Put(const CMigration& r) { return PutRecord<MigrationSchema>(r); }
-    bool Put(const CPartition& r) { return PutRecord<PartitionSchema>(r); }
-    bool Put(const CPassThrough& r) { return PutRecord<PassThroughSchema>(r); }
-    bool Put(const CEvent& r) { return PutRecord<EventSchema>(r); }
-    bool Put(const COperation& r) { return PutRecord<OperationSchema>(r); }
+    template <class R, class = decltype(SchemaOf<R>::Name)> bool Put(const R& record) {
+        return PutFields(record, [](auto& r, auto&& f) { SchemaOf<R>::Fields(f, r); });
+    }
     bool Put(const CProperty& p);
 
 private:
@@ -218,10 +213,6 @@ private:
         else
             m_Sink.Bytes(reinterpret_cast<const unsigned char*>(text), length);
         return true;
-    }
-
-    template <class Schema, class R> bool PutRecord(const R& record) {
-        return PutFields(record, [](auto& r, auto&& f) { Schema::Fields(f, r); });
     }
 
     template <class R, class Walk> bool PutFields(const R& record, Walk walk) {
@@ -255,12 +246,6 @@ private:
     CInterchangeError& m_Error;
 };
 
-template <class T> T WordAt(const unsigned char* block, size_t index) {
-    T value;
-    std::memcpy(&value, block + index * sizeof(T), sizeof value);
-    return value;
-}
-
 template <class Sink> bool Encoder<Sink>::Put(const CProperty& p) {
     const PropertyForm form = ClassifyProperty(p);
     if (form == PropertyForm::Bad) {
@@ -269,78 +254,35 @@ template <class Sink> bool Encoder<Sink>::Put(const CProperty& p) {
         m_Error.Pointer.clear();
         return false;
     }
-    const unsigned int id = static_cast<unsigned int>(p.PropertyID);
-    const unsigned int subType = DefaultSubType(p.Type);
+    // The members but the block's pieces, each left out at its default.
+    const auto written = [&p](const auto& fallback, const auto& member) {
+        using D = std::decay_t<decltype(fallback)>;
+        if constexpr (std::is_same_v<D, Block>)
+            return false;
+        else if constexpr (std::is_same_v<D, Required>)
+            return true;
+        else
+            return member != static_cast<std::decay_t<decltype(member)>>(Resolve(fallback, p));
+    };
     if constexpr (Sink::NeedsCounts) {
-        uint32_t count = 2 + (p.SecondaryID != id) + (p.Attribute1 != 1) + (p.Attribute2 != 1) +
-                         (p.Attribute3 != -1) + (p.Attribute4 != 1) + (p.Attribute5 != 1) +
-                         (p.SubType != subType) + p.Flag + (p.Attribute6 != 1) + !p.Flag2 +
-                         (p.Attribute7 != 0) + (p.Attribute8 != -1) +
-                         (p.SelectionMask != 0xFFFFFFFFu);
-        if (form == PropertyForm::Natural)
-            count += 1;
-        else if (form == PropertyForm::Raw)
-            count += 2 + (p.SplitSize != 0);
+        uint32_t count = form == PropertyForm::Natural ? 1
+                         : form == PropertyForm::Raw   ? 2 + (p.SplitSize != 0)
+                                                       : 0;
+        SchemaOf<CProperty>::Fields([&](std::string_view, const auto& fallback, bool, EMatch,
+                                        const auto& member) { count += written(fallback, member); },
+                                    p);
         m_Sink.BeginObject(count);
     } else {
         m_Sink.BeginObject(0);
     }
-    m_Sink.Key("PropertyID"sv);
-    m_Sink.Signed(p.PropertyID);
-    if (p.SecondaryID != id) {
-        m_Sink.Key("SecondaryID"sv);
-        m_Sink.Unsigned(p.SecondaryID);
-    }
-    if (p.Attribute1 != 1) {
-        m_Sink.Key("Attribute1"sv);
-        m_Sink.Unsigned(p.Attribute1);
-    }
-    if (p.Attribute2 != 1) {
-        m_Sink.Key("Attribute2"sv);
-        m_Sink.Unsigned(p.Attribute2);
-    }
-    if (p.Attribute3 != -1) {
-        m_Sink.Key("Attribute3"sv);
-        m_Sink.Signed(p.Attribute3);
-    }
-    if (p.Attribute4 != 1) {
-        m_Sink.Key("Attribute4"sv);
-        m_Sink.Unsigned(p.Attribute4);
-    }
-    if (p.Attribute5 != 1) {
-        m_Sink.Key("Attribute5"sv);
-        m_Sink.Unsigned(p.Attribute5);
-    }
-    m_Sink.Key("Type"sv);
-    m_Sink.Unsigned(p.Type);
-    if (p.SubType != subType) {
-        m_Sink.Key("SubType"sv);
-        m_Sink.Unsigned(p.SubType);
-    }
-    if (p.Flag) {
-        m_Sink.Key("Flag"sv);
-        m_Sink.Bool(true);
-    }
-    if (p.Attribute6 != 1) {
-        m_Sink.Key("Attribute6"sv);
-        m_Sink.Unsigned(p.Attribute6);
-    }
-    if (!p.Flag2) {
-        m_Sink.Key("Flag2"sv);
-        m_Sink.Bool(false);
-    }
-    if (p.Attribute7 != 0) {
-        m_Sink.Key("Attribute7"sv);
-        m_Sink.Unsigned(p.Attribute7);
-    }
-    if (p.Attribute8 != -1) {
-        m_Sink.Key("Attribute8"sv);
-        m_Sink.Signed(p.Attribute8);
-    }
-    if (p.SelectionMask != 0xFFFFFFFFu) {
-        m_Sink.Key("SelectionMask"sv);
-        m_Sink.Unsigned(p.SelectionMask);
-    }
+    SchemaOf<CProperty>::Fields(
+        [&](std::string_view name, const auto& fallback, bool, EMatch, const auto& member) {
+            if (written(fallback, member)) {
+                m_Sink.Key(name);
+                Put(member);
+            }
+        },
+        p);
     if (form == PropertyForm::Natural) {
         m_Sink.Key("Value"sv);
         PutValue(p);
@@ -392,11 +334,11 @@ template <class Sink> bool Encoder<Sink>::PutValue(const CProperty& p) {
         m_Sink.Key("Value"sv);
         m_Sink.Signed(WordAt<int32_t>(block, 0));
         m_Sink.Key("Minimum"sv);
-        m_Sink.Signed(WordAt<int32_t>(block, 1));
+        m_Sink.Signed(WordAt<int32_t>(block, Internal::RANGE_MINIMUM));
         m_Sink.Key("Maximum"sv);
-        m_Sink.Signed(WordAt<int32_t>(block, 2));
+        m_Sink.Signed(WordAt<int32_t>(block, Internal::RANGE_MAXIMUM));
         m_Sink.Key("Step"sv);
-        m_Sink.Unsigned(WordAt<uint32_t>(block, 3));
+        m_Sink.Unsigned(WordAt<uint32_t>(block, Internal::RANGE_STEP));
         m_Sink.EndObject();
         return true;
     case VT_INT_LIST_PAIR: {

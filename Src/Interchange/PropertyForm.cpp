@@ -1,20 +1,14 @@
 // The forms of a property in the interchange form.
 #include "PropertyForm.h"
 
+#include "../Objects/PropertyBlock.h"
+
 #include <cmath>
 #include <cstring>
 
 namespace PI {
 namespace Interchange {
-namespace {
-
-std::uint32_t Word(const unsigned char* at) noexcept {
-    std::uint32_t value;
-    std::memcpy(&value, at, sizeof value);
-    return value;
-}
-
-} // namespace
+using Internal::Word;
 
 const char* CheckBlock(unsigned int type, const unsigned char* data, std::uint32_t size,
                        std::uint32_t split) noexcept {
@@ -45,7 +39,7 @@ const char* CheckBlock(unsigned int type, const unsigned char* data, std::uint32
             return table;
         std::uint64_t position = split;
         for (std::uint32_t i = 0; i < split / 4; ++i) {
-            const std::uint32_t entry = Word(data + 4 * i);
+            const std::uint32_t entry = Word<std::uint32_t>(data + Internal::BLOCK_WORD * i);
             if (entry == 0 || position + entry > size || data[position + entry - 1] != 0)
                 return table;
             position += entry;
@@ -76,7 +70,7 @@ PropertyForm ClassifyProperty(const CProperty& p) noexcept {
         return PropertyForm::Raw;
     switch (type) {
     case VT_BOOL:
-        return Word(p.Data) <= 1 ? PropertyForm::Natural : PropertyForm::Raw;
+        return Word<std::uint32_t>(p.Data) <= 1 ? PropertyForm::Natural : PropertyForm::Raw;
     case VT_FLOAT: {
         float value;
         std::memcpy(&value, p.Data, sizeof value);

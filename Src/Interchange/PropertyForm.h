@@ -2,12 +2,15 @@
 
 // Which form a property travels in, and which blocks a decoder may accept.
 
+#include "PI/Internal/RecordDescription.h"
 #include "PI/Property.h"
 
 #include <cstdint>
 
 namespace PI {
 namespace Interchange {
+
+using Records::DefaultSubType;
 
 enum class PropertyForm {
     NoValue, // kind 1 without a block: neither Value nor Raw
@@ -23,13 +26,6 @@ PropertyForm ClassifyProperty(const CProperty& property) noexcept;
 // must be.
 const char* CheckBlock(unsigned int type, const unsigned char* data, std::uint32_t size,
                        std::uint32_t split) noexcept;
-
-// The SubType that a property of `type` has unless told otherwise: what the
-// kind's setter writes.
-inline unsigned int DefaultSubType(unsigned int type) noexcept {
-    return type == VT_UINT64 || type == VT_UINT64_LIST ? PROPERTY_SUBTYPE_64BIT
-                                                       : PROPERTY_SUBTYPE_PLAIN;
-}
 
 } // namespace Interchange
 } // namespace PI

@@ -1,6 +1,7 @@
 // UTF-8 checking and Base64 for the interchange form.
 #include "Text.h"
 
+#include "PI/Internal/Utf8.h"
 #include "RVX/Base64.h"
 
 #include <cstdint>
@@ -22,40 +23,10 @@ bool IsValidUtf8(const char* text, size_t length) noexcept {
         }
         if (i >= length)
             break;
-        const unsigned char c = s[i];
-        if (c < 0x80) {
-            ++i;
-            continue;
-        }
-        size_t extra;
-        std::uint32_t code;
-        std::uint32_t minimum;
-        if ((c & 0xE0) == 0xC0) {
-            extra = 1;
-            code = c & 0x1F;
-            minimum = 0x80;
-        } else if ((c & 0xF0) == 0xE0) {
-            extra = 2;
-            code = c & 0x0F;
-            minimum = 0x800;
-        } else if ((c & 0xF8) == 0xF0) {
-            extra = 3;
-            code = c & 0x07;
-            minimum = 0x10000;
-        } else {
+        const size_t sequence = Internal::Utf8SequenceLength(s + i, length - i);
+        if (sequence == 0)
             return false;
-        }
-        if (length - i <= extra)
-            return false;
-        for (size_t k = 1; k <= extra; ++k) {
-            const unsigned char next = s[i + k];
-            if ((next & 0xC0) != 0x80)
-                return false;
-            code = (code << 6) | (next & 0x3F);
-        }
-        if (code < minimum || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF))
-            return false;
-        i += extra + 1;
+        i += sequence;
     }
     return true;
 }

@@ -1,9 +1,8 @@
 #include "PI/Event.h"
+#include "PI/Internal/EventRawAccess.h"
 
 #include <RVX/FormatStream.h>
 #include <RVX/Language.h>
-
-#include <boost/lexical_cast.hpp>
 
 #include <utility>
 
@@ -81,17 +80,14 @@ void CEvent::SetId(unsigned int slot, int id) {
 const RVX::Strings::TString<16>& CEvent::Resolve(unsigned int slot) {
     const std::string& stored = m_PlaceHolders[slot].Str();
     RVX::Strings::TString<16>& resolved = m_Resolved[slot];
-    const bool tagged = stored.size() >= 3 && stored[1] == ':';
-    if (tagged && stored[0] == 'I') {
+    const CStoredPlaceholder split = SplitPlaceholder(stored);
+    if (split.Tag == 'I') {
         // Converted before anything is written, so a bad id leaves the
         // previous text in place.
-        const unsigned int id =
-            boost::lexical_cast<unsigned int>(stored.data() + 2, stored.size() - 2);
+        const unsigned int id = PlaceholderStringId(split.Payload);
         RVX::Language_Support::CLanguageSupport::ResolveString(id, resolved);
-    } else if (tagged && stored[0] == 'T') {
-        resolved.Str().assign(stored, 2, std::string::npos);
     } else {
-        resolved.Str() = stored;
+        resolved.Str().assign(split.Payload.data(), split.Payload.size());
     }
     return resolved;
 }

@@ -2,22 +2,14 @@
 // migrations, partitions, pass-through results, events and operations.
 #include "Fields.h"
 
+#include <PI/Internal/RecordDescription.h>
 #include <PI/Operation.h>
 #include <PI/Records.h>
 
 #include <climits>
 #include <string>
-
-namespace PI {
-// The event keeps its stored placeholders to itself and names this class
-// its friend; the binding reads and writes them in their stored form.
-class CEventRawAccess {
-public:
-    static RVX::Strings::TString<16>& Stored(CEvent& event, unsigned int slot) {
-        return event.m_PlaceHolders[slot];
-    }
-};
-} // namespace PI
+#include <type_traits>
+#include <vector>
 
 namespace pibind {
 
@@ -53,6 +45,56 @@ py::str GetPlaceHolder(CEvent& event, Int slot) {
     return ToPy((event.*getters[Slot(slot)])().Str());
 }
 
+// The Python name of an enumeration member's type, in pi._identifiers.
+template <class E> constexpr const char* ENUMERATION = nullptr;
+template <> constexpr const char* ENUMERATION<_OBJECT_TYPE> = "ObjectType";
+template <> constexpr const char* ENUMERATION<_UNITS> = "Units";
+
+template <class T> struct IsVector : std::false_type {};
+template <class T> struct IsVector<std::vector<T>> : std::true_type {};
+
+// Every member of R in the record description as a checked property. The
+// result is the class's `_fields`: R's own members in order (the six
+// placeholders as one PlaceHolders tuple, last), then those of a task's
+// object part that R does not hide with one of its own.
+template <class R, class Cls> py::tuple BindMembers(Cls& cls) {
+    py::list fields;
+    py::list inherited;
+    bool placeholders = false;
+    Records::ForEachMember<R>([&](const auto& d) {
+        using M = std::decay_t<decltype(d)>;
+        if constexpr (std::is_same_v<std::decay_t<decltype(d.Default)>, Records::TaskBaseDefault>) {
+            Records::ForEachMember<CObject>(
+                [&](const auto& o) { inherited.append(o.Name.data()); });
+        } else if constexpr (!Records::HAS_POINTER<M>) {
+            placeholders = true;
+        } else {
+            using T = std::decay_t<decltype(std::declval<R&>().*M::Pointer)>;
+            const char* name = d.Name.data();
+            if constexpr (std::is_enum_v<T>)
+                EnumField(cls, name, M::Pointer, ENUMERATION<T>);
+            else if constexpr (std::is_integral_v<T>)
+                IntField(cls, name, M::Pointer);
+            else if constexpr (IsVector<T>::value)
+                ListField(cls, name, M::Pointer);
+            else
+                TextField(cls, name, M::Pointer);
+            fields.append(name);
+        }
+    });
+    for (py::handle name : inherited)
+        if (!fields.contains(name))
+            fields.append(name);
+    if (placeholders)
+        fields.append("PlaceHolders");
+    return py::tuple(fields);
+}
+
+// The members, and == with copy and repr over `_fields`.
+template <class R, class Cls> void DescribedFields(Cls& cls) {
+    ValueSupport(cls, BindMembers<R>(cls));
+}
+
 void BindObject(py::module_& m) {
     py::class_<CObject> cls(m, "CObject",
                             "One node of the managed-object graph; Parents and Children are "
@@ -63,39 +105,13 @@ void BindObject(py::module_& m) {
                                static_cast<_OBJECT_TYPE>(IntArg(type, INT_MIN, INT_MAX, "type")));
             }),
             py::arg("id"), py::arg("type"));
-    IntField(cls, "ObjectID", &CObject::ObjectID);
-    EnumField(cls, "ObjectType", &CObject::ObjectType, "ObjectType");
-    ListField(cls, "Parents", &CObject::Parents);
-    ListField(cls, "Children", &CObject::Children);
-    IntField(cls, "Value64", &CObject::Value64);
-    IntField(cls, "Flag", &CObject::Flag);
-    ListField(cls, "Properties", &CObject::Properties);
-    ValueSupport(cls, py::make_tuple("ObjectID", "ObjectType", "Parents", "Children", "Value64",
-                                     "Flag", "Properties"));
+    DescribedFields<CObject>(cls);
 
     py::class_<CTask, CObject> task(m, "CTask",
                                     "A task: a managed object of its own kind, stamped with "
                                     "its creation time (Time1).");
     task.def(py::init<>());
-    TextField(task, "Text1", &CTask::Text1);
-    TextField(task, "Text2", &CTask::Text2);
-    TextField(task, "Text3", &CTask::Text3);
-    IntField(task, "Attribute1", &CTask::Attribute1);
-    IntField(task, "Attribute2", &CTask::Attribute2);
-    IntField(task, "Time1", &CTask::Time1);
-    IntField(task, "Time2", &CTask::Time2);
-    IntField(task, "Time3", &CTask::Time3);
-    IntField(task, "Attribute3", &CTask::Attribute3);
-    IntField(task, "Attribute4", &CTask::Attribute4);
-    IntField(task, "Attribute5", &CTask::Attribute5);
-    IntField(task, "Flag", &CTask::Flag);
-    IntField(task, "Attribute6", &CTask::Attribute6);
-    IntField(task, "Attribute7", &CTask::Attribute7);
-    ValueSupport(task,
-                 py::make_tuple("Text1", "Text2", "Text3", "Attribute1", "Attribute2", "Time1",
-                                "Time2", "Time3", "Attribute3", "Attribute4", "Attribute5", "Flag",
-                                "Attribute6", "Attribute7", "ObjectID", "ObjectType", "Parents",
-                                "Children", "Value64", "Properties"));
+    DescribedFields<CTask>(task);
 }
 
 void BindLogicalDrive(py::module_& m) {
@@ -103,21 +119,12 @@ void BindLogicalDrive(py::module_& m) {
                              "One piece of a physical drive in a logical drive; compared by "
                              "ObjectID and StartAddress only.");
     drive.def(py::init<>());
-    IntField(drive, "ObjectID", &CDrive::ObjectID);
-    IntField(drive, "StartAddress", &CDrive::StartAddress);
-    IntField(drive, "UsedSize", &CDrive::UsedSize);
-    ListField(drive, "Properties", &CDrive::Properties);
-    IntField(drive, "Attribute1", &CDrive::Attribute1);
-    IntField(drive, "Attribute2", &CDrive::Attribute2);
-    IntField(drive, "Flag", &CDrive::Flag);
     drive.def("__lt__", [](const CDrive& a, const CDrive& b) { return a < b; });
-    ValueSupport(drive, py::make_tuple("ObjectID", "StartAddress", "UsedSize", "Properties",
-                                       "Attribute1", "Attribute2", "Flag"));
+    DescribedFields<CDrive>(drive);
 
     py::class_<CContainer> container(m, "CContainer", "One span of a logical drive.");
     container.def(py::init<>());
-    ListField(container, "Drives", &CContainer::Drives);
-    ValueSupport(container, py::make_tuple("Drives"));
+    DescribedFields<CContainer>(container);
 
     py::class_<CLogicalDrive> ld(m, "CLogicalDrive",
                                  "The layout of one logical drive. GHS, DHS and ALD do not take "
@@ -126,65 +133,27 @@ void BindLogicalDrive(py::module_& m) {
     ld.def(py::init([](Str xml) { return CLogicalDrive(TextArg(xml, "xml")); }), py::arg("xml"),
            "Reads a LogicalDriveConfiguration document; text that does not parse gives a\n"
            "default record, a missing or non-numeric attribute raises pi.Error.");
-    IntField(ld, "Attribute1", &CLogicalDrive::Attribute1);
-    ListField(ld, "Properties", &CLogicalDrive::Properties);
-    IntField(ld, "Attribute2", &CLogicalDrive::Attribute2);
-    IntField(ld, "Size", &CLogicalDrive::Size);
-    EnumField(ld, "Units", &CLogicalDrive::Units, "Units");
-    ListField(ld, "Containers", &CLogicalDrive::Containers);
-    ListField(ld, "GHS", &CLogicalDrive::GHS);
-    ListField(ld, "DHS", &CLogicalDrive::DHS);
-    ListField(ld, "ALD", &CLogicalDrive::ALD);
-    ValueSupport(ld, py::make_tuple("Attribute1", "Properties", "Attribute2", "Size", "Units",
-                                    "Containers", "GHS", "DHS", "ALD"));
+    DescribedFields<CLogicalDrive>(ld);
 }
 
 void BindLevels(py::module_& m) {
     py::class_<CLevel> level(m, "CLevel", "One RAID level that a controller offers.");
     level.def(py::init<>());
-    IntField(level, "Attribute0", &CLevel::Attribute0);
-    ListField(level, "StripeSizes", &CLevel::StripeSizes);
-    IntField(level, "Attribute1", &CLevel::Attribute1);
-    ListField(level, "Properties", &CLevel::Properties);
-    IntField(level, "Attribute2", &CLevel::Attribute2);
-    IntField(level, "Attribute3", &CLevel::Attribute3);
-    IntField(level, "Attribute4", &CLevel::Attribute4);
-    IntField(level, "Attribute5", &CLevel::Attribute5);
-    IntField(level, "Size1", &CLevel::Size1);
-    IntField(level, "Size2", &CLevel::Size2);
-    EnumField(level, "Units", &CLevel::Units, "Units");
-    IntField(level, "Attribute6", &CLevel::Attribute6);
-    IntField(level, "Attribute7", &CLevel::Attribute7);
-    IntField(level, "Flag", &CLevel::Flag);
-    IntField(level, "Attribute8", &CLevel::Attribute8);
-    ValueSupport(level, py::make_tuple("Attribute0", "StripeSizes", "Attribute1", "Properties",
-                                       "Attribute2", "Attribute3", "Attribute4", "Attribute5",
-                                       "Size1", "Size2", "Units", "Attribute6", "Attribute7",
-                                       "Flag", "Attribute8"));
+    DescribedFields<CLevel>(level);
 
     py::class_<CMigration> migration(m, "CMigration", "One level migration.");
     migration.def(py::init<>());
-    IntField(migration, "Attribute1", &CMigration::Attribute1);
-    IntField(migration, "Attribute2", &CMigration::Attribute2);
-    IntField(migration, "Attribute3", &CMigration::Attribute3);
-    ListField(migration, "Properties", &CMigration::Properties);
-    ValueSupport(migration, py::make_tuple("Attribute1", "Attribute2", "Attribute3", "Properties"));
+    DescribedFields<CMigration>(migration);
 }
 
 void BindSmallRecords(py::module_& m) {
     py::class_<CPartition> partition(m, "CPartition", "One partition.");
     partition.def(py::init<>());
-    IntField(partition, "Attribute1", &CPartition::Attribute1);
-    IntField(partition, "Attribute2", &CPartition::Attribute2);
-    IntField(partition, "Attribute3", &CPartition::Attribute3);
-    TextField(partition, "Text1", &CPartition::Text1);
-    TextField(partition, "Text2", &CPartition::Text2);
-    ValueSupport(partition,
-                 py::make_tuple("Attribute1", "Attribute2", "Attribute3", "Text1", "Text2"));
+    DescribedFields<CPartition>(partition);
 
     py::class_<CPassThrough> pass(m, "CPassThrough", "One result of a pass-through command.");
     pass.def(py::init<>());
-    IntField(pass, "Value", &CPassThrough::Value);
+    pass.attr("_fields") = BindMembers<CPassThrough>(pass);
     // The library compares pass-through results only as part of an operation.
     pass.def(
         "__eq__",
@@ -199,7 +168,6 @@ void BindSmallRecords(py::module_& m) {
     pass.def(
         "__deepcopy__", [](const CPassThrough& r, py::handle) { return CPassThrough(r); },
         py::arg("memo"));
-    pass.attr("_fields") = py::make_tuple("Value");
     pass.def("__repr__",
              [](py::handle self) { return PackageAttr("pi._values", "record_repr")(self); });
 
@@ -207,15 +175,6 @@ void BindSmallRecords(py::module_& m) {
                              "One event; == compares Scalar1 to Scalar5 only. Placeholders "
                              "hold a text or a language-string id.");
     event.def(py::init<>());
-    IntField(event, "Scalar1", &CEvent::Scalar1);
-    IntField(event, "Scalar2", &CEvent::Scalar2);
-    IntField(event, "Scalar3", &CEvent::Scalar3);
-    IntField(event, "Scalar4", &CEvent::Scalar4);
-    IntField(event, "Scalar5", &CEvent::Scalar5);
-    TextField(event, "Text1", &CEvent::Text1);
-    TextField(event, "Text2", &CEvent::Text2);
-    TextField(event, "Text3", &CEvent::Text3);
-    IntField(event, "Scalar6", &CEvent::Scalar6);
     event.def("set_placeholder", &SetPlaceHolder, py::arg("slot"), py::arg("value"),
               "Sets placeholder slot (1 to 6) to a text (str) or a language-string id (int).");
     event.def("get_placeholder", &GetPlaceHolder, py::arg("slot"),
@@ -240,40 +199,14 @@ void BindSmallRecords(py::module_& m) {
                 CEventRawAccess::Stored(e, i) = RVX::Strings::TString<16>(texts[i]);
         },
         "The six placeholders as stored: 'T:text' or 'I:id'.");
-    ValueSupport(event, py::make_tuple("Scalar1", "Scalar2", "Scalar3", "Scalar4", "Scalar5",
-                                       "Text1", "Text2", "Text3", "Scalar6", "PlaceHolders"));
+    DescribedFields<CEvent>(event);
 }
 
 void BindOperation(py::module_& m) {
     py::class_<COperation> op(m, "COperation",
                               "The record that asks for or reports an action, with eight lists.");
     op.def(py::init<>());
-    IntField(op, "Attribute1", &COperation::Attribute1);
-    IntField(op, "Attribute2", &COperation::Attribute2);
-    IntField(op, "Attribute3", &COperation::Attribute3);
-    ListField(op, "Properties", &COperation::Properties);
-    ListField(op, "LogicalDrives", &COperation::LogicalDrives);
-    ListField(op, "Levels", &COperation::Levels);
-    ListField(op, "Migrations", &COperation::Migrations);
-    ListField(op, "Events", &COperation::Events);
-    ListField(op, "PassThroughs", &COperation::PassThroughs);
-    ListField(op, "Partitions", &COperation::Partitions);
-    ListField(op, "Objects", &COperation::Objects);
-    IntField(op, "Setting1", &COperation::Setting1);
-    IntField(op, "Setting2", &COperation::Setting2);
-    IntField(op, "Setting3", &COperation::Setting3);
-    IntField(op, "Setting4", &COperation::Setting4);
-    IntField(op, "Setting5", &COperation::Setting5);
-    IntField(op, "Setting6", &COperation::Setting6);
-    IntField(op, "Setting7", &COperation::Setting7);
-    IntField(op, "Setting8", &COperation::Setting8);
-    IntField(op, "Flag", &COperation::Flag);
-    IntField(op, "Setting9", &COperation::Setting9);
-    ValueSupport(op, py::make_tuple("Attribute1", "Attribute2", "Attribute3", "Properties",
-                                    "LogicalDrives", "Levels", "Migrations", "Events",
-                                    "PassThroughs", "Partitions", "Objects", "Setting1", "Setting2",
-                                    "Setting3", "Setting4", "Setting5", "Setting6", "Setting7",
-                                    "Setting8", "Flag", "Setting9"));
+    DescribedFields<COperation>(op);
 }
 
 } // namespace

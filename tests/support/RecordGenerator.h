@@ -1,13 +1,12 @@
 #pragma once
 
 // Seeded random records of every class, for round trips and for the diff's
-// tests. Values lean on the edges: extreme numbers, empty and long lists,
-// texts with NULs, multi-byte characters and bytes that are not UTF-8,
-// encrypted texts, and properties in the raw form (a size without a block,
-// an unknown kind, a NaN float, a bool word of 7, an empty string list
-// without its block).
+// tests, member by member as the record description lists them. Values lean on the edges: extreme
+// numbers, empty and long lists, texts with NULs, multi-byte characters and bytes that are not
+// UTF-8, encrypted texts, and properties in the raw form (a size without a block, an unknown kind,
+// a NaN float, a bool word of 7, an empty string list without its block).
 
-#include <PI/EventRawAccess.h>
+#include <PI/Internal/RecordDescription.h>
 #include <PI/ObjectModel.h>
 
 #include <cstdint>
@@ -16,10 +15,14 @@
 #include <limits>
 #include <random>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace PI {
 namespace Testing {
+
+template <class T> constexpr bool IS_PLACEHOLDER = false;
+template <unsigned int S> constexpr bool IS_PLACEHOLDER<Records::Placeholder<S>> = true;
 
 class RecordGenerator {
 public:
@@ -122,17 +125,12 @@ public:
     CProperty Property() {
         CProperty p(static_cast<_PROPERTY_ID>(23001 + Below(475)), Bool());
         if (Below(4) == 0) {
-            p.SecondaryID = U32();
-            p.Attribute1 = U32();
-            p.Attribute2 = U32();
-            p.Attribute3 = I32();
-            p.Attribute4 = U32();
-            p.Attribute5 = U32();
-            p.Attribute6 = U32();
-            p.Flag2 = Bool();
-            p.Attribute7 = U32();
-            p.Attribute8 = I32();
-            p.SelectionMask = U32();
+            // The members besides the identifier and the value block.
+            Records::ForEachMember<CProperty>([&](const auto& d) {
+                using D = std::decay_t<decltype(d.Default)>;
+                if constexpr (std::is_arithmetic_v<D> || std::is_same_v<D, Records::OwnId>)
+                    Random(d.Of(p));
+            });
         }
         if (Below(40) == 0)
             p.PropertyID = static_cast<_PROPERTY_ID>(I32());
@@ -142,166 +140,24 @@ public:
         return p;
     }
 
-    CObject Object() {
-        CObject o(U64(), static_cast<_OBJECT_TYPE>(Below(5) == 0 ? I32() : 19000 + int(Below(50))));
-        FillObject(o);
-        return o;
+    // Any record but a property: each member random, or left at its default
+    // one time in four.
+    template <class R> R Record() {
+        R r;
+        Fill(r);
+        return r;
     }
-    CTask Task() {
-        CTask t;
-        FillObject(t);
-        if (Below(3) == 0)
-            t.ObjectType = static_cast<_OBJECT_TYPE>(I32());
-        t.Text1 = Text();
-        t.Text2 = Text();
-        t.Text3 = Text();
-        t.Attribute1 = U64();
-        t.Attribute2 = I32();
-        t.Time1 = U64();
-        t.Time2 = U64();
-        t.Time3 = U64();
-        t.Attribute3 = U64();
-        t.Attribute4 = I32();
-        t.Attribute5 = I32();
-        t.Flag = Bool();
-        t.Attribute6 = Below(2) ? 40024 : I32();
-        t.Attribute7 = I32();
-        return t;
-    }
-    CDrive Drive() {
-        CDrive d;
-        d.ObjectID = U64();
-        d.StartAddress = U64();
-        d.UsedSize = U64();
-        d.Properties = Properties();
-        d.Attribute1 = U64();
-        d.Attribute2 = U64();
-        d.Flag = Bool();
-        return d;
-    }
-    CContainer Container() {
-        CContainer c;
-        for (size_t i = Count(MaxRecords); i > 0; --i)
-            c.Drives.push_back(Drive());
-        return c;
-    }
-    CLogicalDrive LogicalDrive() {
-        CLogicalDrive l;
-        l.Attribute1 = I32();
-        l.Properties = Properties();
-        l.Attribute2 = I32();
-        l.Size = U64();
-        l.Units = static_cast<_UNITS>(Below(2) ? UNITS_GIGABYTES : I32());
-        for (size_t i = Count(MaxRecords); i > 0; --i)
-            l.Containers.push_back(Container());
-        l.GHS = Ids();
-        l.DHS = Ids();
-        l.ALD = Ids();
-        return l;
-    }
-    CLevel Level() {
-        CLevel l;
-        l.Attribute0 = I32();
-        l.StripeSizes = Ints();
-        l.Attribute1 = I32();
-        l.Properties = Properties();
-        l.Attribute2 = I32();
-        l.Attribute3 = I32();
-        l.Attribute4 = I32();
-        l.Attribute5 = I32();
-        l.Size1 = U64();
-        l.Size2 = U64();
-        l.Units = static_cast<_UNITS>(I32());
-        l.Attribute6 = I32();
-        l.Attribute7 = I32();
-        l.Flag = Bool();
-        l.Attribute8 = I32();
-        return l;
-    }
-    CMigration Migration() {
-        CMigration m;
-        m.Attribute1 = I32();
-        m.Attribute2 = I32();
-        m.Attribute3 = I32();
-        m.Properties = Properties();
-        return m;
-    }
-    CPartition Partition() {
-        CPartition p;
-        p.Attribute1 = U64();
-        p.Attribute2 = U64();
-        p.Attribute3 = I32();
-        p.Text1 = Text();
-        p.Text2 = Text();
-        return p;
-    }
-    CPassThrough PassThrough() {
-        CPassThrough p;
-        p.Value = U64();
-        return p;
-    }
-    CEvent Event() {
-        CEvent e;
-        if (Below(4) == 0)
-            return e;
-        e.Scalar1 = I64();
-        e.Scalar2 = I32();
-        e.Scalar3 = I32();
-        e.Scalar4 = I32();
-        e.Scalar5 = I64();
-        for (unsigned int slot = 0; slot < CEventRawAccess::SLOTS; ++slot) {
-            switch (Below(4)) {
-            case 0:
-                break; // never set
-            case 1:
-                CEventRawAccess::Stored(e, slot) = "T:" + Text();
-                break;
-            case 2:
-                CEventRawAccess::Stored(e, slot) = "I:" + std::to_string(I32());
-                break;
-            default:
-                CEventRawAccess::Stored(e, slot) = Text(); // stored raw
-                break;
-            }
-        }
-        e.Text1 = Text();
-        e.Text2 = Text();
-        e.Text3 = Text();
-        e.Scalar6 = I32();
-        return e;
-    }
-    COperation Operation() {
-        COperation o;
-        o.Attribute1 = I32();
-        o.Attribute2 = I32();
-        o.Attribute3 = I32();
-        o.Properties = Properties();
-        for (size_t i = Count(MaxRecords); i > 0; --i)
-            o.LogicalDrives.push_back(LogicalDrive());
-        for (size_t i = Count(MaxRecords); i > 0; --i)
-            o.Levels.push_back(Level());
-        for (size_t i = Count(MaxRecords); i > 0; --i)
-            o.Migrations.push_back(Migration());
-        for (size_t i = Count(MaxRecords); i > 0; --i)
-            o.Events.push_back(Event());
-        for (size_t i = Count(MaxRecords); i > 0; --i)
-            o.PassThroughs.push_back(PassThrough());
-        for (size_t i = Count(MaxRecords); i > 0; --i)
-            o.Partitions.push_back(Partition());
-        for (size_t i = Count(MaxRecords); i > 0; --i)
-            o.Objects.push_back(Object());
-        o.Setting1 = I32();
-        o.Setting2 = I32();
-        o.Setting3 = I32();
-        o.Setting4 = I32();
-        o.Setting5 = I32();
-        o.Setting6 = I32();
-        o.Setting7 = I32();
-        o.Setting8 = I32();
-        o.Flag = Bool();
-        o.Setting9 = I32();
-        return o;
-    }
+    CObject Object() { return Record<CObject>(); }
+    CTask Task() { return Record<CTask>(); }
+    CDrive Drive() { return Record<CDrive>(); }
+    CContainer Container() { return Record<CContainer>(); }
+    CLogicalDrive LogicalDrive() { return Record<CLogicalDrive>(); }
+    CLevel Level() { return Record<CLevel>(); }
+    CMigration Migration() { return Record<CMigration>(); }
+    CPartition Partition() { return Record<CPartition>(); }
+    CPassThrough PassThrough() { return Record<CPassThrough>(); }
+    CEvent Event() { return Record<CEvent>(); }
+    COperation Operation() { return Record<COperation>(); }
 
     std::vector<CProperty> Properties() {
         std::vector<CProperty> list(Count(MaxRecords * 2));
@@ -324,12 +180,48 @@ public:
     }
 
 private:
-    void FillObject(CObject& o) {
-        o.Parents = Ids();
-        o.Children = Ids();
-        o.Value64 = U64();
-        o.Flag = Bool();
-        o.Properties = Properties();
+    template <class R> void Fill(R& r) {
+        Records::ForEachMember<R>([&](const auto& d) {
+            if (Below(4) == 0)
+                return;
+            if constexpr (std::is_same_v<std::decay_t<decltype(d.Default)>,
+                                         Records::TaskBaseDefault>)
+                Fill(d.Of(r).Object);
+            else if constexpr (IS_PLACEHOLDER<std::decay_t<decltype(d)>>)
+                d.Of(r) = Placeholder();
+            else
+                Random(d.Of(r));
+        });
+    }
+
+    // "T:" and a text, "I:" and a number, or any text stored raw.
+    std::string Placeholder() {
+        switch (Below(3)) {
+        case 0:
+            return "T:" + Text();
+        case 1:
+            return "I:" + std::to_string(I32());
+        default:
+            return Text();
+        }
+    }
+
+    void Random(unsigned long long& v) { v = U64(); }
+    void Random(long long& v) { v = I64(); }
+    void Random(unsigned int& v) { v = U32(); }
+    void Random(int& v) { v = I32(); }
+    void Random(bool& v) { v = Bool(); }
+    template <class E, std::enable_if_t<std::is_enum_v<E>, int> = 0> void Random(E& v) {
+        v = static_cast<E>(I32());
+    }
+    void Random(std::string& v) { v = Text(); }
+    void Random(RVX::Strings::CStringVar& v) { v = Text(); }
+    void Random(std::vector<unsigned long long>& v) { v = Ids(); }
+    void Random(std::vector<int>& v) { v = Ints(); }
+    void Random(std::vector<CProperty>& v) { v = Properties(); }
+    template <class R> void Random(std::vector<R>& v) {
+        for (size_t i = Count(MaxRecords); i > 0; --i)
+            v.push_back(Record<R>());
     }
 
     // A block of the given bytes, from malloc as the property expects.

@@ -149,7 +149,8 @@ std::string ExpectShown(const std::string& file, const std::string& text,
 
 // The lists of an operation besides its objects and logical drives, and its
 // own fields: text rows for those that differ from a new operation's, every
-// one in the JSON form, the events with their placeholders.
+// one in the JSON form under its interchange name, the events with their
+// placeholders.
 TEST_F(PitoolRecord, ShowsEveryListOfAnOperation) {
     const std::string op = Write(
         "op.json",
@@ -174,18 +175,18 @@ TEST_F(PitoolRecord, ShowsEveryListOfAnOperation) {
     const ProgramResult json = Pitool({"record", "show", "--json", op});
     ASSERT_EQ(json.status, 0) << json.err;
     ExpectInOrder(json.out,
-                  {"\"class\": \"COperation\"", "\"fields\": {", "\"attribute1\": 23400",
-                   "\"setting1\": 1", "\"setting5\": 0", "\"flag\": true", "\"setting9\": 1"});
-    ExpectInOrder(json.out, {"\"levels\": [", "\"attribute0\": 1", "\"stripe_sizes\": [", "16,",
-                             "32", "\"size1\": 2", "\"size1_text\": \"2 GB\"", "\"units\": 21021",
-                             "\"units_name\": \"UNITS_GIGABYTES\""});
-    ExpectInOrder(json.out, {"\"migrations\": [", "\"attribute2\": 5", "\"partitions\": [",
-                             "\"text1\": \"/dev/sdb1\"", "\"text2\": \"xfs\"",
-                             "\"pass_throughs\": [", "\"value\": 255"});
-    ExpectInOrder(json.out,
-                  {"\"events\": [", "\"scalar1\": 0", "\"code\": 10000", "\"placeholders\": []",
-                   "\"scalar1\": 1", "\"slot\": 1", "\"stored\": \"I:77\"", "\"string_id\": 77",
-                   "\"slot\": 2", "\"stored\": \"T:Drive 2\"", "\"text\": \"Drive 2\""});
+                  {"\"class\": \"COperation\"", "\"COperation\": {", "\"Attribute1\": 23400",
+                   "\"Setting1\": 1", "\"Setting5\": 0", "\"Flag\": true", "\"Setting9\": 1"});
+    ExpectInOrder(json.out, {"\"Levels\": [", "\"Attribute0\": 1", "\"StripeSizes\": [", "16,",
+                             "32", "\"Size1\": 2", "\"Units\": 21021",
+                             "\"units_name\": \"UNITS_GIGABYTES\"", "\"size1_text\": \"2 GB\""});
+    ExpectInOrder(json.out, {"\"Migrations\": [", "\"Attribute2\": 5", "\"PassThroughs\": [",
+                             "\"Value\": 255", "\"Partitions\": [", "\"Text1\": \"/dev/sdb1\"",
+                             "\"Text2\": \"xfs\""});
+    ExpectInOrder(json.out, {"\"Events\": [", "\"Scalar1\": 0", "\"Scalar2\": 10000",
+                             "\"placeholders\": []", "\"Scalar1\": 1", "\"PlaceHolder1\": \"I:77\"",
+                             "\"slot\": 1", "\"stored\": \"I:77\"", "\"string_id\": 77",
+                             "\"slot\": 2", "\"stored\": \"T:Drive 2\"", "\"text\": \"Drive 2\""});
 }
 
 // Records of the other classes alone, as `show` reads any class.
@@ -210,9 +211,9 @@ TEST_F(PitoolRecord, ShowsLevelsEventsPartitionsAndPassThroughsAlone) {
                     "event -5  code 10010  \"Adapter 0\"  I:x\n"
                     "  Text1    \"source\"\n"
                     "  Scalar6  3\n",
-                    {"\"class\": \"CEvent\"", "\"event\": {", "\"scalar1\": -5", "\"code\": 10010",
-                     "\"slot\": 1", "\"text\": \"Adapter 0\"", "\"slot\": 3", "\"stored\": \"I:x\"",
-                     "\"text1\": \"source\"", "\"scalar6\": 3"});
+                    {"\"class\": \"CEvent\"", "\"CEvent\": {", "\"Scalar1\": -5",
+                     "\"Scalar2\": 10010", "\"Text1\": \"source\"", "\"Scalar6\": 3", "\"slot\": 1",
+                     "\"text\": \"Adapter 0\"", "\"slot\": 3", "\"stored\": \"I:x\""});
     EXPECT_THAT(eventJson, Not(HasSubstr("string_id"))); // "I:x" names no string
 
     const ProgramResult migration =
@@ -220,8 +221,9 @@ TEST_F(PitoolRecord, ShowsLevelsEventsPartitionsAndPassThroughsAlone) {
                 Write("migration.json", R"({"Version":1,"CMigration":{"Attribute3":4,"Properties":)"
                                         R"([{"PropertyID":23200,"Type":2,"Value":"m"}]}})")});
     ExpectInOrder(migration.out,
-                  {"\"migration\": {", "\"attribute3\": 4", "\"properties\": [", "\"id\": 23200",
-                   "\"name\": \"LOGICAL_DRIVE_CACHECADE_TYPE\"", "\"value\": \"\\\"m\\\"\""});
+                  {"\"CMigration\": {", "\"Attribute3\": 4", "\"Properties\": [",
+                   "\"PropertyID\": 23200", "\"name\": \"LOGICAL_DRIVE_CACHECADE_TYPE\"",
+                   "\"value\": \"\\\"m\\\"\""});
     const ProgramResult partition = Pitool(
         {"record", "show",
          Write("partition.json", R"({"Version":1,"CPartition":{"Attribute1":63,"Text1":"/"}})")});
@@ -233,7 +235,7 @@ TEST_F(PitoolRecord, ShowsLevelsEventsPartitionsAndPassThroughsAlone) {
         Pitool({"record", "show", "--json",
                 Write("pass.json", R"({"Version":1,"CPassThrough":{"Value":4294967296}})")});
     ExpectInOrder(pass.out,
-                  {"\"class\": \"CPassThrough\"", "\"pass_through\": {", "\"value\": 4294967296"});
+                  {"\"class\": \"CPassThrough\"", "\"CPassThrough\": {", "\"Value\": 4294967296"});
 }
 
 // Drive pieces, containers and logical drives: byte counts readable, sizes
@@ -255,8 +257,8 @@ TEST_F(PitoolRecord, ShowsDrivePiecesContainersAndLogicalDrives) {
                 "container  2 drive pieces\n"
                 "  drive 12  start 0  used 0.00 B (0 bytes)\n"
                 "  drive 13  start 4096  used 1.00 GB (1073741824 bytes)\n",
-                {"\"container\": {", "\"drives\": [", "\"object_id\": 12", "\"object_id\": 13",
-                 "\"start_address\": 4096", "\"used_size\": 1073741824",
+                {"\"CContainer\": {", "\"Drives\": [", "\"ObjectID\": 12", "\"ObjectID\": 13",
+                 "\"StartAddress\": 4096", "\"UsedSize\": 1073741824",
                  "\"used\": \"1.00 GB (1073741824 bytes)\""});
 
     const std::string ld = Write(
@@ -269,11 +271,10 @@ TEST_F(PitoolRecord, ShowsDrivePiecesContainersAndLogicalDrives) {
                 "  hot spares  global 20; dedicated 21, 22\n"
                 "  associated logical drives  3\n"
                 "  Attribute2  4\n",
-                {"\"logical_drive\": {", "\"size\": 1000", "\"units\": 21021",
-                 "\"units_name\": \"UNITS_GIGABYTES\"", "\"size_text\": \"1000 GB\"",
-                 "\"containers\": [", "\"drives\": [", "\"used_size\": 2048",
-                 "\"global_hot_spares\": [", "20", "\"dedicated_hot_spares\": [", "21,", "22",
-                 "\"associated_logical_drives\": [", "3", "\"attribute2\": 4"});
+                {"\"CLogicalDrive\": {", "\"Attribute2\": 4", "\"Size\": 1000", "\"Units\": 21021",
+                 "\"Containers\": [", "\"Drives\": [", "\"UsedSize\": 2048", "\"GHS\": [", "20",
+                 "\"DHS\": [", "21,", "22", "\"ALD\": [", "3",
+                 "\"units_name\": \"UNITS_GIGABYTES\"", "\"size_text\": \"1000 GB\""});
     // A logical drive counted in bytes reads in the largest unit.
     const ProgramResult bytes = Pitool(
         {"record", "show",
@@ -294,10 +295,10 @@ TEST_F(PitoolRecord, ShowsTasksWithTheirCreationTime) {
                 "  Attribute6  40025\n"
                 "object 77  type 19005 OBJECT_TYPE_TASK\n"
                 "  parents  5\n",
-                {"\"class\": \"CTask\"", "\"task\": {", "\"text1\": \"Rebuild\"",
-                 "\"time1\": 1795000000123", "\"created\": \"2026-11-18 11:06:40.123 UTC\"",
-                 "\"attribute6\": 40025", "\"object\": {", "\"object_id\": 77",
-                 "\"type_name\": \"OBJECT_TYPE_TASK\"", "\"parents\": [", "5"});
+                {"\"class\": \"CTask\"", "\"CTask\": {", "\"Object\": {", "\"ObjectID\": 77",
+                 "\"Parents\": [", "5", "\"type_name\": \"OBJECT_TYPE_TASK\"",
+                 "\"Text1\": \"Rebuild\"", "\"Time1\": 1795000000123", "\"Attribute6\": 40025",
+                 "\"created\": \"2026-11-18 11:06:40.123 UTC\""});
 }
 
 TEST_F(PitoolRecord, BadInputIsOneLineAndExitStatusTwo) {

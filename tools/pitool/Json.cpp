@@ -1,5 +1,7 @@
 #include "Json.h"
 
+#include <PI/Internal/Utf8.h>
+
 #include <charconv>
 #include <cmath>
 #include <system_error>
@@ -9,41 +11,6 @@
 namespace pitool {
 
 namespace {
-
-// Length of the valid UTF-8 sequence starting at text[i], or 0 if the bytes
-// there are not one. Configuration values and file names are arbitrary
-// bytes, so invalid sequences must not leak into the JSON text.
-size_t Utf8Length(const std::string& text, size_t i) {
-    const auto byte = [&](size_t k) { return static_cast<unsigned char>(text[k]); };
-    const unsigned char lead = byte(i);
-    size_t length = 0;
-    unsigned int minimum = 0;
-    unsigned int code = 0;
-    if (lead < 0x80) {
-        return 1;
-    } else if ((lead & 0xE0) == 0xC0) {
-        length = 2, minimum = 0x80, code = lead & 0x1F;
-    } else if ((lead & 0xF0) == 0xE0) {
-        length = 3, minimum = 0x800, code = lead & 0x0F;
-    } else if ((lead & 0xF8) == 0xF0) {
-        length = 4, minimum = 0x10000, code = lead & 0x07;
-    } else {
-        return 0;
-    }
-    if (i + length > text.size()) {
-        return 0;
-    }
-    for (size_t k = 1; k < length; ++k) {
-        if ((byte(i + k) & 0xC0) != 0x80) {
-            return 0;
-        }
-        code = (code << 6) | (byte(i + k) & 0x3F);
-    }
-    if (code < minimum || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF)) {
-        return 0;
-    }
-    return length;
-}
 
 void WriteString(std::string& out, const std::string& text) {
     static const char hex[] = "0123456789abcdef";
@@ -64,7 +31,10 @@ void WriteString(std::string& out, const std::string& text) {
             out += hex[c >> 4];
             out += hex[c & 0x0F];
         } else {
-            const size_t length = Utf8Length(text, i);
+            // Configuration values and file names are arbitrary bytes, so
+            // invalid sequences must not leak into the JSON text.
+            const size_t length = PI::Internal::Utf8SequenceLength(
+                reinterpret_cast<const unsigned char*>(text.data()) + i, text.size() - i);
             if (length == 0) {
                 out += "\\ufffd";
                 ++i;

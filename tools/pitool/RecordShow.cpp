@@ -1,18 +1,20 @@
 // pitool record show: each record class as a person reads it, as text and
-// as JSON of the same content.
+// as JSON of the same content, the members taken from the record description.
 #include "RecordShow.h"
 
 #include "Names.h"
 #include "Units.h"
 
-#include <PI/EventRawAccess.h>
 #include <PI/Helpers.h>
+#include <PI/Internal/RecordDescription.h>
 #include <RVX/Exceptions.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <type_traits>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -233,13 +235,6 @@ std::string Ids(const std::vector<unsigned long long>& ids) {
     return text.empty() ? "none" : text;
 }
 
-Json IdList(const std::vector<unsigned long long>& ids) {
-    Json list = Json::Array();
-    for (const auto id : ids)
-        list.Push(id);
-    return list;
-}
-
 // "976.56 KB" without the exact count that ReadableBytes adds.
 std::string ShortBytes(unsigned long long bytes) {
     const std::string text = ReadableBytes(bytes);
@@ -260,8 +255,7 @@ std::string SizeText(unsigned long long size, int units) {
     return std::to_string(size) + (symbol.empty() ? "" : " " + symbol);
 }
 
-void SetUnits(Json& json, int units) {
-    json.Set("units", units);
+void SetUnitsName(Json& json, int units) {
     const std::string name = UnitName(units);
     if (!name.empty())
         json.Set("units_name", name);
@@ -285,108 +279,166 @@ std::string Quoted(const std::string& text) {
     return "\"" + text + "\"";
 }
 
-std::string Flag(bool flag) {
-    return flag ? "yes" : "no";
+// A placeholder as stored, read by the event's own rule.
+Json Placeholder(unsigned int slot, const std::string& stored, std::string& shown) {
+    Json json = Json::Object().Set("slot", slot + 1).Set("stored", stored);
+    const PI::CStoredPlaceholder split = PI::SplitPlaceholder(stored);
+    if (split.Tag == 'T') {
+        const std::string text(split.Payload);
+        shown = Quoted(text);
+        json.Set("text", text);
+        return json;
+    }
+    shown = stored;
+    if (split.Tag == 'I') {
+        try {
+            const unsigned int id = PI::PlaceholderStringId(split.Payload);
+            shown = "string " + std::to_string(id);
+            json.Set("string_id", static_cast<unsigned long long>(id));
+        } catch (const boost::bad_lexical_cast&) {
+            // Shown as stored, as the event's getter would fail on it.
+        }
+    }
+    return json;
 }
 
-// The fields that carry no meaning of their own (Attribute1, Setting5, ...):
-// the JSON form has every one, the text only those that differ from a new
-// record's, so that the text stays short.
-struct Fields {
-    Rows rows;
-    Json& json;
+// ---- JSON: every described member by its interchange name, then what a
+// person reads (names of numbers, readable sizes and times) -----------------
 
-    template <class T> void Add(const char* name, const T& value, const T& fallback) {
-        json.Set(Lower(name), value);
-        if (value != fallback)
-            rows.emplace_back(name, Show(value));
-    }
-    // "Attribute1" -> "attribute1": the JSON form's member names.
-    static std::string Lower(const char* name) {
-        std::string key(name);
-        for (char& c : key)
-            if (c >= 'A' && c <= 'Z')
-                c = static_cast<char>(c - 'A' + 'a');
-        return key;
-    }
-    static std::string Show(bool value) { return Flag(value); }
-    template <class T> static std::string Show(const T& value) { return std::to_string(value); }
-};
+template <class R> Json RecordJson(const R& record);
 
-void ShowProperties(const std::vector<PI::CProperty>& list, size_t indent, std::string& text,
-                    Json& json) {
-    Rows rows;
+template <class T> Json MemberJson(const T& value) {
+    if constexpr (std::is_enum_v<T>)
+        return Json(static_cast<int>(value));
+    else if constexpr (std::is_base_of_v<RVX::Strings::CStringVar, T>)
+        return Json(value.Str());
+    else
+        return Json(value);
+}
+template <class T> Json MemberJson(const std::vector<T>& list) {
     Json array = Json::Array();
-    for (const PI::CProperty& p : list) {
-        const std::string name = PropertyName(p.PropertyID);
-        const std::string value = PropertyValue(p);
-        rows.emplace_back(name, value);
-        array.Push(Json::Object()
-                       .Set("id", static_cast<int>(p.PropertyID))
-                       .Set("name", name)
-                       .Set("kind", p.Type)
-                       .Set("value", value));
+    for (const T& element : list) {
+        if constexpr (std::is_arithmetic_v<T>)
+            array.Push(element);
+        else
+            array.Push(RecordJson(element));
     }
-    text += FormatRows(rows, indent);
-    json.Set("properties", std::move(array));
+    return array;
+}
+inline Json MemberJson(const PI::Records::TaskBase<const PI::CObject>& part) {
+    return RecordJson(part.Object);
 }
 
-// ---- One view per record class --------------------------------------------------
-
-Json ShowObject(const PI::CObject& o, std::string& text) {
-    text += "object " + std::to_string(o.ObjectID) + "  type " + TypeName(o.ObjectType) + "\n";
-    Json json =
-        Json::Object().Set("object_id", o.ObjectID).Set("type", static_cast<int>(o.ObjectType));
-    const NamedValue* type = FindByValue("_OBJECT_TYPE", "", o.ObjectType);
-    if (type != nullptr)
+void AddReadable(Json& json, const PI::CProperty& p) {
+    json.Set("name", PropertyName(p.PropertyID)).Set("value", PropertyValue(p));
+}
+void AddReadable(Json& json, const PI::CObject& o) {
+    if (const NamedValue* type = FindByValue("_OBJECT_TYPE", "", o.ObjectType))
         json.Set("type_name", type->name);
     const std::string icon = DriveIcon(o);
-    if (!icon.empty()) {
-        text += "  status icon  " + icon + "\n";
+    if (!icon.empty())
         json.Set("status_icon", icon);
+}
+void AddReadable(Json& json, const PI::CTask& t) {
+    json.Set("created", TimeText(t.Time1));
+}
+void AddReadable(Json& json, const PI::CDrive& d) {
+    json.Set("used", ReadableBytes(d.UsedSize));
+}
+void AddReadable(Json& json, const PI::CLogicalDrive& ld) {
+    SetUnitsName(json, ld.Units);
+    json.Set("size_text", SizeText(ld.Size, ld.Units));
+}
+void AddReadable(Json& json, const PI::CLevel& l) {
+    SetUnitsName(json, l.Units);
+    json.Set("size1_text", SizeText(l.Size1, l.Units));
+    json.Set("size2_text", SizeText(l.Size2, l.Units));
+}
+void AddReadable(Json& json, const PI::CEvent& e) {
+    Json placeholders = Json::Array();
+    for (unsigned int slot = 0; slot < PI::CEventRawAccess::SLOTS; ++slot) {
+        const std::string& stored = PI::CEventRawAccess::Stored(e, slot).Str();
+        std::string shown;
+        if (!stored.empty())
+            placeholders.Push(Placeholder(slot, stored, shown));
     }
+    json.Set("placeholders", std::move(placeholders));
+}
+template <class R> void AddReadable(Json&, const R&) {}
+
+template <class R> Json RecordJson(const R& record) {
+    Json json = Json::Object();
+    PI::Records::SchemaOf<R>::Fields(
+        [&](std::string_view name, const auto&, bool, PI::Records::EMatch, const auto& member) {
+            if constexpr (!std::is_pointer_v<std::decay_t<decltype(member)>>)
+                json.Set(std::string(name), MemberJson(member));
+        },
+        record);
+    AddReadable(json, record);
+    return json;
+}
+
+// ---- Text: one view per record class ------------------------------------------
+
+// The number and flag members that carry no meaning of their own (Attribute1,
+// Setting5, ...) and that the view does not show otherwise, where they differ
+// from a new record's: the text stays short.
+template <class R>
+Rows OtherMembers(const R& record, std::initializer_list<std::string_view> shown) {
+    Rows rows;
+    PI::Records::ForEachMember<R>([&](const auto& d) {
+        using D = std::decay_t<decltype(d.Default)>;
+        if constexpr (std::is_arithmetic_v<D>) {
+            const auto& value = d.Of(record);
+            using T = std::decay_t<decltype(value)>;
+            if (value == static_cast<T>(d.Default) ||
+                std::find(shown.begin(), shown.end(), d.Name) != shown.end())
+                return;
+            if constexpr (std::is_same_v<T, bool>)
+                rows.emplace_back(d.Name, value ? "yes" : "no");
+            else if constexpr (std::is_enum_v<T>)
+                rows.emplace_back(d.Name, std::to_string(static_cast<int>(value)));
+            else
+                rows.emplace_back(d.Name, std::to_string(value));
+        }
+    });
+    return rows;
+}
+
+Rows Join(Rows first, const Rows& second) {
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
+
+void ShowProperties(const std::vector<PI::CProperty>& list, size_t indent, std::string& text) {
+    Rows rows;
+    for (const PI::CProperty& p : list)
+        rows.emplace_back(PropertyName(p.PropertyID), PropertyValue(p));
+    text += FormatRows(rows, indent);
+}
+
+void Show(const PI::CObject& o, std::string& text) {
+    text += "object " + std::to_string(o.ObjectID) + "  type " + TypeName(o.ObjectType) + "\n";
+    const std::string icon = DriveIcon(o);
+    if (!icon.empty())
+        text += "  status icon  " + icon + "\n";
     Rows rows;
     if (!o.Parents.empty())
         rows.emplace_back("parents", Ids(o.Parents));
     if (!o.Children.empty())
         rows.emplace_back("children", Ids(o.Children));
-    json.Set("parents", IdList(o.Parents)).Set("children", IdList(o.Children));
-    const PI::CObject fresh;
-    Fields fields{std::move(rows), json};
-    fields.Add("Value64", o.Value64, fresh.Value64);
-    fields.Add("Flag", o.Flag, fresh.Flag);
-    text += FormatRows(fields.rows, 2);
-    ShowProperties(o.Properties, 2, text, json);
-    return json;
+    text += FormatRows(Join(rows, OtherMembers(o, {"ObjectID", "ObjectType"})), 2);
+    ShowProperties(o.Properties, 2, text);
 }
 
-Json ShowTask(const PI::CTask& t, std::string& text) {
+void Show(const PI::CTask& t, std::string& text) {
     text += "task \"" + t.Text1.Str() + "\" " + t.Text2.Str() + "\n";
-    Json json = Json::Object()
-                    .Set("text1", t.Text1.Str())
-                    .Set("text2", t.Text2.Str())
-                    .Set("text3", t.Text3.Str())
-                    .Set("time1", t.Time1)
-                    .Set("created", TimeText(t.Time1));
     Rows rows;
     if (!t.Text3.Str().empty())
         rows.emplace_back("Text3", Quoted(t.Text3.Str()));
     rows.emplace_back("created", TimeText(t.Time1));
-    PI::CTask fresh;
-    fresh.Time1 = t.Time1;
-    Fields fields{std::move(rows), json};
-    fields.Add("Attribute1", t.Attribute1, fresh.Attribute1);
-    fields.Add("Attribute2", t.Attribute2, fresh.Attribute2);
-    fields.Add("Time2", t.Time2, fresh.Time2);
-    fields.Add("Time3", t.Time3, fresh.Time3);
-    fields.Add("Attribute3", t.Attribute3, fresh.Attribute3);
-    fields.Add("Attribute4", t.Attribute4, fresh.Attribute4);
-    fields.Add("Attribute5", t.Attribute5, fresh.Attribute5);
-    fields.Add("Flag", t.Flag, fresh.Flag);
-    fields.Add("Attribute6", t.Attribute6, fresh.Attribute6);
-    fields.Add("Attribute7", t.Attribute7, fresh.Attribute7);
-    text += FormatRows(fields.rows, 2);
-    return json;
+    text += FormatRows(Join(rows, OtherMembers(t, {})), 2);
+    Show(static_cast<const PI::CObject&>(t), text);
 }
 
 // A drive piece in one line, as a container lists it.
@@ -396,275 +448,132 @@ std::string DriveLine(const PI::CDrive& d) {
            ShortBytes(d.UsedSize);
 }
 
-Json DriveJson(const PI::CDrive& d, std::string& text, size_t indent, bool detailed) {
-    Json json = Json::Object()
-                    .Set("object_id", d.ObjectID)
-                    .Set("start_address", d.StartAddress)
-                    .Set("used_size", d.UsedSize)
-                    .Set("used", ReadableBytes(d.UsedSize));
-    const PI::CDrive fresh;
-    Fields fields{{}, json};
-    fields.Add("Attribute1", d.Attribute1, fresh.Attribute1);
-    fields.Add("Attribute2", d.Attribute2, fresh.Attribute2);
-    fields.Add("Flag", d.Flag, fresh.Flag);
-    std::string details = FormatRows(fields.rows, indent + 2);
-    ShowProperties(d.Properties, indent + 2, details, json);
-    if (detailed) {
-        text += std::string(indent, ' ') + "drive " + std::to_string(d.ObjectID) + "  start " +
-                std::to_string(d.StartAddress) + "  used " + ReadableBytes(d.UsedSize) + "\n" +
-                details;
-    }
-    return json;
+void Show(const PI::CDrive& d, std::string& text, size_t indent = 0) {
+    text += std::string(indent, ' ') + "drive " + std::to_string(d.ObjectID) + "  start " +
+            std::to_string(d.StartAddress) + "  used " + ReadableBytes(d.UsedSize) + "\n" +
+            FormatRows(OtherMembers(d, {"ObjectID", "StartAddress", "UsedSize"}), indent + 2);
+    ShowProperties(d.Properties, indent + 2, text);
 }
 
-Json ShowContainer(const PI::CContainer& c, size_t number, std::string& text, bool detailed) {
-    Json drives = Json::Array();
-    std::string pieces, details;
-    for (const PI::CDrive& d : c.Drives) {
-        pieces += (pieces.empty() ? "" : ", ") + DriveLine(d);
-        drives.Push(DriveJson(d, details, 2, detailed));
-    }
-    if (detailed)
-        text += "container  " + std::to_string(c.Drives.size()) + " drive pieces\n" + details;
-    else
-        text += "  container " + std::to_string(number) + "  " + pieces + "\n";
-    return Json::Object().Set("drives", std::move(drives));
+void Show(const PI::CContainer& c, std::string& text) {
+    text += "container  " + std::to_string(c.Drives.size()) + " drive pieces\n";
+    for (const PI::CDrive& d : c.Drives)
+        Show(d, text, 2);
 }
 
-Json ShowLogicalDrive(const PI::CLogicalDrive& ld, size_t number, std::string& text) {
+void Show(const PI::CLogicalDrive& ld, std::string& text, size_t number = 0) {
     text +=
         "logical drive " + std::to_string(number) + "  size " + SizeText(ld.Size, ld.Units) + "\n";
-    Json json = Json::Object().Set("size", ld.Size);
-    SetUnits(json, ld.Units);
-    json.Set("size_text", SizeText(ld.Size, ld.Units));
-    Json containers = Json::Array();
-    for (size_t c = 0; c < ld.Containers.size(); ++c)
-        containers.Push(ShowContainer(ld.Containers[c], c, text, false));
+    for (size_t c = 0; c < ld.Containers.size(); ++c) {
+        std::string pieces;
+        for (const PI::CDrive& d : ld.Containers[c].Drives)
+            pieces += (pieces.empty() ? "" : ", ") + DriveLine(d);
+        text += "  container " + std::to_string(c) + "  " + pieces + "\n";
+    }
     text += "  hot spares  global " + Ids(ld.GHS) + "; dedicated " + Ids(ld.DHS) + "\n";
     if (!ld.ALD.empty())
         text += "  associated logical drives  " + Ids(ld.ALD) + "\n";
-    json.Set("containers", std::move(containers))
-        .Set("global_hot_spares", IdList(ld.GHS))
-        .Set("dedicated_hot_spares", IdList(ld.DHS))
-        .Set("associated_logical_drives", IdList(ld.ALD));
-    const PI::CLogicalDrive fresh;
-    Fields fields{{}, json};
-    fields.Add("Attribute1", ld.Attribute1, fresh.Attribute1);
-    fields.Add("Attribute2", ld.Attribute2, fresh.Attribute2);
-    text += FormatRows(fields.rows, 2);
-    ShowProperties(ld.Properties, 2, text, json);
-    return json;
+    text += FormatRows(OtherMembers(ld, {"Size", "Units"}), 2);
+    ShowProperties(ld.Properties, 2, text);
 }
 
-Json ShowLevel(const PI::CLevel& l, std::string& text) {
+void Show(const PI::CLevel& l, std::string& text) {
     std::string sizes;
-    Json stripes = Json::Array();
-    for (const int size : l.StripeSizes) {
+    for (const int size : l.StripeSizes)
         sizes += (sizes.empty() ? "" : ", ") + std::to_string(size);
-        stripes.Push(size);
-    }
     text += "level " + std::to_string(l.Attribute0) + "  stripe sizes " +
             (sizes.empty() ? "none" : sizes) + "\n";
-    Json json = Json::Object().Set("attribute0", l.Attribute0).Set("stripe_sizes", stripes);
-    json.Set("size1", l.Size1).Set("size1_text", SizeText(l.Size1, l.Units));
-    json.Set("size2", l.Size2).Set("size2_text", SizeText(l.Size2, l.Units));
-    SetUnits(json, l.Units);
-    Rows rows;
-    rows.emplace_back("Size1", SizeText(l.Size1, l.Units));
-    rows.emplace_back("Size2", SizeText(l.Size2, l.Units));
-    rows.emplace_back("Units", UnitsText(l.Units));
-    const PI::CLevel fresh;
-    Fields fields{std::move(rows), json};
-    fields.Add("Attribute1", l.Attribute1, fresh.Attribute1);
-    fields.Add("Attribute2", l.Attribute2, fresh.Attribute2);
-    fields.Add("Attribute3", l.Attribute3, fresh.Attribute3);
-    fields.Add("Attribute4", l.Attribute4, fresh.Attribute4);
-    fields.Add("Attribute5", l.Attribute5, fresh.Attribute5);
-    fields.Add("Attribute6", l.Attribute6, fresh.Attribute6);
-    fields.Add("Attribute7", l.Attribute7, fresh.Attribute7);
-    fields.Add("Flag", l.Flag, fresh.Flag);
-    fields.Add("Attribute8", l.Attribute8, fresh.Attribute8);
-    text += FormatRows(fields.rows, 2);
-    ShowProperties(l.Properties, 2, text, json);
-    return json;
+    const Rows rows{{"Size1", SizeText(l.Size1, l.Units)},
+                    {"Size2", SizeText(l.Size2, l.Units)},
+                    {"Units", UnitsText(l.Units)}};
+    text += FormatRows(Join(rows, OtherMembers(l, {"Attribute0", "Size1", "Size2", "Units"})), 2);
+    ShowProperties(l.Properties, 2, text);
 }
 
-Json ShowMigration(const PI::CMigration& m, std::string& text) {
+void Show(const PI::CMigration& m, std::string& text) {
     text += "migration  Attribute1 " + std::to_string(m.Attribute1) + "  Attribute2 " +
             std::to_string(m.Attribute2) + "  Attribute3 " + std::to_string(m.Attribute3) + "\n";
-    Json json = Json::Object()
-                    .Set("attribute1", m.Attribute1)
-                    .Set("attribute2", m.Attribute2)
-                    .Set("attribute3", m.Attribute3);
-    ShowProperties(m.Properties, 2, text, json);
-    return json;
+    ShowProperties(m.Properties, 2, text);
 }
 
-Json ShowPartition(const PI::CPartition& p, std::string& text) {
+void Show(const PI::CPartition& p, std::string& text) {
     text += "partition  " + Quoted(p.Text1) + "  " + Quoted(p.Text2) + "\n";
-    Json json = Json::Object().Set("text1", p.Text1).Set("text2", p.Text2);
-    Rows rows;
-    rows.emplace_back("Attribute1", std::to_string(p.Attribute1));
-    rows.emplace_back("Attribute2", std::to_string(p.Attribute2));
-    rows.emplace_back("Attribute3", std::to_string(p.Attribute3));
-    json.Set("attribute1", p.Attribute1)
-        .Set("attribute2", p.Attribute2)
-        .Set("attribute3", p.Attribute3);
-    text += FormatRows(rows, 2);
-    return json;
+    text += FormatRows({{"Attribute1", std::to_string(p.Attribute1)},
+                        {"Attribute2", std::to_string(p.Attribute2)},
+                        {"Attribute3", std::to_string(p.Attribute3)}},
+                       2);
 }
 
-Json ShowPassThrough(const PI::CPassThrough& p, std::string& text) {
+void Show(const PI::CPassThrough& p, std::string& text) {
     char hex[32];
     std::snprintf(hex, sizeof hex, "0x%llX", p.Value);
     text += "pass-through  value " + std::to_string(p.Value) + " (" + hex + ")\n";
-    return Json::Object().Set("value", p.Value);
 }
 
-// A placeholder as stored: "T:" and a text, "I:" and a language-string
-// number, or anything else.
-Json Placeholder(unsigned int slot, const std::string& stored, std::string& shown) {
-    Json json = Json::Object().Set("slot", slot + 1).Set("stored", stored);
-    if (stored.size() >= 2 && stored[1] == ':' && stored[0] == 'T') {
-        shown = Quoted(stored.substr(2));
-        json.Set("text", stored.substr(2));
-        return json;
-    }
-    unsigned long id = 0;
-    char* end = nullptr;
-    if (stored.size() >= 3 && stored[1] == ':' && stored[0] == 'I')
-        id = std::strtoul(stored.c_str() + 2, &end, 10);
-    if (end != nullptr && *end == '\0' && id <= UINT32_MAX) {
-        shown = "string " + std::to_string(id);
-        json.Set("string_id", static_cast<unsigned long long>(id));
-    } else {
-        shown = stored;
-    }
-    return json;
-}
-
-Json ShowEvent(const PI::CEvent& e, std::string& text) {
+void Show(const PI::CEvent& e, std::string& text) {
     text += "event " + std::to_string(e.Scalar1) + "  code " + std::to_string(e.Scalar2);
-    Json json = Json::Object().Set("scalar1", e.Scalar1).Set("code", e.Scalar2);
-    Json placeholders = Json::Array();
     for (unsigned int slot = 0; slot < PI::CEventRawAccess::SLOTS; ++slot) {
         const std::string& stored = PI::CEventRawAccess::Stored(e, slot).Str();
+        std::string shown;
         if (stored.empty())
             continue;
-        std::string shown;
-        placeholders.Push(Placeholder(slot, stored, shown));
+        Placeholder(slot, stored, shown);
         text += "  " + shown;
     }
     text += "\n";
-    json.Set("placeholders", std::move(placeholders));
     Rows rows;
     for (const auto& [name, value] :
          {std::pair<const char*, const std::string*>{"Text1", &e.Text1.Str()},
           {"Text2", &e.Text2.Str()},
           {"Text3", &e.Text3.Str()}}) {
-        json.Set(Fields::Lower(name), *value);
         if (!value->empty())
             rows.emplace_back(name, Quoted(*value));
     }
-    const PI::CEvent fresh;
-    Fields fields{std::move(rows), json};
-    fields.Add("Scalar3", e.Scalar3, fresh.Scalar3);
-    fields.Add("Scalar4", e.Scalar4, fresh.Scalar4);
-    fields.Add("Scalar5", e.Scalar5, fresh.Scalar5);
-    fields.Add("Scalar6", e.Scalar6, fresh.Scalar6);
-    text += FormatRows(fields.rows, 2);
-    return json;
+    text += FormatRows(Join(rows, OtherMembers(e, {"Scalar1", "Scalar2"})), 2);
 }
 
-template <class R, class View>
-void ShowList(const std::vector<R>& list, const char* key, Json& json, std::string& text,
-              View view) {
-    Json array = Json::Array();
-    for (size_t k = 0; k < list.size(); ++k)
-        array.Push(view(list[k], k, text));
-    json.Set(key, std::move(array));
+void Show(const PI::CProperty& p, std::string& text) {
+    ShowProperties({p}, 0, text);
 }
 
-void ShowOperation(const PI::COperation& op, std::string& text, Json& json) {
+void Show(const PI::COperation& op, std::string& text) {
     text += "operation  " + std::to_string(op.Objects.size()) + " objects, " +
             std::to_string(op.LogicalDrives.size()) + " logical drives, " +
             std::to_string(op.Events.size()) + " events\n";
-    Json own = Json::Object();
-    const PI::COperation fresh;
-    Fields fields{{}, own};
-    fields.Add("Attribute1", op.Attribute1, fresh.Attribute1);
-    fields.Add("Attribute2", op.Attribute2, fresh.Attribute2);
-    fields.Add("Attribute3", op.Attribute3, fresh.Attribute3);
-    fields.Add("Setting1", op.Setting1, fresh.Setting1);
-    fields.Add("Setting2", op.Setting2, fresh.Setting2);
-    fields.Add("Setting3", op.Setting3, fresh.Setting3);
-    fields.Add("Setting4", op.Setting4, fresh.Setting4);
-    fields.Add("Setting5", op.Setting5, fresh.Setting5);
-    fields.Add("Setting6", op.Setting6, fresh.Setting6);
-    fields.Add("Setting7", op.Setting7, fresh.Setting7);
-    fields.Add("Setting8", op.Setting8, fresh.Setting8);
-    fields.Add("Flag", op.Flag, fresh.Flag);
-    fields.Add("Setting9", op.Setting9, fresh.Setting9);
-    text += FormatRows(fields.rows, 2);
-    json.Set("fields", std::move(own));
-    ShowList(op.Objects, "objects", json, text,
-             [](const PI::CObject& o, size_t, std::string& t) { return ShowObject(o, t); });
-    ShowList(op.LogicalDrives, "logical_drives", json, text,
-             [](const PI::CLogicalDrive& ld, size_t k, std::string& t) {
-                 return ShowLogicalDrive(ld, k, t);
-             });
-    ShowList(op.Levels, "levels", json, text,
-             [](const PI::CLevel& l, size_t, std::string& t) { return ShowLevel(l, t); });
-    ShowList(op.Migrations, "migrations", json, text,
-             [](const PI::CMigration& m, size_t, std::string& t) { return ShowMigration(m, t); });
-    ShowList(op.Partitions, "partitions", json, text,
-             [](const PI::CPartition& p, size_t, std::string& t) { return ShowPartition(p, t); });
-    ShowList(
-        op.PassThroughs, "pass_throughs", json, text,
-        [](const PI::CPassThrough& p, size_t, std::string& t) { return ShowPassThrough(p, t); });
+    text += FormatRows(OtherMembers(op, {}), 2);
+    for (const PI::CObject& o : op.Objects)
+        Show(o, text);
+    for (size_t k = 0; k < op.LogicalDrives.size(); ++k)
+        Show(op.LogicalDrives[k], text, k);
+    for (const PI::CLevel& l : op.Levels)
+        Show(l, text);
+    for (const PI::CMigration& m : op.Migrations)
+        Show(m, text);
+    for (const PI::CPartition& p : op.Partitions)
+        Show(p, text);
+    for (const PI::CPassThrough& p : op.PassThroughs)
+        Show(p, text);
     if (!op.Properties.empty()) {
         text += "operation properties\n";
-        ShowProperties(op.Properties, 2, text, json);
-    } else {
-        json.Set("properties", Json::Array());
+        ShowProperties(op.Properties, 2, text);
     }
-    ShowList(op.Events, "events", json, text,
-             [](const PI::CEvent& e, size_t, std::string& t) { return ShowEvent(e, t); });
+    for (const PI::CEvent& e : op.Events)
+        Show(e, text);
 }
 
 } // namespace
 
+// The text as a person reads it; the JSON holds the record under its class
+// name with every member by its interchange name.
 Result ShowRecord(const PI::AnyRecord& record) {
     Result result;
-    std::string& text = result.text;
-    Json json = Json::Object().Set("class", PI::RecordClassName(PI::RecordClassOf(record)));
-    if (const auto* op = std::get_if<PI::COperation>(&record)) {
-        ShowOperation(*op, text, json);
-    } else if (const auto* o = std::get_if<PI::CObject>(&record)) {
-        json.Set("object", ShowObject(*o, text));
-    } else if (const auto* t = std::get_if<PI::CTask>(&record)) {
-        json.Set("task", ShowTask(*t, text));
-        json.Set("object", ShowObject(*t, text));
-    } else if (const auto* d = std::get_if<PI::CDrive>(&record)) {
-        json.Set("drive", DriveJson(*d, text, 0, true));
-    } else if (const auto* c = std::get_if<PI::CContainer>(&record)) {
-        json.Set("container", ShowContainer(*c, 0, text, true));
-    } else if (const auto* ld = std::get_if<PI::CLogicalDrive>(&record)) {
-        json.Set("logical_drive", ShowLogicalDrive(*ld, 0, text));
-    } else if (const auto* l = std::get_if<PI::CLevel>(&record)) {
-        json.Set("level", ShowLevel(*l, text));
-    } else if (const auto* m = std::get_if<PI::CMigration>(&record)) {
-        json.Set("migration", ShowMigration(*m, text));
-    } else if (const auto* p = std::get_if<PI::CPartition>(&record)) {
-        json.Set("partition", ShowPartition(*p, text));
-    } else if (const auto* pt = std::get_if<PI::CPassThrough>(&record)) {
-        json.Set("pass_through", ShowPassThrough(*pt, text));
-    } else if (const auto* e = std::get_if<PI::CEvent>(&record)) {
-        json.Set("event", ShowEvent(*e, text));
-    } else if (const auto* property = std::get_if<PI::CProperty>(&record)) {
-        ShowProperties({*property}, 0, text, json);
-    }
-    result.json = std::move(json);
+    std::visit(
+        [&](const auto& r) {
+            const char* name = PI::RecordClassName(PI::RecordClassOf(record));
+            Show(r, result.text);
+            result.json = Json::Object().Set("class", name).Set(name, RecordJson(r));
+        },
+        record);
     return result;
 }
 

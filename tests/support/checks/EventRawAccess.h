@@ -1,4 +1,4 @@
 #pragma once
 
 // The tests and fuzz checks reach the placeholders as the library does.
-#include <PI/EventRawAccess.h>
+#include <PI/Internal/EventRawAccess.h>
