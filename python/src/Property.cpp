@@ -2,6 +2,7 @@
 // set_*/get_* methods for each kind.
 #include "Fields.h"
 
+#include <PI/Internal/RecordDescription.h>
 #include <PI/Property.h>
 #include <RVX/Markup.h>
 
@@ -9,6 +10,7 @@
 #include <cmath>
 #include <limits>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace pibind {
@@ -262,24 +264,29 @@ and the block (``data``) change only through the setters.)doc");
             }),
             py::arg("id") = 1, py::arg("flag") = false,
             "PropertyID and SecondaryID take id, Flag takes flag.");
-    EnumField(cls, "PropertyID", &CProperty::PropertyID, "PropertyID");
-    IntField(cls, "SecondaryID", &CProperty::SecondaryID);
-    IntField(cls, "Attribute1", &CProperty::Attribute1);
-    IntField(cls, "Attribute2", &CProperty::Attribute2);
-    IntField(cls, "Attribute3", &CProperty::Attribute3);
-    IntField(cls, "Attribute4", &CProperty::Attribute4);
-    IntField(cls, "Attribute5", &CProperty::Attribute5);
-    cls.def_property_readonly("Type",
-                              [](const CProperty& p) { return ToEnum("ValueType", p.Type); });
-    IntField(cls, "SubType", &CProperty::SubType);
-    IntField(cls, "Flag", &CProperty::Flag);
-    IntField(cls, "Attribute6", &CProperty::Attribute6);
-    IntField(cls, "Flag2", &CProperty::Flag2);
-    IntField(cls, "Attribute7", &CProperty::Attribute7);
-    IntField(cls, "Attribute8", &CProperty::Attribute8);
-    IntField(cls, "SelectionMask", &CProperty::SelectionMask);
-    cls.def_readonly("DataSize", &CProperty::DataSize);
-    cls.def_readonly("SplitSize", &CProperty::SplitSize);
+    // The members from the record description; Type and the block's sizes
+    // are read-only, since only the setters may change a property's kind.
+    PI::Records::ForEachMember<CProperty>([&](const auto& d) {
+        using M = std::decay_t<decltype(d)>;
+        using T = std::decay_t<decltype(std::declval<CProperty&>().*M::Pointer)>;
+        const char* name = d.Name.data();
+        if constexpr (std::is_same_v<
+                          std::integral_constant<std::remove_const_t<decltype(M::Pointer)>,
+                                                 M::Pointer>,
+                          std::integral_constant<decltype(&CProperty::Type), &CProperty::Type>>) {
+            cls.def_property_readonly(
+                name, [](const CProperty& p) { return ToEnum("ValueType", p.Type); });
+        } else if constexpr (std::is_enum_v<T>) {
+            EnumField(cls, name, M::Pointer, "PropertyID");
+        } else if constexpr (std::is_pointer_v<T>) {
+            // the block itself is `data` and `value`
+        } else if constexpr (std::is_same_v<std::decay_t<decltype(d.Default)>,
+                                            PI::Records::Block>) {
+            cls.def_readonly(name, M::Pointer);
+        } else {
+            IntField(cls, name, M::Pointer);
+        }
+    });
     cls.def_property_readonly("data", &Block, "The encoded value block as bytes, or None.");
     cls.def_property("value", &GetValue, &SetValue, "The value in Python's terms (see the class).");
 
