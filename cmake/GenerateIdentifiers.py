@@ -16,9 +16,9 @@
 Which names become which Python names is decided here, once:
   enumerations    _OBJECT_TYPE -> ObjectType, _UNITS -> Units, _SEVERITY ->
                   Severity, _PROPERTY_ID -> PropertyID, _VALUE_TYPE ->
-                  ValueType, _SENSE_DECODE -> SenseDecode; the members lose
-                  the prefix in ENUMS (OBJECT_TYPE_, UNITS_, SEVERITY_, none,
-                  VT_, SENSE_).
+                  ValueType, _SENSE_DECODE -> SenseDecode, _HEALTH -> Health;
+                  the members lose the prefix in ENUMS (OBJECT_TYPE_, UNITS_,
+                  SEVERITY_, none, VT_, SENSE_, HEALTH_).
   constants       RESULT_* -> Result, EXCEPTION_* -> ExceptionCode (the value
                   computed as MakeExceptionCode does), PD_STATE_* -> PDState,
                   MEDIA_TYPE_* -> MediaType, POWER_STATE_* -> PowerState, each
@@ -41,6 +41,7 @@ ENUMS = {
     "_SENSE_DECODE": ("SenseDecode", "SENSE_"),
     "_SENSE_KEY_SPECIFIC": ("SenseKeySpecificKind", "SKS_"),
     "_SENSE_DESCRIPTOR": ("SenseDescriptorType", "SENSE_DESC_"),
+    "_HEALTH": ("Health", "HEALTH_"),
 }
 # (prefix of the C++ name, Python class, the part of the prefix dropped)
 CONSTANT_GROUPS = [
@@ -60,6 +61,7 @@ DOCS = {
     "SenseDecode": "Why a raw sense buffer could not be decoded.",
     "SenseKeySpecificKind": "What the sense-key specific bytes mean.",
     "SenseDescriptorType": "Descriptor types of descriptor-format sense data that are decoded.",
+    "Health": "The health of an object, as GetObjectHealth judges it.",
     "Result": "Result codes of the library.",
     "ExceptionCode": "Codes of the exceptions the library raises.",
     "PDState": "Physical drive states, as GetPDStatusIcon takes them.",

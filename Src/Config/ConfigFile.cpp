@@ -135,24 +135,36 @@ bool IsMissing(const boost::filesystem::path& path) {
     return boost::filesystem::status(path, error).type() == boost::filesystem::file_not_found;
 }
 
-enum class Locking { Locked, NoFile, Refused };
+// Why this thread's last write failed, for GetLastConfigWriteFailure.
+thread_local CConfigFailure t_LastWriteFailure;
 
-// The platform refused the file itself (no regular file, an untrusted link,
-// not writable...): the write fails with its result code, nothing changed.
-bool IsRefusal() {
+void NoteFailure(unsigned int code, std::string text) {
+    t_LastWriteFailure.Code = code;
+    t_LastWriteFailure.Text.swap(text);
+}
+
+// The exception being handled, as the failure of this thread's write.
+void NoteCurrentException() {
     try {
         throw;
     } catch (const RVX::Exceptions::CException& e) {
-        return RVX::INI_Files::IsRefusedFile(e.GetCode());
+        NoteFailure(e.GetCode(), e.GetDetail().empty() ? e.what() : e.GetDetail());
+    } catch (const std::exception& e) {
+        NoteFailure(0, e.what());
     } catch (...) {
-        return false;
+        NoteFailure(0, "an unknown failure");
     }
 }
 
-// Takes the file lock. A missing file is created and locked when `create`
-// is set; otherwise nothing is locked, not even a lock file is left behind,
-// and the result is NoFile. A file that the platform refuses gives Refused.
-// A second failure to lock reaches the caller.
+enum class Locking { Locked, NoFile };
+
+// Takes the file lock and loads the file for the update. When the first
+// attempt fails, a missing file is created (when `create` is set; otherwise
+// nothing is locked, not even a lock file is left behind, and the result is
+// NoFile) and the lock is tried once more. A failure of that second attempt
+// is not caught: whatever the reason (no directory, no permission to read or
+// write the file, a file that the platform refuses), it reaches the caller
+// as the platform's exception.
 Locking LockForWrite(CIniFile& ini, const boost::filesystem::path& path, bool create) {
     if (!create && IsMissing(path))
         return Locking::NoFile;
@@ -160,24 +172,14 @@ Locking LockForWrite(CIniFile& ini, const boost::filesystem::path& path, bool cr
         ini.Lock(path.string(), RVX::INI_Files::INI_WAIT_FOREVER);
         return Locking::Locked;
     } catch (...) {
-        const bool refused = IsRefusal();
         CThrowState::ContinueException(Here(__LINE__));
-        if (refused)
-            return Locking::Refused;
     }
     if (IsMissing(path)) {
         if (!create)
             return Locking::NoFile; // removed by hand since the first look
         CreateEmptyFile(path);
     }
-    try {
-        ini.Lock(path.string(), RVX::INI_Files::INI_WAIT_FOREVER);
-    } catch (...) {
-        if (!IsRefusal())
-            throw;
-        CThrowState::ContinueException(Here(__LINE__));
-        return Locking::Refused;
-    }
+    ini.Lock(path.string(), RVX::INI_Files::INI_WAIT_FOREVER);
     return Locking::Locked;
 }
 
@@ -199,6 +201,7 @@ template <class Edit> unsigned ChangeAndFlush(CIniFile& ini, Edit&& edit) {
         ini.Flush(FLUSH_TIMEOUT);
         return RESULT_SUCCESS;
     } catch (...) {
+        NoteCurrentException();
         CThrowState::ContinueException(Here(__LINE__));
         RemoveLockFile(ini);
         return RESULT_NOT_FOUND;
@@ -243,35 +246,53 @@ boost::filesystem::path CConfigFile::GetFilePath() {
 
 unsigned CConfigFile::ReadKeyValue(const std::string& key, std::string& value, int first,
                                    int second) {
-    RVX::Threading::CSyncGuard guard(m_Lock);
-    value.clear();
-    return ReadScoped(NumberSection(first, second), key, value);
+    std::string from;
+    return ReadKeyValue(key, value, first, second, from);
 }
 
 unsigned CConfigFile::ReadKeyValue(const std::string& key, std::string& value,
                                    const std::string& name) {
+    std::string from;
+    return ReadKeyValue(key, value, name, from);
+}
+
+unsigned CConfigFile::ReadKeyValue(const std::string& key, std::string& value, int first,
+                                   int second, std::string& from) {
     RVX::Threading::CSyncGuard guard(m_Lock);
     value.clear();
-    return ReadScoped(NamedSection(name), key, value);
+    from.clear();
+    return ReadScoped(NumberSection(first, second), key, value, from);
+}
+
+unsigned CConfigFile::ReadKeyValue(const std::string& key, std::string& value,
+                                   const std::string& name, std::string& from) {
+    RVX::Threading::CSyncGuard guard(m_Lock);
+    value.clear();
+    from.clear();
+    return ReadScoped(NamedSection(name), key, value, from);
 }
 
 unsigned CConfigFile::ReadScoped(const std::string& section, const std::string& key,
-                                 std::string& value) {
+                                 std::string& value, std::string& from) {
     RVX::Threading::CThrowStateGuard state;
     CIniFile ini;
     if (!ReadFile(ini, m_FilePath))
         return RESULT_CONFIG_NOT_READ;
     if (section != DEFAULT_SECTION) {
         try {
-            if (Lookup(ini, section, key, value))
+            if (Lookup(ini, section, key, value)) {
+                from = section;
                 return RESULT_SUCCESS;
+            }
         } catch (...) {
             CThrowState::ContinueException(Here(__LINE__));
         }
     }
     try {
-        if (Lookup(ini, DEFAULT_SECTION, key, value))
+        if (Lookup(ini, DEFAULT_SECTION, key, value)) {
+            from = DEFAULT_SECTION;
             return RESULT_SUCCESS;
+        }
     } catch (...) {
         CThrowState::EndException(Here(__LINE__));
     }
@@ -329,22 +350,21 @@ unsigned CConfigFile::WriteSectionKeyValue(const std::string& section, const std
 unsigned CConfigFile::WriteOne(const std::string& section, const std::string& key,
                                const std::string& value, Change change) {
     RVX::Threading::CThrowStateGuard state;
-    if (m_FilePath.empty())
+    NoteFailure(0, std::string());
+    if (m_FilePath.empty()) {
+        NoteFailure(0, "no configuration file was named");
         return RESULT_NOT_FOUND; // SetFileName was never called
+    }
     const bool removal = change == Change::RemoveKey;
-    if (removal && key.empty())
-        return RESULT_NOT_FOUND; // names no key; never taken for the whole section
+    if (removal && key.empty()) {
+        NoteFailure(0, "no key was named");
+        return RESULT_NOT_FOUND; // never taken for the whole section
+    }
     // Declared outside the try: the lock must still be held while a failed
     // write removes the lock file.
     CIniFile ini;
-    switch (LockForWrite(ini, m_FilePath, !removal)) {
-    case Locking::NoFile:
+    if (LockForWrite(ini, m_FilePath, !removal) == Locking::NoFile)
         return RESULT_SUCCESS; // no file, so no key to remove
-    case Locking::Refused:
-        return RESULT_NOT_FOUND;
-    case Locking::Locked:
-        break;
-    }
     return ChangeAndFlush(ini, [&] {
         if (removal)
             ini[section][key].Remove();
@@ -356,11 +376,13 @@ unsigned CConfigFile::WriteOne(const std::string& section, const std::string& ke
 unsigned CConfigFile::WriteKeyValueList(const std::vector<CConfigValue>& items) {
     RVX::Threading::CSyncGuard guard(m_Lock);
     RVX::Threading::CThrowStateGuard state;
-    if (m_FilePath.empty())
+    NoteFailure(0, std::string());
+    if (m_FilePath.empty()) {
+        NoteFailure(0, "no configuration file was named");
         return RESULT_NOT_FOUND;
+    }
     CIniFile ini;
-    if (LockForWrite(ini, m_FilePath, true) != Locking::Locked)
-        return RESULT_NOT_FOUND;
+    (void)LockForWrite(ini, m_FilePath, true); // Locked, or it raised
     return ChangeAndFlush(ini, [&] {
         for (const CConfigValue& item : items)
             if (!item.Name.empty())
@@ -381,6 +403,10 @@ unsigned CConfigFile::DeleteKeyValue(const std::string& key, const std::string& 
 unsigned CConfigFile::DeleteSectionKeyValue(const std::string& section, const std::string& key) {
     RVX::Threading::CSyncGuard guard(m_Lock);
     return WriteOne(section, key, std::string(), Change::RemoveKey);
+}
+
+CConfigFailure GetLastConfigWriteFailure() {
+    return t_LastWriteFailure;
 }
 
 unsigned CConfigFile::ReadSection(const std::string& section, std::vector<CConfigValue>& items) {

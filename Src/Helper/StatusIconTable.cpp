@@ -483,6 +483,10 @@ int FindPDStatusIcon(int state, bool ssd, bool powerSave, bool overlay, bool for
     return IndexedIcon(state, ssd, powerSave, overlay, foreign);
 }
 
+bool IsListedPDState(int state) noexcept {
+    return StateClass(state) != kOkStateClass;
+}
+
 const PDStatusRow* PDStatusRows(size_t& count) {
     count = kPDStatusRowCount;
     return kPDStatusRows;

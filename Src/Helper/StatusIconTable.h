@@ -28,4 +28,8 @@ extern const PDStatusRow kPDStatusRows[kPDStatusRowCount];
 // the ok image of a rotating disk with the drive's overlay and foreign marks.
 int FindPDStatusIcon(int state, bool ssd, bool powerSave, bool overlay, bool foreign) noexcept;
 
+// True for the drive states that choose an image family of their own; every
+// other state is shown as an ok drive whatever it means.
+bool IsListedPDState(int state) noexcept;
+
 } // namespace PI

@@ -9,9 +9,34 @@
 // "DefaultConfig" for common values and as the fallback of scoped reads.
 //
 // Results: 0 success; RESULT_CONFIG_NOT_READ (20014) from reads when the
-// value is not found or the file cannot be read; RESULT_NOT_FOUND (20000)
-// from writes and removals that failed, the file then being unchanged.
-// Outputs are emptied first. Keys and section names are case-sensitive.
+// value is not found or the file cannot be read. Outputs are emptied first.
+// Keys and section names are case-sensitive.
+//
+// Writes and removals (WriteKeyValue, WriteSectionKeyValue,
+// WriteKeyValueList, DeleteKeyValue, DeleteSectionKeyValue) fail in one of
+// two ways, and the file is unchanged after either:
+//
+//  - They raise the platform's exception (RVX::Exceptions::CException, its
+//    code one of RVX::INI_Files' INI_ERROR_*) when the file cannot be locked
+//    and loaded for the update. The lock is tried twice (a missing file is
+//    created in between) and the second failure is not caught: a missing
+//    directory, a file that cannot be created, a file the caller may not
+//    read or may not write ("read-only"), no regular file (a FIFO, device or
+//    directory), a file beyond the size limit, a file with more than one
+//    hard link, a symlink that others control, a lock file that cannot be
+//    made or is no regular file. RVX::INI_Files::RefusalName(code) names
+//    the rule of a refusal; GetDetail() says why, naming the path. A lock
+//    file that the failed attempt created is gone again.
+//
+//  - They return RESULT_NOT_FOUND (20000) when the update itself fails after
+//    the file was locked: a key, value or section name that the file cannot
+//    hold (a NUL byte; a section name with "]" or a line break, or blanks at
+//    either end), a rewrite that would grow the file beyond the size limit,
+//    a rewrite that cannot keep the file's owner and group, or a system
+//    call failing while the new file is written; the lock file is removed.
+//    Also without touching the file: no file was named (SetFileName or
+//    SetFilePath never called), or a removal names no key.
+//    GetLastConfigWriteFailure tells which.
 
 #include "PI/Export.h"
 
@@ -37,6 +62,18 @@ struct PI_API CConfigSection {
     std::vector<CConfigValue> Values;
 };
 
+// Why a write or removal returned RESULT_NOT_FOUND: the code of the
+// platform's exception behind it (RVX::INI_Files' INI_ERROR_*, 0 when no
+// exception was behind it) and what went wrong, in words.
+struct PI_API CConfigFailure {
+    unsigned int Code = 0;
+    std::string Text;
+};
+
+// The failure of the last write or removal made by this thread, through any
+// CConfigFile; Code 0 and an empty Text after one that did not fail this way.
+PI_API CConfigFailure GetLastConfigWriteFailure();
+
 class PI_API CConfigFile {
 public:
     CConfigFile();
@@ -52,19 +89,20 @@ public:
 
     unsigned ReadKeyValue(const std::string& key, std::string& value, int first, int second);
     unsigned ReadKeyValue(const std::string& key, std::string& value, const std::string& name);
+    // The same, and `from` names the section the value was read from: the
+    // scope's own, or "DefaultConfig" when the read fell back to it; empty
+    // when nothing was found.
+    unsigned ReadKeyValue(const std::string& key, std::string& value, int first, int second,
+                          std::string& from);
+    unsigned ReadKeyValue(const std::string& key, std::string& value, const std::string& name,
+                          std::string& from);
     unsigned ReadSectionKeyValue(const std::string& section, const std::string& key,
                                  std::string& value);
     unsigned ReadKeyValueList(std::vector<CConfigValue>& items);
 
-    // An empty key removes the whole section. A missing file is created;
-    // when the file can then still not be locked (no such directory, no
-    // permission, a bad lock file), the platform's exception
-    // (RVX::Exceptions::CException) reaches the caller. A file that the
-    // platform refuses to rewrite (no regular file, too large, an untrusted
-    // symlink, not writable by the caller, an owner or group that cannot be
-    // kept, several hard links: see RVX/IniFiles.h) gives RESULT_NOT_FOUND
-    // and stays as it was. Every key and value without a NUL byte reads back
-    // byte for byte.
+    // An empty key removes the whole section. A missing file is created.
+    // Failures: see the top of this header. Every key and value without a
+    // NUL byte reads back byte for byte.
     unsigned WriteKeyValue(const std::string& key, const std::string& value, int first, int second);
     unsigned WriteKeyValue(const std::string& key, const std::string& value,
                            const std::string& name);
@@ -101,7 +139,8 @@ private:
     // the key and leaves a missing file missing.
     enum class Change { Write, RemoveKey };
 
-    unsigned ReadScoped(const std::string& section, const std::string& key, std::string& value);
+    unsigned ReadScoped(const std::string& section, const std::string& key, std::string& value,
+                        std::string& from);
     unsigned WriteOne(const std::string& section, const std::string& key, const std::string& value,
                       Change change = Change::Write);
 

@@ -26,9 +26,16 @@ constexpr unsigned int EXCEPTION_INDEX_OUT_OF_RANGE = MakeExceptionCode(1);
 constexpr unsigned int EXCEPTION_INVALID_DATA = MakeExceptionCode(3);
 constexpr unsigned int EXCEPTION_WRONG_TYPE = MakeExceptionCode(4);
 
-// Kinds of managed objects.
+// Kinds of managed objects. Each kind that has properties of its own is
+// named as the group of its property names (PHYSICAL_DRIVE_*, FILE_LOG_*,
+// RBAC_*, ...). The numbers are stored and exchanged as they are.
 enum _OBJECT_TYPE : int {
+    OBJECT_TYPE_HOST = 19001,
+    OBJECT_TYPE_SYSTEM = 19002,
+    OBJECT_TYPE_OPERATING_SYSTEM = 19003,
+    OBJECT_TYPE_RAID_MANAGER = 19004, // the management agent itself
     OBJECT_TYPE_TASK = 19005,
+    OBJECT_TYPE_PLUGIN = 19006, // a controller plug-in of the agent
     // The eight controller kinds.
     OBJECT_TYPE_ADAPTER_1 = 19007,
     OBJECT_TYPE_ADAPTER_2 = 19009,
@@ -38,6 +45,21 @@ enum _OBJECT_TYPE : int {
     OBJECT_TYPE_ADAPTER_6 = 19038,
     OBJECT_TYPE_ADAPTER_7 = 19039,
     OBJECT_TYPE_ADAPTER_8 = 19042,
+    OBJECT_TYPE_CHANNEL = 19008,
+    OBJECT_TYPE_ENCLOSURE = 19011,
+    OBJECT_TYPE_BATTERY = 19013,
+    OBJECT_TYPE_FAN = 19014,
+    OBJECT_TYPE_POWER_SUPPLY = 19015,
+    OBJECT_TYPE_PROCESSOR = 19016,
+    OBJECT_TYPE_TEMPERATURE_SENSOR = 19017,
+    OBJECT_TYPE_LOGICAL_DRIVE = 19019,
+    OBJECT_TYPE_PHYSICAL_DRIVE = 19020,
+    // Where events are logged.
+    OBJECT_TYPE_FILE_LOG = 19021,
+    OBJECT_TYPE_MAIL_LOG = 19022,
+    // The access settings: role-based access and single sign-on.
+    OBJECT_TYPE_RBAC = 19023,
+    OBJECT_TYPE_SSO = 19024,
 };
 
 // Size units; each step is a factor of 1024. The numbers are stored and
@@ -60,7 +82,10 @@ enum _SEVERITY : int {
 };
 
 // Enumerated property values: physical drive states, grouped by the status
-// image that each selects.
+// image that each selects. PD_STATE_OK is the state of a drive in service
+// with nothing to report; it selects the ok image, as every state that is not
+// named below does.
+constexpr int PD_STATE_OK = 40001;
 constexpr int PD_STATE_WARNING = 40180;
 constexpr int PD_STATE_OPERATION_1 = 40093;
 constexpr int PD_STATE_OPERATION_2 = 40307;
@@ -87,6 +112,7 @@ constexpr int PD_STATE_DEDICATED_HOTSPARE = 40098;
 constexpr int PD_STATE_DEDICATED_HOTSPARE_WARNING = 40179;
 constexpr int PD_STATE_MISSING = 40023;
 // Media types and power states.
+constexpr int MEDIA_TYPE_HDD = 40292; // a rotating disk
 constexpr int MEDIA_TYPE_SSD = 40293;
 constexpr int POWER_STATE_NORMAL = 40084;
 constexpr int POWER_STATE_POWER_SAVE = 40128;

@@ -92,8 +92,15 @@ int OpenRegular(const std::string& path, int access) {
     CheckRegular(info, path);
     CDescriptor fd(::open(path.c_str(), access | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     if (fd.Get() < 0) {
-        if (access != O_RDONLY && (errno == EACCES || errno == EPERM || errno == EROFS))
-            Refuse(INI_ERROR_NOT_WRITABLE, path, "may not be written by this process");
+        if (access != O_RDONLY && errno == EROFS)
+            Refuse(INI_ERROR_NOT_WRITABLE, path, "lies on a read-only file system");
+        if (access != O_RDONLY && (errno == EACCES || errno == EPERM)) {
+            // An update reads the file too: say which of the two is missing.
+            if (::faccessat(AT_FDCWD, path.c_str(), R_OK, AT_EACCESS) != 0)
+                Refuse(INI_ERROR_NOT_WRITABLE, path,
+                       "may be neither read nor written by this process");
+            Refuse(INI_ERROR_NOT_WRITABLE, path, "is read-only for this process");
+        }
         ThrowErrno("cannot open", path);
     }
     if (::fstat(fd.Get(), &info) != 0)
@@ -421,6 +428,7 @@ void CIniFile::Lock(const std::string& path, unsigned int timeout) {
     CDescriptor fd;
     std::string target;
     std::string lockPath;
+    bool created = false; // the lock file is this call's: a failure removes it again
     for (;;) {
         // Named after the real file, so every path to it shares one lock.
         target = ResolveTarget(path);
@@ -430,8 +438,15 @@ void CIniFile::Lock(const std::string& path, unsigned int timeout) {
         lockPath = target + ".lck";
         // O_NOFOLLOW: a planted symlink must not make us create or lock
         // some other file. O_NONBLOCK: nor may a FIFO put there hold us.
-        fd.Reset(::open(lockPath.c_str(),
-                        O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0640));
+        // O_EXCL first, to know whether this call made the lock file.
+        const int flags = O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+        fd.Reset(::open(lockPath.c_str(), flags | O_CREAT | O_EXCL, 0640));
+        created = fd.Get() >= 0;
+        if (!created && errno == EEXIST) {
+            fd.Reset(::open(lockPath.c_str(), flags));
+            if (fd.Get() < 0 && errno == ENOENT)
+                continue; // removed in between: make it anew
+        }
         if (fd.Get() < 0) {
             if (errno == ELOOP)
                 Refuse(INI_ERROR_BAD_LOCK_FILE, lockPath, "is a symlink");
@@ -462,13 +477,22 @@ void CIniFile::Lock(const std::string& path, unsigned int timeout) {
             break;
     }
 
-    CDescriptor file(OpenRegular(target, O_RDWR));
-    struct stat info;
-    if (::fstat(file.Get(), &info) != 0)
-        ThrowErrno("cannot examine", target);
-    CheckSingleName(info, target);
     std::unique_ptr<Document> document(new Document);
-    document->Parse(ReadAllFrom(file.Get(), target));
+    try {
+        CDescriptor file(OpenRegular(target, O_RDWR));
+        struct stat info;
+        if (::fstat(file.Get(), &info) != 0)
+            ThrowErrno("cannot examine", target);
+        CheckSingleName(info, target);
+        document->Parse(ReadAllFrom(file.Get(), target));
+    } catch (...) {
+        // A refused update leaves no lock file of its own behind. The lock
+        // is still held, so whoever opened this lock file meanwhile finds it
+        // gone once it gets the lock, and makes a new one.
+        if (created)
+            ::unlink(lockPath.c_str());
+        throw;
+    }
     m_Document.swap(document);
     m_Target = target;
     m_LockPath = lockPath;
@@ -497,6 +521,25 @@ void CIniFile::Unlock() noexcept {
     m_LockFd = -1;
     m_Target.clear();
     m_LockPath.clear();
+}
+
+const char* RefusalName(unsigned int code) noexcept {
+    switch (code) {
+    case INI_ERROR_NOT_REGULAR:
+        return "not a regular file";
+    case INI_ERROR_TOO_LARGE:
+        return "too large";
+    case INI_ERROR_UNTRUSTED_LINK:
+        return "untrusted symlink";
+    case INI_ERROR_NOT_WRITABLE:
+        return "read-only";
+    case INI_ERROR_OWNER_NOT_KEPT:
+        return "owner or group cannot be kept";
+    case INI_ERROR_HARD_LINKED:
+        return "more than one link";
+    default:
+        return nullptr;
+    }
 }
 
 bool IsRefusedFile(unsigned int code) noexcept {

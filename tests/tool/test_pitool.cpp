@@ -287,7 +287,7 @@ TEST(PitoolUnits, BoundariesOfTheUnits) {
                              HasSubstr("\"symbol\": \"PB\"")));
 
     ExpectUsage(Pitool({"units", "18446744073709551616"}), "out of range");
-    ExpectUsage(Pitool({"units", "-1"}), "not a number");
+    ExpectUsage(Pitool({"units", "-1"}), "out of range");
     ExpectUsage(Pitool({"units", "12 KB"}), "not a number");
     ExpectUsage(Pitool({"units"}), "bytes");
 }

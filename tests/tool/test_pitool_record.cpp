@@ -41,7 +41,8 @@ TEST_F(PitoolRecord, DiffOfTheExampleInventories) {
     EXPECT_EQ(r.status, 1) << r.err;
     EXPECT_THAT(r.err, IsEmpty());
     EXPECT_THAT(r.out, HasSubstr("changed  /Objects/3/Properties/5"));
-    EXPECT_THAT(r.out, HasSubstr("PHYSICAL_DRIVE_STATUS  40001 -> 40259 PD_STATE_FAILED"));
+    EXPECT_THAT(r.out,
+                HasSubstr("PHYSICAL_DRIVE_STATUS  40001 PD_STATE_OK -> 40259 PD_STATE_FAILED"));
     EXPECT_THAT(r.out, HasSubstr("PD_STATE_GLOBAL_HOTSPARE -> 40096 PD_STATE_REBUILD_1"));
     EXPECT_THAT(r.out, HasSubstr("\"Optimal\" -> \"Degraded\""));
     EXPECT_THAT(r.out, HasSubstr("added    /Objects/6"));

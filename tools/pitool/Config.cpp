@@ -3,6 +3,7 @@
 
 #include <PI/ConfigFile.h>
 
+#include <RVX/Exceptions.h>
 #include <RVX/IniFiles.h>
 
 #include <CLI/CLI.hpp>
@@ -96,13 +97,36 @@ void RequireFile(const std::string& path) {
     }
 }
 
-// The store lets the platform's exception out when it cannot create or
-// lock the file at all (a missing directory, no permission).
-template <typename Write> unsigned Guarded(const std::string& path, Write write) {
+// Why the platform failed a write: the rule of a refusal and its reason, or
+// what went wrong.
+std::string Why(unsigned int code, const std::string& detail) {
+    if (code == RVX::INI_Files::INI_ERROR_NOT_REPRESENTABLE) {
+        return "the file cannot hold this key, value or section name (a NUL byte; a section "
+               "name with ']', a line break or blanks at either end)";
+    }
+    if (const char* rule = RVX::INI_Files::RefusalName(code)) {
+        return std::string("refused (") + rule + "): " + detail;
+    }
+    return detail;
+}
+
+// The store raises the platform's exception when it cannot lock and load
+// the file for the update (see PI/ConfigFile.h), and returns a failure code
+// when the update itself fails; either way the message says why.
+template <typename Write>
+void Guarded(const std::string& what, const std::string& path, Write write) {
+    unsigned status = 0;
     try {
-        return write();
+        status = write();
+    } catch (const RVX::Exceptions::CException& e) {
+        Fail("cannot " + what + " '" + path +
+             "': " + Why(e.GetCode(), e.GetDetail().empty() ? e.what() : e.GetDetail()));
     } catch (const std::exception& e) {
-        Fail("cannot write '" + path + "': " + e.what());
+        Fail("cannot " + what + " '" + path + "': " + e.what());
+    }
+    if (status != 0) {
+        const PI::CConfigFailure failure = PI::GetLastConfigWriteFailure();
+        Fail("cannot " + what + " '" + path + "': " + Why(failure.Code, failure.Text));
     }
 }
 
@@ -113,14 +137,15 @@ Json Base(const ConfigArgs& args, const Scope& scope) {
 Result Get(PI::CConfigFile& store, const ConfigArgs& args, const Scope& scope) {
     RequireFile(args.file);
     std::string value;
+    std::string from = scope.section; // where the value was read: the scope, or its fallback
     unsigned status = 0;
     switch (scope.kind) {
     case Scope::Kind::Default:
     case Scope::Kind::Numbers:
-        status = store.ReadKeyValue(args.key, value, scope.first, scope.second);
+        status = store.ReadKeyValue(args.key, value, scope.first, scope.second, from);
         break;
     case Scope::Kind::Name:
-        status = store.ReadKeyValue(args.key, value, scope.name);
+        status = store.ReadKeyValue(args.key, value, scope.name, from);
         break;
     case Scope::Kind::Section:
         status = store.ReadSectionKeyValue(scope.section, args.key, value);
@@ -133,7 +158,12 @@ Result Get(PI::CConfigFile& store, const ConfigArgs& args, const Scope& scope) {
     }
     Result result;
     result.text = value + "\n";
-    result.json = Base(args, scope).Set("key", args.key).Set("value", value);
+    result.json = Json::Object()
+                      .Set("file", args.file)
+                      .Set("section", from)
+                      .Set("scope", scope.section)
+                      .Set("key", args.key)
+                      .Set("value", value);
     return result;
 }
 
@@ -154,10 +184,8 @@ Result Set(PI::CConfigFile& store, const ConfigArgs& args, const Scope& scope) {
     if (args.key.empty()) {
         Fail("the key is empty");
     }
-    if (Guarded(args.file, [&] { return Write(store, scope, args.key, args.value); }) != 0) {
-        Fail("cannot write '" + args.key + "' to '" + args.file +
-             "' (a key or value the file cannot hold, or the file is not writable)");
-    }
+    Guarded("write '" + args.key + "' to", args.file,
+            [&] { return Write(store, scope, args.key, args.value); });
     Result result;
     result.text = scope.section + ": " + args.key + " = " + args.value + "\n";
     result.json = Base(args, scope).Set("key", args.key).Set("value", args.value);
@@ -201,10 +229,8 @@ Result Delete(PI::CConfigFile& store, const ConfigArgs& args, const Scope& scope
         if (store.ReadSectionKeyValue(scope.section, args.key, value) != 0) {
             NotFound("'" + args.key + "' is not set in " + scope.section);
         }
-        if (Guarded(args.file, [&] { return RemoveKey(store, scope, args.key); }) != 0) {
-            Fail("cannot delete '" + args.key + "' from " + scope.section + " in '" + args.file +
-                 "'");
-        }
+        Guarded("delete '" + args.key + "' from " + scope.section + " in", args.file,
+                [&] { return RemoveKey(store, scope, args.key); });
         what += ": " + args.key;
         json.Set("key", args.key);
     } else {
@@ -212,9 +238,8 @@ Result Delete(PI::CConfigFile& store, const ConfigArgs& args, const Scope& scope
             NotFound("there is no section " + scope.section);
         }
         // An empty key makes the write remove the whole section.
-        if (Guarded(args.file, [&] { return Write(store, scope, "", ""); }) != 0) {
-            Fail("cannot delete " + scope.section + " in '" + args.file + "'");
-        }
+        Guarded("delete " + scope.section + " in", args.file,
+                [&] { return Write(store, scope, "", ""); });
     }
     Result result;
     result.text = "deleted " + what + "\n";
@@ -324,8 +349,9 @@ void AddConfigCommand(CLI::App& app, Invocation& call) {
         app, call, "config", "Get, set, delete and list keys of a configuration file",
         "Scopes: --adapter N (section Config.N), --adapter N --unit M (Config.N.M), --name NAME "
         "(Config.NAME, each = becomes _), --section NAME (that section, verbatim), or none "
-        "(DefaultConfig). Reads of an adapter or named scope fall back to DefaultConfig. The "
-        "scope options may stand before or after the action.\n\n"
+        "(DefaultConfig). Reads of an adapter or named scope fall back to DefaultConfig; get "
+        "--json names the section the value was read from (\"section\") beside the scope's "
+        "(\"scope\"). The scope options may stand before or after the action.\n\n"
         "delete KEY removes that key of the scope; delete without a key removes the whole scope "
         "with all its keys. list without keys prints every section of the file in file order, "
         "or with a scope option only that scope's section, as [section] and key = value lines "

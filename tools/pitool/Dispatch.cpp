@@ -24,6 +24,8 @@ Result Dispatch(const std::vector<std::string>& args, Invocation& call, std::str
                  "pitool");
     app.require_subcommand(1);
     app.footer("Exit status: 0 success, 1 the lookup found nothing, 2 bad usage or input.\n");
+    // --json may also stand before the subcommand.
+    app.add_flag("--json", call.json, "Print the result as JSON");
     AddSenseCommand(app, call);
     AddDriveCommand(app, call);
     AddHelpCommand(app, call);
@@ -56,6 +58,17 @@ Result Dispatch(const std::vector<std::string>& args, Invocation& call, std::str
         }
         if (call.command.empty() && !args.empty() && args[0].rfind('-', 0) != 0) {
             throw ToolError(EXIT_USAGE, "unknown subcommand '" + args[0] + "' (see pitool --help)");
+        }
+        // Arguments left over before the subcommand are pitool's own
+        // mistake, not the subcommand's.
+        if (!app.remaining(false).empty()) {
+            call.command.clear();
+        }
+        // An unknown option makes the parser take what follows for missing;
+        // the option is the mistake to name.
+        const std::vector<std::string> unknown = app.remaining(true);
+        if (dynamic_cast<const CLI::RequiredError*>(&e) != nullptr && !unknown.empty()) {
+            message = "The following argument was not expected: " + unknown.front();
         }
         const std::string where = call.command.empty() ? "pitool" : "pitool " + call.command;
         throw ToolError(EXIT_USAGE, message + " (see " + where + " --help)");

@@ -2,6 +2,7 @@
 #include "Commands.h"
 #include "Names.h"
 
+#include <PI/Health.h>
 #include <PI/Helpers.h>
 
 #include <CLI/CLI.hpp>
@@ -52,17 +53,19 @@ Result RunStatusIcon(const IconArgs& args) {
                           : ParseNamedValue(args.power, "--power", "int", "POWER_STATE_");
     const int icon = PI::GetPDStatusIcon(state, media, args.overlay, args.foreign, power);
     const std::string file = IconFile(icon);
+    const std::string health = PI::HealthName(PI::HealthOfDriveState(state));
 
     Result result;
-    result.text = FormatRows(
-        {{"state", Described(state, "PD_STATE_")},
-         {"media", media == PI::MEDIA_TYPE_SSD ? Described(media, "MEDIA_TYPE_")
-                                               : std::to_string(media) + " (rotating disk)"},
-         {"power", Described(power, "POWER_STATE_")},
-         {"overlay", args.overlay ? "yes" : "no"},
-         {"foreign", args.foreign ? "yes" : "no"},
-         {"icon", std::to_string(icon)},
-         {"file", file}});
+    result.text = FormatRows({{"state", Described(state, "PD_STATE_")},
+                              {"media", media == PI::MEDIA_TYPE_SSD || media == PI::MEDIA_TYPE_HDD
+                                            ? Described(media, "MEDIA_TYPE_")
+                                            : std::to_string(media) + " (rotating disk)"},
+                              {"power", Described(power, "POWER_STATE_")},
+                              {"overlay", args.overlay ? "yes" : "no"},
+                              {"foreign", args.foreign ? "yes" : "no"},
+                              {"icon", std::to_string(icon)},
+                              {"file", file},
+                              {"health", health}});
     result.json = Json::Object()
                       .Set("state", Named(state, "PD_STATE_"))
                       .Set("media", Named(media, "MEDIA_TYPE_"))
@@ -70,7 +73,8 @@ Result RunStatusIcon(const IconArgs& args) {
                       .Set("overlay", args.overlay)
                       .Set("foreign", args.foreign)
                       .Set("icon", icon)
-                      .Set("file", file);
+                      .Set("file", file)
+                      .Set("health", health);
     return result;
 }
 
@@ -101,8 +105,9 @@ void AddIconCommand(CLI::App& app, Invocation& call) {
     CLI::App* sub = AddSubcommand(
         app, call, "icon", "Icon file of an icon id, or the status icon of a physical drive",
         "With an icon id (24000s): its image file. With --state and the other drive options: "
-        "the status icon that the user interfaces show for that drive. Values are numbers or "
-        "the constant names (PD_STATE_*, MEDIA_TYPE_SSD, POWER_STATE_*).");
+        "the status icon that the user interfaces show for that drive, and the health that "
+        "the library judges from it (docs/health.md). Values are numbers or the constant names "
+        "(PD_STATE_*, MEDIA_TYPE_*, POWER_STATE_*).");
     sub->add_option("id", args->id, "Icon id, e.g. 24078");
     sub->add_option("--state", args->state, "Drive state, e.g. PD_STATE_REBUILD_1 or 40096");
     sub->add_option("--media", args->media,

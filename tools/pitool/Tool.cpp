@@ -50,6 +50,14 @@ std::uint64_t ParseUnsigned(const std::string& text, const std::string& what, st
             return base == 16 ? IsHexDigit(c) : std::isdigit(static_cast<unsigned char>(c)) != 0;
         });
     if (!digits) {
+        // A negative number is a number, only not one that fits here.
+        const bool negative = text.size() > 1 && text[0] == '-' &&
+                              std::all_of(text.begin() + 1, text.end(), [](char c) {
+                                  return std::isdigit(static_cast<unsigned char>(c)) != 0;
+                              });
+        if (negative) {
+            Fail(what + " " + Quoted(text) + " is out of range (0 to " + std::to_string(max) + ")");
+        }
         Fail(what + " " + Quoted(text) + " is not a number");
     }
     const auto [end, error] = std::from_chars(first, last, value, base);

@@ -91,6 +91,12 @@ constexpr unsigned int INI_ERROR_HARD_LINKED = PlatformCode(12);    // more than
 // True for the codes by which Lock or Flush refuse the file itself (as
 // opposed to failing to lock or to write it).
 RVX_API bool IsRefusedFile(unsigned int code) noexcept;
+// The rule behind a refusal, in a few words for a message: "read-only"
+// (INI_ERROR_NOT_WRITABLE), "not a regular file", "too large", "more than
+// one link", "untrusted symlink", "owner or group cannot be kept"; null for
+// a code that IsRefusedFile does not accept. The exception's GetDetail()
+// says why, naming the path.
+RVX_API const char* RefusalName(unsigned int code) noexcept;
 
 class CIniFile;
 class CIniSection;
@@ -156,8 +162,9 @@ public:
     // Takes the writers' lock on "<path>.lck" and loads the file for an
     // update. With a finite timeout, gives up with INI_ERROR_LOCK_TIMEOUT.
     // The file must exist (INI_ERROR_SYSTEM naming ENOENT otherwise); a file
-    // that may not be written is refused (IsRefusedFile) with the lock
-    // released.
+    // that may not be read and written is refused (IsRefusedFile) with the
+    // lock released. A lock file that this call created is removed again
+    // when the file cannot be loaded.
     void Lock(const std::string& path, unsigned int timeout);
     // Writes the document back if it changed and releases the lock. The lock
     // is already held, so nothing is waited for. On failure the file is
