@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <regex>
 #include <string>
 
 using RVX::Strings::CStringRef;
@@ -15,11 +16,10 @@ TEST(Module, RegistersAsVoPI) {
     const RVX::Misc::CModuleInfo& info = PI::GetModuleInfo();
     EXPECT_EQ(info.GetNumber(), 275u);
     EXPECT_STREQ(info.GetName(), "voPI");
-    EXPECT_STREQ(info.GetVersion(), "P:5.8.12 F:5.8.12");
+    // Product and file version, the same release number twice.
+    EXPECT_TRUE(std::regex_match(info.GetVersion(), std::regex(R"(P:(\d+\.\d+\.\d+) F:\1)")))
+        << info.GetVersion();
     EXPECT_EQ(RVX::Misc::CModuleInfo::Find(275), &info);
-    EXPECT_EQ(PI::EXCEPTION_INDEX_OUT_OF_RANGE, 0x21130001u);
-    EXPECT_EQ(PI::EXCEPTION_INVALID_DATA, 0x21130003u);
-    EXPECT_EQ(PI::EXCEPTION_WRONG_TYPE, 0x21130004u);
 }
 
 TEST(Trim, EveryCWhiteSpaceByteAndNothingElse) {
