@@ -187,15 +187,17 @@ TEST_F(AESTest, DecryptMayReadItsOwnOutput) {
 }
 
 TEST_F(AESTest, RawAndHexKeyFilesAreUsed) {
-    std::string hex;
+    std::string hex, upper;
     char pair[3];
     for (unsigned char byte : kKeyB) {
         std::snprintf(pair, sizeof pair, "%02x", byte);
         hex += pair;
+        std::snprintf(pair, sizeof pair, "%02X", byte);
+        upper += pair;
     }
     const std::string raw(reinterpret_cast<const char*>(kKeyB), sizeof kKeyB);
     const std::string path = m_Dir + "/file.key";
-    for (const std::string& content : {raw, hex + "\n"}) {
+    for (const std::string& content : {raw, hex + "\n", upper}) {
         WriteBytes(path, content);
         CAES::ClearKey();
         ::setenv("RVX_AES_KEY_FILE", path.c_str(), 1);

@@ -1,3 +1,5 @@
+// SATA drive identity: the model split, the speed and serial rules, and the
+// speed classes, each as a table of inputs and what they give.
 #include "PI/Helpers.h"
 
 #include <gtest/gtest.h>
@@ -9,110 +11,64 @@
 
 namespace {
 
-struct Split {
-    std::string vendor;
-    std::string product;
-};
-
-Split SplitOf(const std::string& model) {
-    Split s{"stale", "stale"};
-    EXPECT_EQ(PI::SplitSATAModelName(model, s.vendor, s.product), 0);
-    return s;
-}
-
-unsigned long long RpmOf(const std::string& vendor, const std::string& product) {
-    unsigned long long rpm = 0;
-    EXPECT_EQ(PI::GetSATARPM(vendor, product, rpm), 0);
-    return rpm;
-}
-
-std::string Corrected(const std::string& vendor, const std::string& product, std::string serial) {
-    EXPECT_EQ(PI::CorrectSerialNumber(vendor, product, serial), 0);
-    return serial;
-}
-
-float Rounded(unsigned long long rpm) {
-    float thousands = -1.0f;
-    EXPECT_EQ(PI::RoundRPM(rpm, thousands), 0);
-    return thousands;
-}
-
-#define EXPECT_SPLIT(model, v, p)                                                                  \
-    do {                                                                                           \
-        const Split s = SplitOf(model);                                                            \
-        EXPECT_EQ(s.vendor, v) << "model '" << (model) << "'";                                     \
-        EXPECT_EQ(s.product, p) << "model '" << (model) << "'";                                    \
-    } while (0)
-
-TEST(SplitSATAModelName, RealModelsWithoutBlankGetVendorByPrefix) {
-    EXPECT_SPLIT("ST3500418AS", "SEAGATE", "ST3500418AS");
-    EXPECT_SPLIT("HDS721010CLA332", "HGST", "HDS721010CLA332");
-    EXPECT_SPLIT("HUC101010CSS600", "HGST", "HUC101010CSS600");
-    EXPECT_SPLIT("HTE", "HGST", "HTE");
-    for (const char* prefix : {"HTE", "HDS", "HCC", "HUA", "HTS", "HDE", "HUC"})
-        EXPECT_SPLIT(std::string(prefix) + "721010", "HGST", std::string(prefix) + "721010");
-    EXPECT_SPLIT("HT", "--", "HT");
-    EXPECT_SPLIT("HL-DT-STDVD", "LG", "HL-DT-STDVD");
-    EXPECT_SPLIT("CT1000MX500SSD1", "--", "CT1000MX500SSD1");
-    // HDP is not one of the prefixes of that vendor.
-    EXPECT_SPLIT("HDP725025GLA380", "--", "HDP725025GLA380");
-}
-
-TEST(SplitSATAModelName, SeagateNeedsDigitInFourthPlace) {
-    EXPECT_SPLIT("ST12", "SEAGATE", "ST12");
-    EXPECT_SPLIT("ST1X", "--", "ST1X");
-    EXPECT_SPLIT("ST1", "--", "ST1");
-    EXPECT_SPLIT("ST", "--", "ST");
-    // STEC is tested first although its fourth character would not count.
-    EXPECT_SPLIT("STEC", "STEC", "STEC");
-    EXPECT_SPLIT("STEC3", "STEC", "STEC3");
-    // Begins-with is case-sensitive.
-    EXPECT_SPLIT("st3500418AS", "--", "st3500418AS");
-    EXPECT_SPLIT("hds721010", "--", "hds721010");
-}
-
-TEST(SplitSATAModelName, BlankSplitsVendorFromProduct) {
-    EXPECT_SPLIT("WDC WD3000HLFS-01G6U0", "WDC", "WD3000HLFS-01G6U0");
-    EXPECT_SPLIT("STEC Z16IZF2E", "STEC", "Z16IZF2E");
-    EXPECT_SPLIT("HGST HDS721515", "HGST", "HDS721515");
-    EXPECT_SPLIT("APPLE HDD ST1000DM003", "APPLE", "HDD ST1000DM003");
-    // Only the first blank splits; the product is trimmed afterwards.
-    EXPECT_SPLIT("a  b c", "a", "b c");
-}
-
-TEST(SplitSATAModelName, IntelInEitherPosition) {
-    EXPECT_SPLIT("SSDSA2M160G2GC INTEL", "INTEL", "SSDSA2M160G2GC");
-    EXPECT_SPLIT("INTEL SSDSA2M160G2GC", "INTEL", "SSDSA2M160G2GC");
-    EXPECT_SPLIT("X INTEL", "INTEL", "X");
-    EXPECT_SPLIT("INTEL", "--", "INTEL");
-    // The first occurrence decides: at position 0 the blank splits.
-    EXPECT_SPLIT("INTEL SSD INTEL", "INTEL", "SSD INTEL");
-    // Without a blank the word rule applies even when INTEL appears later.
-    EXPECT_SPLIT("SSDINTEL", "--", "SSDINTEL");
-    // The vendor runs from INTEL to the end, and the product stops one
-    // character before it, whatever that character is.
-    EXPECT_SPLIT("AB-INTEL X", "INTEL X", "AB");
-    // With INTEL in second place no character is left for the product.
-    EXPECT_SPLIT("xINTEL a", "INTEL a", "");
-}
-
-TEST(SplitSATAModelName, OpticalDrivesKeepWholeModelAsProduct) {
-    EXPECT_SPLIT("HL-DT-ST DVD-RAM GH22NS30", "LG", "HL-DT-ST DVD-RAM GH22NS30");
-    EXPECT_SPLIT("Optiarc DVD RW AD-7200S", "Sony", "Optiarc DVD RW AD-7200S");
-    EXPECT_SPLIT("OPTIARC DVD RW AD-7200S", "Sony", "OPTIARC DVD RW AD-7200S");
-    EXPECT_SPLIT("optiARC X", "Sony", "optiARC X");
-    // Vendor must equal the word, not merely begin with it.
-    EXPECT_SPLIT("Optiarcs X", "Optiarcs", "X");
-    // The prefix test for the blank-split vendor is case-sensitive.
-    EXPECT_SPLIT("hl-dt-st DVD", "hl-dt-st", "DVD");
-}
-
-TEST(SplitSATAModelName, TrimsAndHandlesEmptyInput) {
-    EXPECT_SPLIT(" X ", "--", "X");
-    EXPECT_SPLIT("\tST3500418AS\t", "SEAGATE", "ST3500418AS");
-    EXPECT_SPLIT("  WDC   WD740ADFD  ", "WDC", "WD740ADFD");
-    EXPECT_SPLIT("", "--", "");
-    EXPECT_SPLIT("   ", "--", "");
+TEST(SplitSATAModelName, VendorAndProduct) {
+    // Prefixes of single words, INTEL in either place, optical drives whose
+    // whole model is the product, case rules, trimming and empty input.
+    const struct {
+        std::string model, vendor, product;
+    } cases[] = {
+        {"ST3500418AS", "SEAGATE", "ST3500418AS"},
+        {"HDS721010CLA332", "HGST", "HDS721010CLA332"},
+        {"HUC101010CSS600", "HGST", "HUC101010CSS600"},
+        {"HTE", "HGST", "HTE"},
+        {"HT", "--", "HT"},
+        {"HL-DT-STDVD", "LG", "HL-DT-STDVD"},
+        {"CT1000MX500SSD1", "--", "CT1000MX500SSD1"},
+        {"HDP725025GLA380", "--", "HDP725025GLA380"},
+        {"ST12", "SEAGATE", "ST12"},
+        {"ST1X", "--", "ST1X"},
+        {"ST1", "--", "ST1"},
+        {"ST", "--", "ST"},
+        {"STEC", "STEC", "STEC"},
+        {"STEC3", "STEC", "STEC3"},
+        {"st3500418AS", "--", "st3500418AS"},
+        {"hds721010", "--", "hds721010"},
+        {"WDC WD3000HLFS-01G6U0", "WDC", "WD3000HLFS-01G6U0"},
+        {"STEC Z16IZF2E", "STEC", "Z16IZF2E"},
+        {"HGST HDS721515", "HGST", "HDS721515"},
+        {"APPLE HDD ST1000DM003", "APPLE", "HDD ST1000DM003"},
+        {"a  b c", "a", "b c"},
+        {"SSDSA2M160G2GC INTEL", "INTEL", "SSDSA2M160G2GC"},
+        {"INTEL SSDSA2M160G2GC", "INTEL", "SSDSA2M160G2GC"},
+        {"X INTEL", "INTEL", "X"},
+        {"INTEL", "--", "INTEL"},
+        {"INTEL SSD INTEL", "INTEL", "SSD INTEL"},
+        {"SSDINTEL", "--", "SSDINTEL"},
+        {"AB-INTEL X", "INTEL X", "AB"},
+        {"xINTEL a", "INTEL a", ""},
+        {"HL-DT-ST DVD-RAM GH22NS30", "LG", "HL-DT-ST DVD-RAM GH22NS30"},
+        {"Optiarc DVD RW AD-7200S", "Sony", "Optiarc DVD RW AD-7200S"},
+        {"OPTIARC DVD RW AD-7200S", "Sony", "OPTIARC DVD RW AD-7200S"},
+        {"optiARC X", "Sony", "optiARC X"},
+        {"Optiarcs X", "Optiarcs", "X"},
+        {"hl-dt-st DVD", "hl-dt-st", "DVD"},
+        {" X ", "--", "X"},
+        {"\tST3500418AS\t", "SEAGATE", "ST3500418AS"},
+        {"  WDC   WD740ADFD  ", "WDC", "WD740ADFD"},
+        {"", "--", ""},
+        {"   ", "--", ""},
+    };
+    for (const auto& c : cases) {
+        std::string vendor = "stale", product = "stale";
+        EXPECT_EQ(PI::SplitSATAModelName(c.model, vendor, product), 0);
+        EXPECT_EQ(vendor, c.vendor) << "model '" << c.model << "'";
+        EXPECT_EQ(product, c.product) << "model '" << c.model << "'";
+    }
+    for (const char* prefix : {"HTE", "HDS", "HCC", "HUA", "HTS", "HDE", "HUC"}) {
+        std::string vendor, product;
+        PI::SplitSATAModelName(std::string(prefix) + "721010", vendor, product);
+        EXPECT_EQ(vendor, "HGST") << prefix;
+    }
 }
 
 std::string TrimmedModel(const std::string& text) {
@@ -169,33 +125,57 @@ TEST(SplitSATAModelName, InvariantsOverRealModelStrings) {
     EXPECT_GT(models, 1000);
 }
 
-TEST(GetSATARPM, WesternDigitalFastModelsByPrefix) {
-    EXPECT_EQ(RpmOf("WDC", "WD3000HLFS-01G6U0"), 10000u);
-    EXPECT_EQ(RpmOf("WD", "WD1600ADFS-75SLR2"), 10000u);
-    EXPECT_EQ(RpmOf("wdc", "WD740ADFD-00NLR1"), 10000u);
-    EXPECT_EQ(RpmOf("WDC", "WD360ADFD"), 10000u);
-    EXPECT_EQ(RpmOf("WDC", "WD3000GLFS"), 10000u);
-    EXPECT_EQ(RpmOf("WDC", "WD3000GLF"), 7200u);
-    EXPECT_EQ(RpmOf("WDC", "wd3000hlfs"), 7200u);
-    EXPECT_EQ(RpmOf("WDC", "WD5000AAKS"), 7200u);
-    // A vendor equal only by prefix is another vendor, also when the rest
-    // is a NUL byte.
-    EXPECT_EQ(RpmOf("WDCX", "WD3000HLFS"), 7200u);
-    EXPECT_EQ(RpmOf(std::string("WDC\0", 4), "WD3000HLFS"), 7200u);
-    EXPECT_EQ(RpmOf("W", "WD3000HLFS"), 7200u);
-}
-
-TEST(GetSATARPM, HitachiSpeedFromCharactersThreeAndFour) {
-    EXPECT_EQ(RpmOf("HGST", "HUC101010CSS600"), 10000u);
-    EXPECT_EQ(RpmOf("Hitachi", "HUS151473VLS300"), 15000u);
-    // Counted from 0: "72" stands at 3-4 whatever follows.
-    EXPECT_EQ(RpmOf("Hitachi", "HDS721515"), 7200u);
-    EXPECT_EQ(RpmOf("HGST", "HDS725454"), 7200u);
-    EXPECT_EQ(RpmOf("HGST", "HTS545050A7E680"), 5400u);
-    EXPECT_EQ(RpmOf("HGST", "HTS541010A9E680"), 5400u);
-    EXPECT_EQ(RpmOf("hgst", "XXX15"), 15000u);
-    EXPECT_EQ(RpmOf("HGST", "HDS7"), 7200u);
-    EXPECT_EQ(RpmOf("HGST", "HDS"), 7200u); // empty substring
+TEST(GetSATARPM, ByVendorRules) {
+    // Fast WD models by prefix, Hitachi's speed in characters 3 and 4,
+    // Kormani's patterns in order, Seagate's slow models by exact name;
+    // vendors compare whole and without case.
+    const struct {
+        std::string vendor, product;
+        unsigned long long rpm;
+    } cases[] = {
+        {"WDC", "WD3000HLFS-01G6U0", 10000},
+        {"WD", "WD1600ADFS-75SLR2", 10000},
+        {"wdc", "WD740ADFD-00NLR1", 10000},
+        {"WDC", "WD360ADFD", 10000},
+        {"WDC", "WD3000GLFS", 10000},
+        {"WDC", "WD3000GLF", 7200},
+        {"WDC", "wd3000hlfs", 7200},
+        {"WDC", "WD5000AAKS", 7200},
+        {"WDCX", "WD3000HLFS", 7200},
+        {std::string("WDC\0", 4), "WD3000HLFS", 7200},
+        {"W", "WD3000HLFS", 7200},
+        {"HGST", "HUC101010CSS600", 10000},
+        {"Hitachi", "HUS151473VLS300", 15000},
+        {"Hitachi", "HDS721515", 7200},
+        {"HGST", "HDS725454", 7200},
+        {"HGST", "HTS545050A7E680", 5400},
+        {"HGST", "HTS541010A9E680", 5400},
+        {"hgst", "XXX15", 15000},
+        {"HGST", "HDS7", 7200},
+        {"HGST", "HDS", 7200},
+        {"KORMANI", "ZTA4XXXBS", 5400},
+        {"KORMANI", "ZTA4XXXBT", 7200},
+        {"KORMANI", "ZTB4XXXBT", 4200},
+        {"Kormani", "ZTB4XXXBH", 5400},
+        {"KORMANI", "ZTB4XXXBS", 5400},
+        {"KORMANI", "ZTC4XXXCH", 5400},
+        {"KORMANI", "ZTC4XXXBT", 7200},
+        {"KORMANI", "ZTC4123", 7200},
+        {"KORMANI", "ZTD4XXXBS", 7200},
+        {"SEAGATE", "ST9160314AS", 5400},
+        {"seagate", "ST9250315AS", 5400},
+        {"SEAGATE", "ST9160314AS ", 7200},
+        {"SEAGATE", "ST9160314A", 7200},
+        {"SEAGATE", "st9160314as", 7200},
+        {"SEAGATE", "ST3500418AS", 7200},
+        {"--", "ST9160314AS", 7200},
+        {"", "", 7200},
+    };
+    for (const auto& c : cases) {
+        unsigned long long rpm = 0;
+        EXPECT_EQ(PI::GetSATARPM(c.vendor, c.product, rpm), 0);
+        EXPECT_EQ(rpm, c.rpm) << c.vendor << " " << c.product;
+    }
 }
 
 TEST(GetSATARPM, TooShortProductsThrowOutOfRange) {
@@ -213,80 +193,57 @@ TEST(GetSATARPM, TooShortProductsThrowOutOfRange) {
     EXPECT_NO_THROW(PI::GetSATARPM("SEAGATE", "", rpm));
 }
 
-TEST(GetSATARPM, KormaniPatternsInOrder) {
-    EXPECT_EQ(RpmOf("KORMANI", "ZTA4XXXBS"), 5400u);
-    EXPECT_EQ(RpmOf("KORMANI", "ZTA4XXXBT"), 7200u);
-    EXPECT_EQ(RpmOf("KORMANI", "ZTB4XXXBT"), 4200u);
-    EXPECT_EQ(RpmOf("Kormani", "ZTB4XXXBH"), 5400u);
-    EXPECT_EQ(RpmOf("KORMANI", "ZTB4XXXBS"), 5400u);
-    EXPECT_EQ(RpmOf("KORMANI", "ZTC4XXXCH"), 5400u);
-    EXPECT_EQ(RpmOf("KORMANI", "ZTC4XXXBT"), 7200u);
-    EXPECT_EQ(RpmOf("KORMANI", "ZTC4123"), 7200u); // empty substring
-    EXPECT_EQ(RpmOf("KORMANI", "ZTD4XXXBS"), 7200u);
-}
-
-TEST(GetSATARPM, SeagateSlowModelsByExactName) {
-    EXPECT_EQ(RpmOf("SEAGATE", "ST9160314AS"), 5400u);
-    EXPECT_EQ(RpmOf("seagate", "ST9250315AS"), 5400u);
-    EXPECT_EQ(RpmOf("SEAGATE", "ST9160314AS "), 7200u);
-    EXPECT_EQ(RpmOf("SEAGATE", "ST9160314A"), 7200u);
-    EXPECT_EQ(RpmOf("SEAGATE", "st9160314as"), 7200u);
-    EXPECT_EQ(RpmOf("SEAGATE", "ST3500418AS"), 7200u);
-    // The rules belong to vendors: the same product under another vendor.
-    EXPECT_EQ(RpmOf("--", "ST9160314AS"), 7200u);
-    EXPECT_EQ(RpmOf("", ""), 7200u);
-}
-
-TEST(CorrectSerialNumber, WesternDigitalDropsPrefixFromLengthFour) {
-    EXPECT_EQ(Corrected("WDC", "x", "WD-WCAV12345678"), "WCAV12345678");
-    EXPECT_EQ(Corrected("wd", "x", "WD-1"), "1");
-    EXPECT_EQ(Corrected("WDC", "x", "WD-"), "WD-");
-    EXPECT_EQ(Corrected("WDC", "x", "wd-WCAV1234"), "wd-WCAV1234");
-    EXPECT_EQ(Corrected("WDC", "x", "WCAV12345678"), "WCAV12345678");
-    // Other vendors' rules do not apply to these drives.
-    EXPECT_EQ(Corrected("WDC", "x", "123456789012"), "123456789012");
-}
-
-TEST(CorrectSerialNumber, HgstOnlyForOneModelFromLengthSeven) {
-    EXPECT_EQ(Corrected("HGST", "HTE541010A9E68", "JA1000ABCD"), "ABCD");
-    EXPECT_EQ(Corrected("hgst", "hte541010a9e68", "JA1000X"), "X");
-    EXPECT_EQ(Corrected("HGST", "HTE541010A9E68", "JA1000"), "JA1000");
-    EXPECT_EQ(Corrected("HGST", "HTE541010A9E680", "JA1000ABCD"), "JA1000ABCD");
-    EXPECT_EQ(Corrected("HGST", "HTE541010A9E68", "ja1000ABCD"), "ja1000ABCD");
-    EXPECT_EQ(Corrected("HITACHI", "HTE541010A9E68", "JA1000ABCD"), "JA1000ABCD");
-}
-
-TEST(CorrectSerialNumber, SeagateKeepsEightFromLengthNine) {
-    EXPECT_EQ(Corrected("SEAGATE", "x", "5VP12345ABCD"), "5VP12345");
-    EXPECT_EQ(Corrected("Seagate", "x", "123456789"), "12345678");
-    EXPECT_EQ(Corrected("SEAGATE", "x", "12345678"), "12345678");
-    EXPECT_EQ(Corrected("SEAGATE", "x", ""), "");
-}
-
-TEST(CorrectSerialNumber, OtherVendorsUnchanged) {
-    EXPECT_EQ(Corrected("INTEL", "x", "WD-WCAV12345678"), "WD-WCAV12345678");
-    EXPECT_EQ(Corrected("--", "HTE541010A9E68", "JA1000ABCD"), "JA1000ABCD");
-    EXPECT_EQ(Corrected("", "", "5VP12345ABCD"), "5VP12345ABCD");
+TEST(CorrectSerialNumber, ByVendorRules) {
+    // WD drops "WD-" from length four, one HGST model drops "JA1000" from
+    // length seven, Seagate keeps eight from length nine, others unchanged.
+    const struct {
+        std::string vendor, product, serial, corrected;
+    } cases[] = {
+        {"WDC", "x", "WD-WCAV12345678", "WCAV12345678"},
+        {"wd", "x", "WD-1", "1"},
+        {"WDC", "x", "WD-", "WD-"},
+        {"WDC", "x", "wd-WCAV1234", "wd-WCAV1234"},
+        {"WDC", "x", "WCAV12345678", "WCAV12345678"},
+        {"WDC", "x", "123456789012", "123456789012"},
+        {"HGST", "HTE541010A9E68", "JA1000ABCD", "ABCD"},
+        {"hgst", "hte541010a9e68", "JA1000X", "X"},
+        {"HGST", "HTE541010A9E68", "JA1000", "JA1000"},
+        {"HGST", "HTE541010A9E680", "JA1000ABCD", "JA1000ABCD"},
+        {"HGST", "HTE541010A9E68", "ja1000ABCD", "ja1000ABCD"},
+        {"HITACHI", "HTE541010A9E68", "JA1000ABCD", "JA1000ABCD"},
+        {"SEAGATE", "x", "5VP12345ABCD", "5VP12345"},
+        {"Seagate", "x", "123456789", "12345678"},
+        {"SEAGATE", "x", "12345678", "12345678"},
+        {"SEAGATE", "x", "", ""},
+        {"INTEL", "x", "WD-WCAV12345678", "WD-WCAV12345678"},
+        {"--", "HTE541010A9E68", "JA1000ABCD", "JA1000ABCD"},
+        {"", "", "5VP12345ABCD", "5VP12345ABCD"},
+    };
+    for (const auto& c : cases) {
+        std::string serial = c.serial;
+        EXPECT_EQ(PI::CorrectSerialNumber(c.vendor, c.product, serial), 0);
+        EXPECT_EQ(serial, c.corrected) << c.vendor << " " << c.product << " " << c.serial;
+    }
 }
 
 TEST(RoundRPM, ClassBoundariesAreInclusive) {
-    EXPECT_FLOAT_EQ(Rounded(0), 4.2f);
-    EXPECT_FLOAT_EQ(Rounded(5000), 4.2f);
-    EXPECT_FLOAT_EQ(Rounded(5001), 5.4f);
-    EXPECT_FLOAT_EQ(Rounded(7000), 5.4f);
-    EXPECT_FLOAT_EQ(Rounded(7001), 7.2f);
-    EXPECT_FLOAT_EQ(Rounded(7200), 7.2f);
-    EXPECT_FLOAT_EQ(Rounded(9000), 7.2f);
-    EXPECT_FLOAT_EQ(Rounded(9001), 10.0f);
-    EXPECT_FLOAT_EQ(Rounded(10025), 10.0f);
-    EXPECT_FLOAT_EQ(Rounded(14000), 10.0f);
-    EXPECT_FLOAT_EQ(Rounded(14001), 15.0f);
-    EXPECT_FLOAT_EQ(Rounded(19000), 15.0f);
-    EXPECT_FLOAT_EQ(Rounded(19001), 20.0f);
     // Values beyond 32 bits must not wrap into a low class.
-    EXPECT_FLOAT_EQ(Rounded(4294967296ull), 20.0f);
-    EXPECT_FLOAT_EQ(Rounded(4294967296ull + 7200), 20.0f);
-    EXPECT_FLOAT_EQ(Rounded(~0ull), 20.0f);
+    const struct {
+        unsigned long long rpm;
+        float thousands;
+    } cases[] = {
+        {0, 4.2f},      {5000, 4.2f},           {5001, 5.4f},
+        {7000, 5.4f},   {7001, 7.2f},           {7200, 7.2f},
+        {9000, 7.2f},   {9001, 10.0f},          {10025, 10.0f},
+        {14000, 10.0f}, {14001, 15.0f},         {19000, 15.0f},
+        {19001, 20.0f}, {4294967296ull, 20.0f}, {4294967296ull + 7200, 20.0f},
+        {~0ull, 20.0f},
+    };
+    for (const auto& c : cases) {
+        float thousands = -1.0f;
+        EXPECT_EQ(PI::RoundRPM(c.rpm, thousands), 0);
+        EXPECT_FLOAT_EQ(thousands, c.thousands) << c.rpm;
+    }
 }
 
 } // namespace

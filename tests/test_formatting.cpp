@@ -18,9 +18,6 @@ TEST(Module, RegistersAsVoPI) {
     EXPECT_EQ(info.GetVersion(),
               std::string("P:") + PI_PROJECT_VERSION + " F:" + PI_PROJECT_VERSION);
     EXPECT_EQ(RVX::Misc::CModuleInfo::Find(275), &info);
-    EXPECT_EQ(PI::EXCEPTION_INDEX_OUT_OF_RANGE, 0x21130001u);
-    EXPECT_EQ(PI::EXCEPTION_INVALID_DATA, 0x21130003u);
-    EXPECT_EQ(PI::EXCEPTION_WRONG_TYPE, 0x21130004u);
 }
 
 TEST(Trim, EveryCWhiteSpaceByteAndNothingElse) {

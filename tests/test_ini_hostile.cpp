@@ -222,6 +222,8 @@ TEST_F(IniHostileTest, EndlessDeviceIsNotRead) {
 
 TEST_F(IniHostileTest, FilesBeyondTheSizeLimitAreRefused) {
     WriteBytes(m_File, "[S]\nk=1\n");
+    ASSERT_EQ(::truncate(m_File.c_str(), static_cast<off_t>(INI::INI_MAX_FILE_SIZE)), 0);
+    EXPECT_EQ(ReadCode(m_File), 0u) << "a file of exactly the limit is read";
     ASSERT_EQ(::truncate(m_File.c_str(), static_cast<off_t>(INI::INI_MAX_FILE_SIZE + 1)), 0);
     EXPECT_EQ(ReadCode(m_File), INI::INI_ERROR_TOO_LARGE);
     EXPECT_EQ(WriteCode(m_File), INI::INI_ERROR_TOO_LARGE);

@@ -1,4 +1,4 @@
-// RAID levels, migrations, tasks, partitions and pass-throughs.
+// RAID levels, migrations, tasks and partitions.
 #include "RecordTestSupport.h"
 
 #include "PI/ObjectModel.h"
@@ -86,15 +86,7 @@ CPartition SamplePartition() {
 
 } // namespace
 
-TEST(Level, DefaultsAndComparison) {
-    const CLevel plain;
-    EXPECT_EQ(static_cast<int>(plain.Units), 21006);
-    EXPECT_TRUE(plain.Flag);
-    EXPECT_EQ(plain.Size1 + plain.Size2, 0u);
-    EXPECT_EQ(plain.Attribute0 + plain.Attribute1 + plain.Attribute8, 0);
-    EXPECT_EQ(plain.GetStripeSizeCount() + plain.GetPropertyCount(), 0u);
-    EXPECT_TRUE(CLevel() == plain);
-
+TEST(Level, Comparison) {
     ExpectEachChangeNoticed<CLevel>(
         SampleLevel, {
                          [](CLevel& l) { l.Attribute0 = 0; },
@@ -116,17 +108,14 @@ TEST(Level, DefaultsAndComparison) {
                      });
 }
 
-TEST(Level, ListsCopiesAndIndexErrors) {
+TEST(Level, ListsAndIndexErrors) {
     CLevel source = SampleLevel();
     source.AddStripeSize(64); // duplicates are kept
-    const CLevel copy(source);
-    EXPECT_EQ(copy.StripeSizes, (std::vector<int>{64, 128, 64}));
+    EXPECT_EQ(source.StripeSizes, (std::vector<int>{64, 128, 64}));
     const size_t capacity = source.StripeSizes.capacity();
     source.ClearStripeSizes();
+    EXPECT_EQ(source.GetStripeSizeCount(), 0u);
     EXPECT_EQ(source.StripeSizes.capacity(), capacity);
-    source.GetProperty(0).PropertyID = static_cast<PI::_PROPERTY_ID>(1);
-    EXPECT_EQ(copy.GetStripeSizeCount(), 3u);
-    EXPECT_TRUE(copy.Properties[0] == Prop(23100));
 
     CLevel level = SampleLevel();
     CMigration migration;
@@ -139,9 +128,7 @@ TEST(Level, ListsCopiesAndIndexErrors) {
     EXPECT_TRUE(level == SampleLevel());
 }
 
-TEST(Migration, ComparisonAndCopies) {
-    const CMigration plain;
-    EXPECT_EQ(plain.Attribute1 + plain.Attribute2 + plain.Attribute3, 0);
+TEST(Migration, Comparison) {
     ExpectEachChangeNoticed<CMigration>(
         SampleMigration, {
                              [](CMigration& m) { m.Attribute1 = 0; },
@@ -150,27 +137,13 @@ TEST(Migration, ComparisonAndCopies) {
                              [](CMigration& m) { m.GetProperty(1).SecondaryID = 0xBEEF; },
                              [](CMigration& m) { std::swap(m.Properties[0], m.Properties[1]); },
                          });
-    CMigration source = SampleMigration();
-    CMigration copy;
-    copy = source;
-    source.ClearProperties();
-    EXPECT_TRUE(copy == SampleMigration());
 }
 
-TEST(Task, NewTaskDefaults) {
+TEST(Task, ANewTaskIsStampedWithItsMoment) {
     const unsigned long long before = RVXX::CSystemTime_Lx::Now();
     const CTask task;
-    EXPECT_EQ(static_cast<int>(task.ObjectType), 19005);
-    EXPECT_EQ(task.ObjectID, 0u);
-    EXPECT_EQ(task.Time3, 0xFFFFFFFFFFFFFFFFULL);
-    EXPECT_EQ(task.Attribute6, 40024);
     EXPECT_GE(task.Time1, before);
     EXPECT_LE(task.Time1, RVXX::CSystemTime_Lx::Now());
-    EXPECT_NE(task.Time1, 0u);
-    EXPECT_EQ(task.Time2 + task.Attribute1 + task.Attribute3, 0u);
-    EXPECT_EQ(task.Attribute2 + task.Attribute4 + task.Attribute5 + task.Attribute7, 0);
-    EXPECT_TRUE(task.Text1.IsEmpty() && task.Text2.IsEmpty() && task.Text3.IsEmpty());
-    EXPECT_FALSE(task.Flag);
 }
 
 TEST(Task, OwnFieldsAndTheObjectPartTakePart) {
@@ -205,24 +178,12 @@ TEST(Task, CopiesCarryTheStampAndOwnTheirTexts) {
     second = first;
     EXPECT_TRUE(first == second);
 
-    CTask source = SampleTask();
-    const CTask copy(source);
-    source.Text3.Append("!", 1);
-    source.Parents.clear();
-    EXPECT_TRUE(copy == SampleTask());
-    const CTask moved(std::move(source));
-    EXPECT_EQ(moved.Text3, "a text that is longer than sixteen characters!");
-
     // Destroyed through its object part; the sanitizer build checks the match.
-    std::unique_ptr<PI::CObject> node(new CTask(copy));
+    std::unique_ptr<PI::CObject> node(new CTask(SampleTask()));
     node.reset();
 }
 
-TEST(Partition, DefaultsComparisonAndCopies) {
-    const CPartition plain;
-    EXPECT_EQ(plain.Attribute1 + plain.Attribute2, 0u);
-    EXPECT_EQ(plain.Attribute3, 0);
-    EXPECT_TRUE(plain.Text1.empty() && plain.Text2.empty());
+TEST(Partition, Comparison) {
     ExpectEachChangeNoticed<CPartition>(SamplePartition,
                                         {
                                             [](CPartition& p) { p.Attribute1 = 0; },
@@ -231,14 +192,4 @@ TEST(Partition, DefaultsComparisonAndCopies) {
                                             [](CPartition& p) { p.Text1 += " "; },
                                             [](CPartition& p) { p.Text2 = "EXT4"; },
                                         });
-    CPartition source = SamplePartition();
-    const CPartition copy(source);
-    source.Text1.clear();
-    EXPECT_TRUE(copy == SamplePartition());
-
-    PI::CPassThrough pass;
-    EXPECT_EQ(pass.Value, 0u);
-    pass.Value = ~0ULL;
-    std::unique_ptr<PI::CPassThrough> owned(new PI::CPassThrough(pass));
-    EXPECT_EQ(owned->Value, ~0ULL);
 }

@@ -1,4 +1,4 @@
-// Managed object nodes: defaults, id lists, comparison and the index exception.
+// Managed object nodes: id lists, comparison and the index exception.
 #include "RecordTestSupport.h"
 
 #include "PI/ObjectModel.h"
@@ -28,21 +28,10 @@ CObject Sample() {
 
 } // namespace
 
-TEST(Object, Defaults) {
-    const CObject node;
-    EXPECT_EQ(node.ObjectID, 0u);
-    EXPECT_EQ(static_cast<int>(node.ObjectType), 1);
-    EXPECT_EQ(node.GetParentCount() + node.GetChildCount(), 0u);
-    EXPECT_EQ(node.Value64, 0u);
-    EXPECT_FALSE(node.Flag);
-    EXPECT_TRUE(node.Properties.empty());
-    EXPECT_TRUE(node == CObject(0, static_cast<PI::_OBJECT_TYPE>(1)));
+TEST(Object, ListsKeepOrderDuplicatesAndCapacity) {
     const CObject typed(~0ULL, PI::OBJECT_TYPE_TASK);
     EXPECT_EQ(typed.ObjectID, ~0ULL);
     EXPECT_EQ(typed.ObjectType, PI::OBJECT_TYPE_TASK);
-}
-
-TEST(Object, ListsKeepOrderDuplicatesAndCapacity) {
     CObject node;
     node.AddParent(5);
     node.AddParent(5);
@@ -88,25 +77,6 @@ TEST(Object, EveryFieldAndListOrderTakePartInComparison) {
     parent.AddParent(4);
     child.AddChild(4);
     EXPECT_FALSE(parent == child);
-}
-
-TEST(Object, CopiesOwnTheirLists) {
-    CObject source = Sample();
-    const CObject copy(source);
-    source.Parents[0] = 99;
-    source.Children.clear();
-    source.Properties[0].PropertyID = static_cast<PI::_PROPERTY_ID>(23099);
-    EXPECT_TRUE(copy == Sample());
-
-    CObject assigned;
-    assigned.AddParent(42);
-    assigned = copy;
-    EXPECT_TRUE(assigned == copy);
-    const CObject& alias = assigned;
-    assigned = alias;
-    EXPECT_TRUE(assigned == copy);
-    const CObject moved(std::move(assigned));
-    EXPECT_TRUE(moved == copy);
 }
 
 TEST(Object, OutOfRangeRaisesOrGivesZero) {

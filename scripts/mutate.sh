@@ -1,0 +1,276 @@
+#!/usr/bin/env bash
+# Mutation check: how many of a fixed list of small faults in the libraries
+# the test suites catch.
+#
+#   scripts/mutate.sh [--list] [--check] [--only N,N,...] [BUILD_DIR]
+#
+# Each mutant replaces one exact text of one source file (found exactly once,
+# or the script stops). It is applied to the working tree, the libraries are
+# rebuilt (BUILD_DIR, default build-mut, configured here when it is not yet:
+# Release, test hooks on, ccache, and test programs not relinked when only
+# libPI or libRVX changed), every CTest test runs until the first failure,
+# and the file is put back, also on error or Ctrl-C. A mutant is killed when
+# a test fails or times out, or when it does not compile (listed apart).
+#
+#   --list   print the mutants and exit
+#   --check  only check that every anchor is found exactly once
+#   --only   run only the mutants with these numbers (1-based)
+#
+# MUTATE_JOBS (2) sets build and ctest parallelism, MUTATE_TIMEOUT (120) the
+# per-test timeout of tests that set none, MUTATE_RUN_TIMEOUT (1200) a bound
+# on one mutant's whole test run, MUTATE_EXCLUDE a ctest -E regular
+# expression of tests left out. The unmutated suite runs first and must pass.
+set -uo pipefail
+
+source_dir=$(cd "$(dirname "$0")/.." && pwd)
+jobs=${MUTATE_JOBS:-2}
+test_timeout=${MUTATE_TIMEOUT:-120}
+run_timeout=${MUTATE_RUN_TIMEOUT:-1200}
+exclude=${MUTATE_EXCLUDE:-}
+mode=run
+only=
+build=
+
+while [ $# -gt 0 ]; do
+  case $1 in
+  --list) mode=list ;;
+  --check) mode=check ;;
+  --only) only=$2; shift ;;
+  -h | --help) sed -n '2,22p' "$0"; exit 0 ;;
+  *) build=$1 ;;
+  esac
+  shift
+done
+build=${build:-$source_dir/build-mut}
+
+FILES=()
+ANCHORS=()
+REPLACEMENTS=()
+mutant() { FILES+=("$1"); ANCHORS+=("$2"); REPLACEMENTS+=("$3"); }
+
+# ---- Drive identity, formatting, help and sense look-ups ----
+mutant Src/Helper/DriveIdentity.cpp \
+  'model.size() >= 4 && IsDecimalDigit(model[3])' 'model.size() >= 4 && !IsDecimalDigit(model[3])'
+mutant Src/Helper/DriveIdentity.cpp \
+  'product.substr(3, 2)' 'product.substr(2, 2)'
+mutant Src/Helper/DriveIdentity.cpp \
+  'if (serial.size() >= 9)' 'if (serial.size() > 9)'
+mutant Src/Helper/DriveIdentity.cpp \
+  'if (rpm <= 5000)' 'if (rpm < 5000)'
+mutant Src/Helper/Formatting.cpp \
+  'if (scaled < 1.0L)' 'if (scaled <= 1.0L)'
+mutant Src/Helper/Formatting.cpp \
+  'if (first >= end)' 'if (first > end)'
+mutant Src/Helper/Formatting.cpp \
+  'if (i != first)' 'if (i == first)'
+mutant Src/Helper/Formatting.cpp \
+  'if (conform) {' 'if (!conform) {'
+mutant Src/Helper/HelpIcons.cpp \
+  'media == MEDIA_TYPE_SSD' 'media != MEDIA_TYPE_SSD'
+mutant Src/Helper/HelpIcons.cpp \
+  $'    out.Empty();\n    if (found.text == nullptr)' $'    if (found.text == nullptr)'
+mutant Src/Helper/Sense.cpp \
+  'kSenseKeyRows[key & 0x0F]' 'kSenseKeyRows[key & 0x07]'
+mutant Src/Helper/Sense.cpp \
+  $'    text.clear();\n    const Detail::FoundText' $'    const Detail::FoundText'
+
+# ---- Configuration file ----
+mutant Src/Config/ConfigFile.cpp \
+  "std::replace(section.begin(), section.end(), '=', '_');" ''
+mutant Src/Config/ConfigFile.cpp \
+  'if (section != DEFAULT_SECTION) {' 'if (section == DEFAULT_SECTION) {'
+
+# ---- Platform: base64, INI documents and files, markup, format, cipher ----
+mutant platform/src/Base64.cpp \
+  'i + 3 <= length; i += 3' 'i + 3 < length; i += 3'
+mutant platform/src/Base64.cpp \
+  '(q[2] == kPad && q[3] != kPad)' '(q[2] == kPad && q[3] == kPad)'
+mutant platform/src/Base64.cpp \
+  '(!last && q[3] == kPad)' '(last && q[3] == kPad)'
+mutant platform/src/Base64.cpp \
+  "if (c >= 'a' && c <= 'z')" "if (c >= 'a' && c < 'z')"
+mutant platform/src/IniFileDocument.cpp \
+  "return c == ' ' || c == '\t';" "return c == ' ';"
+mutant platform/src/IniFileDocument.cpp \
+  "return c == ';' || c == '#';" "return c == ';';"
+mutant platform/src/IniFileDocument.cpp \
+  'if (Bom && (lines.empty()' 'if (!Bom && (lines.empty()'
+mutant platform/src/IniFile.cpp \
+  'if (static_cast<unsigned long long>(info.st_size) > INI_MAX_FILE_SIZE)' \
+  'if (static_cast<unsigned long long>(info.st_size) >= INI_MAX_FILE_SIZE)'
+mutant platform/src/Markup.cpp \
+  "const bool named = name != nullptr && *name != '\0';" "const bool named = name != nullptr && *name == '\0';"
+mutant platform/src/Markup.cpp \
+  'if (!impl.Parent || impl.Parent == impl.Document)' 'if (!impl.Parent || impl.Parent != impl.Document)'
+mutant platform/src/FormatStream.cpp \
+  "if (m_Format[1] == '%') {" "if (m_Format[1] != '%') {"
+mutant platform/src/AES.cpp \
+  "if (c >= 'A' && c <= 'F')" "if (c >= 'A' && c < 'F')"
+mutant platform/src/AES.cpp \
+  "text[text.Length() - 1] == ')'" "text[text.Length() - 1] != ')'"
+
+# ---- Records: lists, events, logical drives ----
+mutant Src/Objects/Object.cpp \
+  $'void CObject::AddChild(unsigned long long id) {\n    Children.push_back(id);' \
+  $'void CObject::AddChild(unsigned long long id) {\n    Parents.push_back(id);'
+mutant Src/Objects/Operation.cpp \
+  $'void COperation::ClearEvents() {\n    Events.clear();' $'void COperation::ClearEvents() {'
+mutant Src/Objects/Event.cpp \
+  $'Text3(other.Text3), Scalar6(other.Scalar6) {\n    for (unsigned int slot = 0; slot < PLACEHOLDER_COUNT; ++slot)' \
+  $'Text3(other.Text3), Scalar6(other.Scalar6) {\n    for (unsigned int slot = 1; slot < PLACEHOLDER_COUNT; ++slot)'
+mutant Src/Objects/Event.cpp \
+  "stored.size() >= 3 && stored[1] == ':'" "stored.size() >= 2 && stored[1] == ':'"
+mutant Src/Objects/LogicalDrive.cpp \
+  'return ObjectID < other.ObjectID;' 'return ObjectID > other.ObjectID;'
+mutant Src/Objects/LogicalDrive.cpp \
+  "return *text == '-' ? 0ull - value : value;" "return *text == '+' ? 0ull - value : value;"
+mutant Src/Objects/LogicalDrive.cpp \
+  'ReadIdList(markup, "DedicatedHotSpares", "Drive", DHS);' 'ReadIdList(markup, "DedicatedHotSpares", "Drive", GHS);'
+mutant Src/Objects/LogicalDriveScan.h \
+  '(size == 20 && std::memcmp' '(size == 21 && std::memcmp'
+
+# ---- Property values: ranges, checks and their order ----
+mutant Src/Objects/Property.cpp \
+  'else if (value < maximum)' 'else if (value > maximum)'
+mutant Src/Objects/Property.cpp \
+  'if (noBlockWhenEmpty && dataSize == 0)' 'if (!noBlockWhenEmpty && dataSize == 0)'
+mutant Src/Objects/Property.cpp \
+  $'    if (list.empty())\n        return RESULT_EMPTY_LIST;\n' ''
+mutant Src/Objects/Property.cpp \
+  'if (SubType == PROPERTY_SUBTYPE_ENCRYPTED) {' 'if (SubType != PROPERTY_SUBTYPE_ENCRYPTED) {'
+mutant Src/Objects/Property.cpp \
+  $'CProperty::~CProperty() {\n    if (Data != nullptr)\n        Internal::FreeBlock(Data);\n' \
+  $'CProperty::~CProperty() {\n'
+mutant Src/Objects/PropertyRead.cpp \
+  'if (p.Type != type)' 'if (p.Type != type && p.Data != nullptr)'
+mutant Src/Objects/PropertyRead.cpp \
+  'SplitSize / 4 < words ?' 'SplitSize / 4 > words ?'
+mutant Src/Objects/PropertyRead.cpp \
+  $'        if (any)\n            joined += ", ";' $'        if (!any)\n            joined += ", ";'
+mutant Src/Objects/PropertyRead.cpp \
+  'for (size_t i = 1; i < words; ++i)' 'for (size_t i = 1; i <= words; ++i)'
+mutant Src/Objects/PropertyRead.cpp \
+  'value = Word<std::uint32_t>(Data) != 0;' 'value = Word<std::uint32_t>(Data) == 0;'
+
+count=${#FILES[@]}
+
+# Replaces the anchor of mutant $1 in its file; exit 3 when it is not there
+# exactly once. With $2 = check, only counts.
+apply() {
+  python3 - "$source_dir/${FILES[$1]}" "${ANCHORS[$1]}" "${REPLACEMENTS[$1]}" "${2:-apply}" <<'EOF'
+import sys
+path, anchor, replacement, mode = sys.argv[1:5]
+text = open(path, encoding="utf-8").read()
+found = text.count(anchor)
+if found != 1:
+    sys.stderr.write(f"{path}: anchor found {found} times, not once: {anchor!r}\n")
+    sys.exit(3)
+if mode == "apply":
+    open(path, "w", encoding="utf-8").write(text.replace(anchor, replacement))
+EOF
+}
+
+describe() {
+  local a=${ANCHORS[$1]//$'\n'/ } r=${REPLACEMENTS[$1]//$'\n'/ }
+  a=$(echo "$a" | tr -s ' ')
+  r=$(echo "$r" | tr -s ' ')
+  printf '%s: "%s" -> "%s"' "${FILES[$1]}" "$a" "${r:-(dropped)}"
+}
+
+if [ "$mode" = list ]; then
+  for ((i = 0; i < count; ++i)); do
+    printf '%2d %s\n' $((i + 1)) "$(describe $i)"
+  done
+  exit 0
+fi
+
+bad=0
+for ((i = 0; i < count; ++i)); do
+  apply $i check || bad=1
+done
+if [ $bad -ne 0 ]; then
+  echo "mutate.sh: some anchors are not found exactly once" >&2
+  exit 2
+fi
+if [ "$mode" = check ]; then
+  echo "all $count anchors found exactly once"
+  exit 0
+fi
+
+backup=$(mktemp -d)
+current=
+restore() {
+  if [ -n "$current" ]; then
+    cp "$backup/file" "$source_dir/$current"
+    current=
+  fi
+}
+trap 'restore; rm -rf "$backup"' EXIT
+trap 'restore; exit 130' INT TERM HUP
+
+if [ ! -f "$build/CMakeCache.txt" ]; then
+  cmake -S "$source_dir" -B "$build" -DCMAKE_BUILD_TYPE=Release -DPI_TEST_HOOKS=ON \
+    -DCMAKE_LINK_DEPENDS_NO_SHARED=ON \
+    -DCMAKE_CXX_COMPILER_LAUNCHER=ccache -DCMAKE_C_COMPILER_LAUNCHER=ccache >/dev/null || exit 2
+fi
+
+build_all() { cmake --build "$build" -j "$jobs" >"$backup/build.log" 2>&1; }
+# A mutant changes only libPI or libRVX; nothing else is relinked against them.
+build_libraries() { cmake --build "$build" -j "$jobs" --target PI RVX >"$backup/build.log" 2>&1; }
+run_tests() {
+  local args=(--test-dir "$build" -j "$jobs" --timeout "$test_timeout" --stop-on-failure
+    --output-on-failure)
+  [ -n "$exclude" ] && args+=(-E "$exclude")
+  timeout "$run_timeout" ctest "${args[@]}" >"$backup/test.log" 2>&1
+}
+
+echo "building and testing the unmutated tree in $build"
+if ! build_all; then
+  tail -30 "$backup/build.log"
+  echo "mutate.sh: the unmutated tree does not build" >&2
+  exit 2
+fi
+start=$SECONDS
+if ! run_tests; then
+  grep -E 'Failed|Timeout|tests passed' "$backup/test.log" | tail -20
+  echo "mutate.sh: the unmutated suite fails; fix that first" >&2
+  exit 2
+fi
+echo "unmutated suite passes: $(grep -E 'tests passed' "$backup/test.log") ($((SECONDS - start)) s)"
+
+killed=0
+total=0
+survivors=()
+uncompilable=()
+for ((i = 0; i < count; ++i)); do
+  n=$((i + 1))
+  if [ -n "$only" ] && [[ ",$only," != *",$n,"* ]]; then
+    continue
+  fi
+  total=$((total + 1))
+  current=${FILES[$i]}
+  cp "$source_dir/$current" "$backup/file"
+  apply $i || { restore; exit 2; }
+  start=$SECONDS
+  if ! build_libraries; then
+    verdict="KILLED (does not compile)"
+    uncompilable+=($n)
+    killed=$((killed + 1))
+  elif ! run_tests; then
+    first=$(grep -m1 -oE '[0-9]+ - [^ ]+ \((Failed|Timeout|SEGFAULT|Subprocess aborted|Child aborted|Exception)[^)]*\)' "$backup/test.log")
+    [ -z "$first" ] && [ $? -ne 0 ] && first="the run timed out"
+    verdict="KILLED by ${first:-a failing test}"
+    killed=$((killed + 1))
+  else
+    verdict="SURVIVED"
+    survivors+=($n)
+  fi
+  restore
+  printf '%2d %-8s %s (%d s)\n   %s\n' $n "${verdict%% *}" "$(describe $i)" $((SECONDS - start)) "$verdict"
+done
+
+# Leave the build matching the restored tree.
+build_libraries || echo "mutate.sh: rebuilding the restored tree failed" >&2
+echo "survived: ${survivors[*]:-none}"
+echo "uncompilable: ${uncompilable[*]:-none}"
+echo "killed $killed of $total"
