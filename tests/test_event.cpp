@@ -1,6 +1,6 @@
 // Event records: comparison, copies and the six message placeholders.
-#include "checks/EventRawAccess.h"
 #include "PI/ObjectModel.h"
+#include "checks/EventRawAccess.h"
 
 #include <RVX/Language.h>
 #include <RVX/Strings.h>

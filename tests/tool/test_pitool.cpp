@@ -1,7 +1,7 @@
 // pitool as a user runs it: output, standard error and exit status of every
 // subcommand on good and bad input.
-#include "ScratchDirectory.h"
 #include "Pitool.h"
+#include "ScratchDirectory.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

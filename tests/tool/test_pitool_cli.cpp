@@ -1,7 +1,7 @@
 // pitool's messages where the command line or the configuration file is at
 // fault: each names the real mistake and the command it belongs to.
-#include "ScratchDirectory.h"
 #include "Pitool.h"
+#include "ScratchDirectory.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,8 +1,8 @@
 // pitool record as a user runs it: the example inventories shown, compared,
 // patched and converted, and every kind of bad input with its exit status
 // and its one line on standard error.
-#include "ScratchDirectory.h"
 #include "Pitool.h"
+#include "ScratchDirectory.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
