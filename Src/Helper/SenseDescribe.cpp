@@ -360,6 +360,26 @@ template <class Sink> void Describe(const CSenseData& data, Sink& sink) {
 
 } // namespace
 
+const char* SenseKeySpecificKindName(_SENSE_KEY_SPECIFIC kind) noexcept {
+    switch (kind) {
+    case SKS_FIELD_POINTER:
+        return "field_pointer";
+    case SKS_RETRY_COUNT:
+        return "retry_count";
+    case SKS_PROGRESS:
+        return "progress";
+    case SKS_SEGMENT_POINTER:
+        return "segment_pointer";
+    case SKS_UNIT_ATTENTION:
+        return "unit_attention";
+    case SKS_UNDEFINED:
+        return "undefined";
+    case SKS_NONE:
+        break;
+    }
+    return "none";
+}
+
 std::string DescribeKeySpecific(const CSenseKeySpecific& field) {
     Writer text;
     AppendKeySpecific(text, field);

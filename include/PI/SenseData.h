@@ -190,6 +190,11 @@ PI_API void DescribeSenseData(const CSenseData& data,
 // The same as lines "label: value\n", appended to `text` (for logs).
 PI_API void FormatSenseData(const CSenseData& data, std::string& text);
 
+// The short name of a sense-key specific kind, as pitool's JSON and Python
+// spell it: "none", "field_pointer", "retry_count", "progress",
+// "segment_pointer", "unit_attention" or "undefined".
+PI_API const char* SenseKeySpecificKindName(_SENSE_KEY_SPECIFIC kind) noexcept;
+
 // The sense-key specific field in words, e.g. "progress 50.00% (32768/65536)"
 // or "error in CDB byte 2 bit 5"; empty for SKS_NONE.
 PI_API std::string DescribeKeySpecific(const CSenseKeySpecific& field);

@@ -34,7 +34,8 @@ class XmlText(str):
 class SenseKeySpecific(NamedTuple):
     """The three sense-key specific bytes; kind follows the sense key:
     "field_pointer", "retry_count", "progress", "segment_pointer",
-    "unit_attention" or "undefined". Members of other kinds stay 0."""
+    "unit_attention", "undefined" (another key), or "none" where the sense
+    data has no such bytes. Members of other kinds stay 0."""
 
     kind: str
     valid: bool  # SKSV

@@ -52,30 +52,14 @@ py::object SenseASC(Int asc, Int ascq) {
     return ToPy(text);
 }
 
-const char* KindName(PI::_SENSE_KEY_SPECIFIC kind) {
-    switch (kind) {
-    case PI::SKS_FIELD_POINTER:
-        return "field_pointer";
-    case PI::SKS_RETRY_COUNT:
-        return "retry_count";
-    case PI::SKS_PROGRESS:
-        return "progress";
-    case PI::SKS_SEGMENT_POINTER:
-        return "segment_pointer";
-    case PI::SKS_UNIT_ATTENTION:
-        return "unit_attention";
-    default:
-        return "undefined";
-    }
-}
-
 py::object KeySpecificToPy(const PI::CSenseKeySpecific& f) {
     if (f.Kind == PI::SKS_NONE)
         return py::none();
     return PackageAttr("pi._values", "SenseKeySpecific")(
-        KindName(f.Kind), f.Valid, py::bytes(reinterpret_cast<const char*>(f.Bytes), 3), f.Command,
-        f.SegmentDescriptor, f.BitPointerValid ? py::object(py::int_(f.BitPointer)) : py::none(),
-        f.Pointer, f.RetryCount, f.Progress, f.Overflow);
+        PI::SenseKeySpecificKindName(f.Kind), f.Valid,
+        py::bytes(reinterpret_cast<const char*>(f.Bytes), 3), f.Command, f.SegmentDescriptor,
+        f.BitPointerValid ? py::object(py::int_(f.BitPointer)) : py::none(), f.Pointer,
+        f.RetryCount, f.Progress, f.Overflow);
 }
 
 py::object AtaToPy(const PI::CSenseAtaStatus& a) {

@@ -39,26 +39,6 @@ std::string SeverityName(int severity) {
     return name;
 }
 
-const char* KindName(PI::_SENSE_KEY_SPECIFIC kind) {
-    switch (kind) {
-    case PI::SKS_FIELD_POINTER:
-        return "field_pointer";
-    case PI::SKS_RETRY_COUNT:
-        return "retry_count";
-    case PI::SKS_PROGRESS:
-        return "progress";
-    case PI::SKS_SEGMENT_POINTER:
-        return "segment_pointer";
-    case PI::SKS_UNIT_ATTENTION:
-        return "unit_attention";
-    case PI::SKS_UNDEFINED:
-        return "undefined";
-    case PI::SKS_NONE:
-    default:
-        return "none";
-    }
-}
-
 std::string HexBytes(const unsigned char* bytes, size_t count) {
     std::string text;
     for (size_t i = 0; i < count; ++i) {
@@ -72,7 +52,9 @@ Json KeySpecificJson(const PI::CSenseKeySpecific& f) {
         return Json();
     }
     Json json = Json::Object();
-    json.Set("kind", KindName(f.Kind)).Set("valid", f.Valid).Set("bytes", HexBytes(f.Bytes, 3));
+    json.Set("kind", PI::SenseKeySpecificKindName(f.Kind))
+        .Set("valid", f.Valid)
+        .Set("bytes", HexBytes(f.Bytes, 3));
     const Json bit = f.BitPointerValid ? Json(static_cast<unsigned int>(f.BitPointer)) : Json();
     switch (f.Kind) {
     case PI::SKS_FIELD_POINTER:
