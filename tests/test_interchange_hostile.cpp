@@ -80,6 +80,11 @@ TEST(InterchangeHostile, SyntaxErrors) {
     EXPECT_EQ(ReadJsonDocument(R"({"Version":1,  "COperation":{]})", out, &error),
               INTERCHANGE_SYNTAX);
     EXPECT_EQ(error.Offset, 29u);
+    // A leading byte order mark is blank space, and offsets still count it.
+    EXPECT_EQ(ReadJsonDocument("\xEF\xBB\xBF" + Op("{}"), out, &error), 0u);
+    EXPECT_EQ(ReadJsonDocument("\xEF\xBB\xBF" + Op("{]}"), out, &error), INTERCHANGE_SYNTAX);
+    EXPECT_EQ(error.Offset, 30u);
+    ExpectJsonRefused("\xEF\xBB" + Op("{}"), INTERCHANGE_SYNTAX, "", "well-formed JSON");
 }
 
 TEST(InterchangeHostile, WrongTypes) {

@@ -11,6 +11,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <string>
 
 namespace PI {
@@ -135,6 +136,10 @@ unsigned int TokenizeJson(const char* text, size_t length, TokenList& out,
     }
     out.Text.assign(text, text + length);
     out.Text.push_back('\0');
+    // A UTF-8 byte order mark, which some editors write first, reads as
+    // blanks; offsets stay those of the input as given.
+    if (length >= 3 && std::memcmp(text, "\xEF\xBB\xBF", 3) == 0)
+        std::memset(out.Text.data(), ' ', 3);
     // Room for the tokens of a typical document (one per 6 characters or
     // so); longer inputs grow the list as they need.
     out.Tokens.reserve(std::min<size_t>(length / 6 + 4, size_t(1) << 20));

@@ -329,6 +329,10 @@ TEST_F(PitoolRecord, BadInputIsOneLineAndExitStatusTwo) {
         ExpectOneErrorLine(Pitool(args));
     }
     EXPECT_THAT(Pitool({"record", "show", version}).err, HasSubstr("format version 1"));
+    // JSON whose top level is no object is still told as JSON.
+    EXPECT_THAT(
+        Pitool({"record", "show", Write("list.json", "[1]")}).err,
+        HasSubstr("not a JSON record document: (document): expected a document: an object"));
     EXPECT_THAT(Pitool({"record", "show", broken}).err, HasSubstr("at byte"));
     EXPECT_THAT(Pitool({"record", "diff", before, object}).err, HasSubstr("holds a COperation, "));
     // Usage errors are exit status 2 too.

@@ -29,15 +29,13 @@ std::string Quote(const std::string& path) {
     return path == "-" ? "standard input" : "'" + path + "'";
 }
 
-// JSON text begins with '{' (after blanks); a MessagePack document begins
-// with a map, whose first byte is never '{' nor a blank.
+// A MessagePack document is a map, whose first byte is 80h-8Fh, DEh or DFh;
+// anything else is read as JSON text (which may start with a byte order
+// mark), so that a JSON file that is not a document is told so as JSON.
 Format FormatOf(const std::string& content) {
-    for (const char c : content) {
-        if (c == ' ' || c == '\t' || c == '\n' || c == '\r')
-            continue;
-        return c == '{' ? Format::Json : Format::MsgPack;
-    }
-    return Format::Json;
+    const unsigned char first = static_cast<unsigned char>(content[0]);
+    return (first >= 0x80 && first <= 0x8F) || first == 0xDE || first == 0xDF ? Format::MsgPack
+                                                                              : Format::Json;
 }
 
 RecordFile ReadRecord(const std::string& path) {
