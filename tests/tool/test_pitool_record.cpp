@@ -335,6 +335,7 @@ TEST_F(PitoolRecord, BadInputIsOneLineAndExitStatusTwo) {
         HasSubstr("not a JSON record document: (document): expected a document: an object"));
     EXPECT_THAT(Pitool({"record", "show", broken}).err, HasSubstr("at byte"));
     EXPECT_THAT(Pitool({"record", "diff", before, object}).err, HasSubstr("holds a COperation, "));
+    EXPECT_THAT(Pitool({"record", "diff", "--help"}).out, HasSubstr("--json"));
     // Usage errors are exit status 2 too.
     EXPECT_EQ(Pitool({"record"}).status, 2);
     EXPECT_EQ(Pitool({"record", "diff", before}).status, 2);

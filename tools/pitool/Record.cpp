@@ -288,6 +288,15 @@ void AddRecordCommand(CLI::App& app, Invocation& call) {
     convert->callback([&call, convertArgs] {
         call.run = [&call, convertArgs] { return RunConvert(*convertArgs, call.json); };
     });
+
+    // Each one's own --help lists --json too (it would reach "record" anyway).
+    const char* const jsonMeaning[][2] = {
+        {"show", "Print the record as JSON: every member by its interchange name"},
+        {"diff", "Print the change list document (docs/diff.md)"},
+        {"patch", "Write the result as JSON"},
+        {"convert", "Write the result as JSON"}};
+    for (const auto& [name, meaning] : jsonMeaning)
+        sub->get_subcommand(name)->add_flag("--json", call.json, meaning);
 }
 
 } // namespace pitool
