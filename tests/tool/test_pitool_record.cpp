@@ -7,8 +7,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cstdlib>
 #include <string>
+#include <thread>
 #include <vector>
 
 using ::testing::HasSubstr;
@@ -24,6 +30,32 @@ void ExpectOneErrorLine(const ProgramResult& r) {
     EXPECT_THAT(r.err, StartsWith("pitool record: "));
     EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
     EXPECT_THAT(r.out, IsEmpty());
+}
+
+// The exit status of a program whose standard output is a terminal.
+int ExitStatusOnATerminal(std::vector<const char*> argv) {
+    const int master = posix_openpt(O_RDWR | O_NOCTTY);
+    if (master < 0 || grantpt(master) != 0 || unlockpt(master) != 0)
+        return -1;
+    const pid_t child = fork();
+    if (child == 0) {
+        const int slave = open(ptsname(master), O_RDWR | O_NOCTTY);
+        dup2(slave, STDOUT_FILENO);
+        argv.push_back(nullptr);
+        execv(argv[0], const_cast<char* const*>(argv.data()));
+        _exit(127);
+    }
+    // Drain what the program writes, so that it never blocks on a full pty.
+    std::thread drain([master] {
+        char buffer[4096];
+        while (read(master, buffer, sizeof buffer) > 0) {
+        }
+    });
+    int status = 0;
+    waitpid(child, &status, 0);
+    close(master);
+    drain.join();
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 class PitoolRecord : public ScratchDirectoryTest {
@@ -105,6 +137,14 @@ TEST_F(PitoolRecord, ConvertGoesBothWaysAndKeepsTheRecord) {
     ASSERT_EQ(patchedMp.status, 0) << patchedMp.err;
     EXPECT_EQ(static_cast<unsigned char>(patchedMp.out[0]) & 0xF0u, 0x80u);
     EXPECT_EQ(Pitool({"record", "convert", "--to", "json", mp}).out, back.out);
+
+    // -o writes the file whole; MessagePack never goes to a terminal.
+    const std::string written = m_Dir + "/written.mp";
+    EXPECT_EQ(Pitool({"record", "convert", after, "-o", written}).status, 0);
+    EXPECT_EQ(ReadBytes(written), packed.out);
+    EXPECT_EQ(ExitStatusOnATerminal({PITOOL_PATH, "record", "convert", after.c_str()}), 2);
+    EXPECT_EQ(ExitStatusOnATerminal({PITOOL_PATH, "record", "convert", mp.c_str()}), 0)
+        << "JSON may";
 }
 
 TEST_F(PitoolRecord, ShowNamesPropertiesValuesSizesAndIcons) {

@@ -9,6 +9,15 @@
 
 #include <CLI/CLI.hpp>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
 #include <memory>
 #include <string>
 #include <variant>
@@ -195,8 +204,58 @@ Format OutputFormat(const std::string& to, Format otherwise, bool json) {
     return otherwise;
 }
 
+// What a file made by open(..., 0666) would get under this process's umask.
+mode_t NewFileMode() {
+    const mode_t mask = umask(0);
+    umask(mask);
+    return 0666 & ~mask;
+}
+
+// Writes `bytes` to `path` whole or not at all: a temporary file beside it,
+// flushed, then renamed over it.
+void WriteFileAtomically(const std::string& path, const std::string& bytes) {
+    const size_t slash = path.rfind('/');
+    std::string temp =
+        (slash == std::string::npos ? std::string() : path.substr(0, slash + 1)) + ".pitool-XXXXXX";
+    const int fd = mkstemp(temp.data());
+    if (fd < 0)
+        Fail("cannot write " + Quote(path) + ": " + std::strerror(errno));
+    size_t done = 0;
+    while (done < bytes.size()) {
+        const ssize_t n = write(fd, bytes.data() + done, bytes.size() - done);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            break;
+        done += static_cast<size_t>(n);
+    }
+    const int saved = errno;
+    const bool ok = done == bytes.size() && fsync(fd) == 0 && fchmod(fd, NewFileMode()) == 0;
+    close(fd);
+    if (!ok || std::rename(temp.c_str(), path.c_str()) != 0) {
+        const int why = ok ? errno : saved;
+        unlink(temp.c_str());
+        Fail("cannot write " + Quote(path) + ": " + std::strerror(why));
+    }
+}
+
+// A record for the caller: into `path` when given; MessagePack is binary and
+// never goes to a terminal.
+Result Output(std::string bytes, Format format, const std::string& path) {
+    Result result;
+    if (!path.empty()) {
+        WriteFileAtomically(path, bytes);
+        return result;
+    }
+    if (format == Format::MsgPack && isatty(STDOUT_FILENO))
+        Fail("MessagePack is binary and is not written to a terminal: give -o FILE or redirect "
+             "standard output");
+    result.raw = std::move(bytes);
+    return result;
+}
+
 struct PatchArgs {
-    std::string record, changes, to;
+    std::string record, changes, to, output;
 };
 
 Result RunPatch(const PatchArgs& args, bool json) {
@@ -217,22 +276,19 @@ Result RunPatch(const PatchArgs& args, bool json) {
     std::visit([&](auto& r) { code = PI::Patch(r, changes, &error); }, file.record);
     if (code != 0)
         Fail("the change list does not apply to " + Quote(args.record) + ": " + error.Text());
-    Result result;
-    result.raw = Encode(file.record, OutputFormat(args.to, file.format, json));
-    return result;
+    const Format format = OutputFormat(args.to, file.format, json);
+    return Output(Encode(file.record, format), format, args.output);
 }
 
 struct ConvertArgs {
-    std::string record, to;
+    std::string record, to, output;
 };
 
 Result RunConvert(const ConvertArgs& args, bool json) {
     const RecordFile file = ReadRecord(args.record);
-    Result result;
-    result.raw = Encode(
-        file.record,
-        OutputFormat(args.to, file.format == Format::Json ? Format::MsgPack : Format::Json, json));
-    return result;
+    const Format format =
+        OutputFormat(args.to, file.format == Format::Json ? Format::MsgPack : Format::Json, json);
+    return Output(Encode(file.record, format), format, args.output);
 }
 
 } // namespace
@@ -276,6 +332,7 @@ void AddRecordCommand(CLI::App& app, Invocation& call) {
     patch->add_option("record", patchArgs->record, "The record to change")->required();
     patch->add_option("changes", patchArgs->changes, "The change list (JSON)")->required();
     patch->add_option("--to", patchArgs->to, "Output format: json or msgpack");
+    patch->add_option("-o,--output", patchArgs->output, "Write to this file (whole or not at all)");
     patch->callback([&call, patchArgs] {
         call.run = [&call, patchArgs] { return RunPatch(*patchArgs, call.json); };
     });
@@ -285,6 +342,8 @@ void AddRecordCommand(CLI::App& app, Invocation& call) {
     convert->fallthrough();
     convert->add_option("file", convertArgs->record, "Record document")->required();
     convert->add_option("--to", convertArgs->to, "Output format: json or msgpack");
+    convert->add_option("-o,--output", convertArgs->output,
+                        "Write to this file (whole or not at all)");
     convert->callback([&call, convertArgs] {
         call.run = [&call, convertArgs] { return RunConvert(*convertArgs, call.json); };
     });
