@@ -123,6 +123,14 @@ class SenseData(NamedTuple):
 
 
 def record_repr(record) -> str:
-    """ClassName(Field=value, ...) over the fields the class lists."""
-    fields = ", ".join(f"{name}={getattr(record, name)!r}" for name in type(record)._fields)
+    """ClassName(Field=value, ...) over the fields the class lists; a field
+    that cannot be read shows the error instead, so repr never raises."""
+
+    def shown(name):
+        try:
+            return repr(getattr(record, name))
+        except Exception as error:  # noqa: BLE001 - repr must not raise
+            return f"<{type(error).__name__}: {error}>"
+
+    fields = ", ".join(f"{name}={shown(name)}" for name in type(record)._fields)
     return f"{type(record).__name__}({fields})"

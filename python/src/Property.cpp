@@ -44,15 +44,24 @@ py::object GetSelection(CProperty& p) {
     return PackageAttr("pi._values", "Selection")(value, IntList(items));
 }
 
+// The list kinds store an empty list as no block at all, which the
+// library's readers refuse as missing data; in Python it is the empty list.
+bool EmptyList(const CProperty& p) {
+    return p.DataSize == 0 && p.Data == nullptr &&
+           (p.Type == PI::VT_UINT64_LIST || p.Type == PI::VT_INT_LIST_PAIR);
+}
+
 py::object GetPair(CProperty& p) {
     std::vector<int> first, second;
-    p.GetValue(first, second);
+    if (!EmptyList(p))
+        p.GetValue(first, second);
     return py::make_tuple(IntList(first), IntList(second));
 }
 
 py::object GetU64List(CProperty& p) {
     std::vector<unsigned long long> items;
-    p.GetValue(items);
+    if (!EmptyList(p))
+        p.GetValue(items);
     py::list out;
     for (unsigned long long item : items)
         out.append(py::int_(item));

@@ -37,6 +37,22 @@ class TestValueKinds:
         assert p.value == value
         assert type(p.value) is type(value)
 
+    def test_empty_lists_read_as_empty_and_repr_never_raises(self):
+        p = prop()
+        p.set_uint64_list([])
+        assert p.value == []
+        p.set_int_list_pair([], [])
+        assert p.value == ([], [])
+        op = pi.COperation()
+        op.Properties.append(p)
+        assert "value=([], [])" in repr(op)
+        # A block that does not fit its kind cannot be read, but is shown.
+        broken = pi.from_json(json.dumps({"Version": 1, "CProperty": {
+            "PropertyID": 23067, "Type": 5, "Raw": None, "DataSize": 8}}))
+        with pytest.raises(pi.Error):
+            broken.value
+        assert "value=<InvalidDataError" in repr(broken)
+
     def test_new_property_has_no_value(self):
         p = pi.CProperty()
         assert p.Type is pi.ValueType.NONE
