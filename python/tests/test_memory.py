@@ -33,8 +33,7 @@ def test_failed_setter_raises_and_leaves_a_size_without_block(hook):
     with pytest.raises(pi.InvalidDataError) as raised:
         p.value
     assert raised.value.code == pi.ExceptionCode.INVALID_DATA
-    with pytest.raises(pi.InvalidDataError):
-        repr(p)
+    assert "value=<InvalidDataError" in repr(p)  # repr never raises
     # A copy of such a property has neither size nor block, and the old
     # block was released before the allocation failed.
     assert copy.copy(p).DataSize == 0
