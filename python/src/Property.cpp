@@ -4,10 +4,12 @@
 
 #include <PI/Internal/RecordDescription.h>
 #include <PI/Property.h>
+#include <RVX/Exceptions.h>
 #include <RVX/Markup.h>
 
 #include <climits>
 #include <cmath>
+#include <cstdio>
 #include <limits>
 #include <string>
 #include <type_traits>
@@ -253,6 +255,31 @@ py::object Block(const CProperty& p) {
 
 } // namespace
 
+// The reader of one kind, whose refusal of another kind names both: what
+// the property holds and what was asked.
+template <auto Read> auto ReaderOf(const char* asked) {
+    return [asked](CProperty& p) {
+        try {
+            return Read(p);
+        } catch (const RVX::Exceptions::CException& e) {
+            if (e.GetCode() != PI::EXCEPTION_WRONG_TYPE)
+                throw;
+            const std::string held = py::str(ToEnum("ValueType", p.Type).attr("name"));
+            const std::string name = py::str(ToEnum("PropertyID", p.PropertyID).attr("name"));
+            char code[24];
+            std::snprintf(code, sizeof code, " (exception 0x%08x)", e.GetCode());
+            RaiseCode(e.GetCode(), "property " + name + " (" + std::to_string(p.PropertyID) +
+                                       ") holds a " + held + " value, not " + asked + code);
+        }
+    };
+}
+
+template <class T> T ReadScalar(CProperty& p) {
+    T value{};
+    p.GetValue(value);
+    return value;
+}
+
 void RegisterProperty(py::module_& m) {
     py::class_<CProperty> cls(m, "CProperty", R"doc(One typed property value.
 
@@ -319,33 +346,28 @@ and the block (``data``) change only through the setters.)doc");
             "Stores a list of texts as given; bit i of selection_mask selects entry i.");
     cls.def("set_xml", &SetXml, py::arg("text"), "Stores an XML document text.");
 
-    cls.def("get_string", &GetString,
+    cls.def("get_string", ReaderOf<&GetString>("STRING or STRING_LIST"),
             "The text of a STRING, or the selected entries of a STRING_LIST joined.");
-    cls.def("get_bool", [](CProperty& p) {
-        bool value = false;
-        p.GetValue(value);
-        return value;
+    cls.def("get_bool", ReaderOf<&ReadScalar<bool>>("BOOL"));
+    cls.def("get_uint64", ReaderOf<&ReadScalar<unsigned long long>>("UINT64"));
+    cls.def("get_float", ReaderOf<&ReadScalar<float>>("FLOAT"));
+    cls.def("get_range", ReaderOf<&GetRange>("RANGE"));
+    cls.def("get_int_list", ReaderOf<&GetSelection>("INT_LIST"));
+    cls.def("get_int_list_pair", ReaderOf<&GetPair>("INT_LIST_PAIR"));
+    cls.def("get_uint64_list", ReaderOf<&GetU64List>("UINT64_LIST"));
+    cls.def("get_string_list", ReaderOf<&GetStringList>("STRING_LIST"));
+    cls.def("get_xml", ReaderOf<&GetXml>("XML"));
+    // `_fields`, for == and repr: the id, the kind and the value first, then
+    // the other described members in order (the block is the value).
+    py::list fields;
+    for (const char* first : {"PropertyID", "Type", "value", "SubType"})
+        fields.append(first);
+    PI::Records::ForEachMember<CProperty>([&](const auto& d) {
+        using D = std::decay_t<decltype(d.Default)>;
+        if (!std::is_same_v<D, PI::Records::Block> && !fields.contains(d.Name.data()))
+            fields.append(d.Name.data());
     });
-    cls.def("get_uint64", [](CProperty& p) {
-        unsigned long long value = 0;
-        p.GetValue(value);
-        return value;
-    });
-    cls.def("get_float", [](CProperty& p) {
-        float value = 0;
-        p.GetValue(value);
-        return value;
-    });
-    cls.def("get_range", &GetRange);
-    cls.def("get_int_list", &GetSelection);
-    cls.def("get_int_list_pair", &GetPair);
-    cls.def("get_uint64_list", &GetU64List);
-    cls.def("get_string_list", &GetStringList);
-    cls.def("get_xml", &GetXml);
-    ValueSupport(cls, py::make_tuple("PropertyID", "Type", "value", "SubType", "SecondaryID",
-                                     "Attribute1", "Attribute2", "Attribute3", "Attribute4",
-                                     "Attribute5", "Flag", "Attribute6", "Flag2", "Attribute7",
-                                     "Attribute8", "SelectionMask"));
+    ValueSupport(cls, py::tuple(fields));
 }
 
 } // namespace pibind
