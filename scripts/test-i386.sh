@@ -113,10 +113,14 @@ make_root() {
       tail -n 20 "$cache/debootstrap.log" >&2
       # A kernel built without 32-bit x86 support refuses the root's own
       # programs; nothing of this stage can run on such a machine.
-      if chroot "$root" /bin/true 2>&1 | grep -q 'Exec format error'; then
+      local refusal
+      refusal=$(chroot "$root" /bin/true 2>&1) || true
+      case $refusal in
+      *'Exec format error'*)
         uname -r >"$no_ia32"
         skip_no_ia32
-      fi
+        ;;
+      esac
       die "debootstrap failed (log: $cache/debootstrap.log)"
     }
   touch "$mark"
