@@ -118,7 +118,7 @@ mutant Src/Objects/Operation.cpp \
 mutant Src/Objects/Event.cpp \
   $'Text3(other.Text3), Scalar6(other.Scalar6) {\n    for (unsigned int slot = 0; slot < PLACEHOLDER_COUNT; ++slot)' \
   $'Text3(other.Text3), Scalar6(other.Scalar6) {\n    for (unsigned int slot = 1; slot < PLACEHOLDER_COUNT; ++slot)'
-mutant Src/Objects/Event.cpp \
+mutant Src/Shared/PI/Internal/EventRawAccess.h \
   "stored.size() >= 3 && stored[1] == ':'" "stored.size() >= 2 && stored[1] == ':'"
 mutant Src/Objects/LogicalDrive.cpp \
   'return ObjectID < other.ObjectID;' 'return ObjectID > other.ObjectID;'
