@@ -84,14 +84,30 @@ bool Carries(EChangeKind kind, const char* member) {
     return false;
 }
 
-unsigned int ReadChange(const rapidjson::Value& value, const std::string& at, CChange& change,
-                        CInterchangeError* error) {
+// The document is parsed in place, so a member's name points into the
+// input: its opening quote is where errors about the member point.
+struct Place {
+    const char* base;
+    size_t Of(const rapidjson::Value& name) const {
+        return static_cast<size_t>(name.GetString() - base) - 1;
+    }
+    // The first member's name of an object, or `fallback`.
+    size_t First(const rapidjson::Value& value, size_t fallback) const {
+        return value.IsObject() && value.MemberCount() != 0 ? Of(value.MemberBegin()->name)
+                                                            : fallback;
+    }
+};
+
+unsigned int ReadChange(const rapidjson::Value& value, const std::string& at, const Place& place,
+                        CChange& change, CInterchangeError* error) {
+    const size_t offset = change.Offset;
     if (!value.IsObject())
-        return Fail(error, INTERCHANGE_SCHEMA, at, "an object");
+        return Fail(error, INTERCHANGE_SCHEMA, at, "an object", offset);
     const auto kind = value.FindMember("Kind");
     if (kind == value.MemberEnd() || !KindFromName(kind->value, change.Kind))
         return Fail(error, INTERCHANGE_SCHEMA, at + "/Kind",
-                    "\"added\", \"removed\", \"changed\" or \"moved\"");
+                    "\"added\", \"removed\", \"changed\" or \"moved\"",
+                    kind == value.MemberEnd() ? offset : place.Of(kind->name));
     bool hasPath = false;
     for (const auto& member : value.GetObject()) {
         const std::string name(member.name.GetString(), member.name.GetStringLength());
@@ -100,7 +116,8 @@ unsigned int ReadChange(const rapidjson::Value& value, const std::string& at, CC
             continue;
         if (name == "Path" || (name == "From" && Carries(change.Kind, "From"))) {
             if (!member.value.IsString())
-                return Fail(error, INTERCHANGE_SCHEMA, where, "a JSON Pointer text");
+                return Fail(error, INTERCHANGE_SCHEMA, where, "a JSON Pointer text",
+                            place.Of(member.name));
             (name == "Path" ? change.Path : change.From)
                 .assign(member.value.GetString(), member.value.GetStringLength());
             hasPath = hasPath || name == "Path";
@@ -109,17 +126,19 @@ unsigned int ReadChange(const rapidjson::Value& value, const std::string& at, CC
         } else {
             return Fail(error, INTERCHANGE_SCHEMA, where,
                         std::string("no member '") + name + "' in a change that is " +
-                            ChangeKindName(change.Kind));
+                            ChangeKindName(change.Kind),
+                        place.Of(member.name));
         }
     }
     if (!hasPath)
-        return Fail(error, INTERCHANGE_SCHEMA, at + "/Path", "a JSON Pointer text");
+        return Fail(error, INTERCHANGE_SCHEMA, at + "/Path", "a JSON Pointer text", offset);
     for (const char* member : {"From", "Old", "New"}) {
         const bool present = value.HasMember(member);
         if (Carries(change.Kind, member) && !present)
             return Fail(error, INTERCHANGE_SCHEMA, at + "/" + member,
                         std::string("the member '") + member + "' in a change that is " +
-                            ChangeKindName(change.Kind));
+                            ChangeKindName(change.Kind),
+                        offset);
     }
     return 0;
 }
@@ -186,42 +205,61 @@ unsigned int ReadChangeList(const char* text, size_t length, ERecordClass& recor
                         "at most " + std::to_string(DepthGuard::MAX_DEPTH) +
                             " nested objects and lists",
                         reader.GetErrorOffset());
-        rapidjson::Document document;
-        document.Parse<FLAGS>(text, length);
-        if (document.HasParseError())
+        if (reader.HasParseError())
             return Fail(error,
-                        document.GetParseError() == rapidjson::kParseErrorStringInvalidEncoding
+                        reader.GetParseErrorCode() == rapidjson::kParseErrorStringInvalidEncoding
                             ? INTERCHANGE_BAD_TEXT
                             : INTERCHANGE_SYNTAX,
-                        "", rapidjson::GetParseError_En(document.GetParseError()),
-                        document.GetErrorOffset());
+                        "", rapidjson::GetParseError_En(reader.GetParseErrorCode()),
+                        reader.GetErrorOffset());
+        // The reader takes a NUL byte for the end of the input.
+        if (bytes.Tell() != length)
+            return Fail(error, INTERCHANGE_SYNTAX, "", "nothing after the document", bytes.Tell());
+        // Well-formed, so the parse in place (which needs a terminated copy)
+        // cannot fail but for memory.
+        std::string copy(text, length);
+        rapidjson::Document document;
+        document.ParseInsitu<FLAGS>(&copy[0]);
+        if (document.HasParseError())
+            return Fail(error, RESULT_OUT_OF_MEMORY, "", "memory for the change list");
         if (!document.IsObject())
             return Fail(error, INTERCHANGE_SCHEMA, "", "a change list object");
+        const Place place{copy.data()};
         for (const auto& member : document.GetObject()) {
             const std::string name(member.name.GetString(), member.name.GetStringLength());
             if (name != "Version" && name != "Class" && name != "Changes")
                 return Fail(error, INTERCHANGE_SCHEMA, "/" + name,
-                            "only Version, Class and Changes in a change list");
+                            "only Version, Class and Changes in a change list",
+                            place.Of(member.name));
         }
+        const size_t first = place.First(document, 0);
+        const auto at = [&](rapidjson::Value::ConstMemberIterator member) {
+            return member == document.MemberEnd() ? first : place.Of(member->name);
+        };
         const auto version = document.FindMember("Version");
         if (version == document.MemberEnd() || !version->value.IsUint())
-            return Fail(error, INTERCHANGE_SCHEMA, "/Version", "the format version, an integer");
+            return Fail(error, INTERCHANGE_SCHEMA, "/Version", "the format version, an integer",
+                        at(version));
         if (version->value.GetUint() != INTERCHANGE_VERSION)
-            return Fail(error, INTERCHANGE_VERSION_UNKNOWN, "/Version", "format version 1");
+            return Fail(error, INTERCHANGE_VERSION_UNKNOWN, "/Version", "format version 1",
+                        at(version));
         const auto name = document.FindMember("Class");
         ERecordClass cls = ERecordClass::Operation;
         if (name == document.MemberEnd() || !name->value.IsString() ||
             !RecordClassFromName(name->value.GetString(), name->value.GetStringLength(), cls))
-            return Fail(error, INTERCHANGE_SCHEMA, "/Class", "a record class name");
+            return Fail(error, INTERCHANGE_SCHEMA, "/Class", "a record class name", at(name));
         const auto list = document.FindMember("Changes");
         if (list == document.MemberEnd() || !list->value.IsArray())
-            return Fail(error, INTERCHANGE_SCHEMA, "/Changes", "a list of changes");
+            return Fail(error, INTERCHANGE_SCHEMA, "/Changes", "a list of changes", at(list));
         ChangeList read;
         read.reserve(list->value.Size());
+        size_t offset = at(list);
         for (rapidjson::SizeType k = 0; k < list->value.Size(); ++k) {
             read.emplace_back();
-            const unsigned int result =
-                ReadChange(list->value[k], "/Changes/" + std::to_string(k), read.back(), error);
+            offset = place.First(list->value[k], offset);
+            read.back().Offset = offset;
+            const unsigned int result = ReadChange(list->value[k], "/Changes/" + std::to_string(k),
+                                                   place, read.back(), error);
             if (result != 0)
                 return result;
         }

@@ -39,7 +39,7 @@ struct Patcher {
             error->Code = code;
             error->Pointer = item.change->Path;
             error->Expected = what;
-            error->Offset = 0;
+            error->Offset = item.change->Offset;
         }
         throw Failure{code};
     }

@@ -24,12 +24,15 @@ public:
                      CInterchangeError& error)
         : m_Tokens(tokens), m_Stream(stream), m_Error(error) {}
 
+    // The reader reports literals and closing brackets once it has taken
+    // them, and everything else before: each token steps back to its own
+    // first byte, where an error points.
     bool Null() {
-        Add(TokenKind::Null);
+        Add(TokenKind::Null, 4);
         return true;
     }
     bool Bool(bool value) {
-        Add(TokenKind::Bool).Flag = value;
+        Add(TokenKind::Bool, value ? 4 : 5).Flag = value;
         return true;
     }
     bool Int(int value) { return Int64(value); }
@@ -89,8 +92,8 @@ public:
     bool EndArray(rapidjson::SizeType elements) { return Close(TokenKind::EndArray, elements); }
 
 private:
-    Token& Add(TokenKind kind) {
-        return AppendToken(m_Tokens, kind, static_cast<std::uint32_t>(m_Stream.Tell()));
+    Token& Add(TokenKind kind, size_t taken = 0) {
+        return AppendToken(m_Tokens, kind, static_cast<std::uint32_t>(m_Stream.Tell() - taken));
     }
     bool AddText(TokenKind kind, const char* text, rapidjson::SizeType length) {
         Token& token = Add(kind);
@@ -115,7 +118,7 @@ private:
         m_Open.pop_back();
         m_Tokens[begin].Count = count;
         m_Tokens[begin].Match = static_cast<std::uint32_t>(m_Tokens.size());
-        Add(kind).Count = count;
+        Add(kind, 1).Count = count;
         return true;
     }
 

@@ -33,7 +33,7 @@ struct Token {
     TokenKind Kind;
     bool Flag;            // Bool
     std::uint32_t Count;  // text and bytes: length; Begin*: elements; End*: -
-    std::uint32_t Offset; // about where in the input it ends
+    std::uint32_t Offset; // JSON: where the token begins; MessagePack: about where it ends
     std::uint32_t Match;  // Begin*: index of the matching End*
     union {
         std::uint64_t Unsigned;

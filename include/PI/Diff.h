@@ -48,6 +48,11 @@ struct PI_API CChange {
     std::string From; // Moved only
     std::string Old;  // JSON text of the interchange value; empty when the kind has none
     std::string New;  // likewise
+    // Where the change stands in the change-list document that
+    // ReadChangeList read it from (the byte offset of its first member's
+    // name), which Patch's errors give; 0 for changes made otherwise. Not
+    // compared.
+    size_t Offset = 0;
 
     bool operator==(const CChange& other) const {
         return Kind == other.Kind && Path == other.Path && From == other.From && Old == other.Old &&
@@ -84,7 +89,8 @@ PI_API unsigned int Patch(Record& record, const ChangeList& changes,
 PI_API unsigned int WriteChangeList(const ChangeList& changes, ERecordClass recordClass,
                                     std::string& out, CInterchangeError* error = nullptr);
 // Reads such a document. On failure `changes` and `recordClass` are
-// untouched.
+// untouched, and the error's offset is that of the offending member's name
+// (or of the nearest one before it).
 PI_API unsigned int ReadChangeList(const char* text, size_t length, ERecordClass& recordClass,
                                    ChangeList& changes, CInterchangeError* error = nullptr);
 
