@@ -5,8 +5,12 @@
 #include "Names.h"
 #include "Units.h"
 
+#include <PI/Health.h>
 #include <PI/Helpers.h>
 #include <PI/Internal/RecordDescription.h>
+#include <PI/Internal/Utf8.h>
+#include <PI/Lookup.h>
+#include <RVX/Base64.h>
 #include <RVX/Exceptions.h>
 
 #include <algorithm>
@@ -79,6 +83,54 @@ std::string Ints(const std::vector<int>& list) {
     return "[" + text + "]";
 }
 
+bool IsUtf8(const std::string& text) {
+    const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
+    for (size_t i = 0; i < text.size();) {
+        const size_t length = PI::Internal::Utf8SequenceLength(bytes + i, text.size() - i);
+        if (length == 0)
+            return false;
+        i += length;
+    }
+    return true;
+}
+
+// A text as a terminal may show it: bytes that are no UTF-8 and control
+// characters (which could move the cursor or recolour the screen) become
+// \xHH, and a backslash \\, so that every byte stays readable.
+std::string Visible(const std::string& text) {
+    static const char hex[] = "0123456789ABCDEF";
+    const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
+    std::string out;
+    out.reserve(text.size());
+    for (size_t i = 0; i < text.size();) {
+        const unsigned char c = bytes[i];
+        const size_t length = PI::Internal::Utf8SequenceLength(bytes + i, text.size() - i);
+        if (c == '\\') {
+            out += "\\\\";
+        } else if (length == 0 || c < 0x20 || c == 0x7F) {
+            out += "\\x";
+            out += hex[c >> 4];
+            out += hex[c & 0x0F];
+        } else {
+            out.append(text, i, length);
+            i += length;
+            continue;
+        }
+        ++i;
+    }
+    return out;
+}
+
+// A text member as the interchange form writes it: a string when its bytes
+// are UTF-8, else {"Base64": ...} holding the bytes.
+Json TextJson(const std::string& text) {
+    if (IsUtf8(text))
+        return Json(text);
+    std::string base64;
+    RVX::Base64::Append(reinterpret_cast<const unsigned char*>(text.data()), text.size(), base64);
+    return Json::Object().Set("Base64", std::move(base64));
+}
+
 } // namespace
 
 std::string PropertyName(int id) {
@@ -116,7 +168,7 @@ std::string PropertyValue(PI::CProperty p) {
         if (p.SubType == PI::PROPERTY_SUBTYPE_ENCRYPTED)
             return "(encrypted)";
         if (p.GetValue(text) == 0)
-            return "\"" + text + "\"";
+            return "\"" + Visible(text) + "\"";
         break;
     case PI::VT_BOOL: {
         bool value = false;
@@ -175,7 +227,7 @@ std::string PropertyValue(PI::CProperty p) {
         if (p.GetValue(list, mask) == 0) {
             for (size_t k = 0; k < list.size(); ++k)
                 text += std::string(text.empty() ? "" : ", ") +
-                        (k < 32 && (mask >> k & 1u) ? "*" : "") + "\"" + list[k] + "\"";
+                        (k < 32 && (mask >> k & 1u) ? "*" : "") + "\"" + Visible(list[k]) + "\"";
             return "[" + text + "]";
         }
         break;
@@ -202,28 +254,28 @@ std::string TypeName(int type) {
 
 namespace {
 
-const PI::CProperty* FindProperty(const std::vector<PI::CProperty>& list, int id) {
-    for (const PI::CProperty& p : list)
-        if (p.PropertyID == id)
-            return &p;
-    return nullptr;
-}
-
 // The status icon file of an object that reports a physical drive's state.
 std::string DriveIcon(const PI::CObject& object) {
-    const PI::CProperty* state = FindProperty(object.Properties, PI::PHYSICAL_DRIVE_STATUS);
+    const PI::CProperty* state = PI::FindProperty(object, PI::PHYSICAL_DRIVE_STATUS);
     long long value = 0;
     if (state == nullptr || !NumberOf(*state, value))
         return "";
     long long media = 0, power = PI::POWER_STATE_NORMAL;
-    if (const PI::CProperty* p = FindProperty(object.Properties, PI::PHYSICAL_DRIVE_MEDIA_TYPE))
+    if (const PI::CProperty* p = PI::FindProperty(object, PI::PHYSICAL_DRIVE_MEDIA_TYPE))
         NumberOf(*p, media);
-    if (const PI::CProperty* p = FindProperty(object.Properties, PI::PHYSICAL_DRIVE_POWER_STATUS))
+    if (const PI::CProperty* p = PI::FindProperty(object, PI::PHYSICAL_DRIVE_POWER_STATUS))
         NumberOf(*p, power);
     const int icon = PI::GetPDStatusIcon(static_cast<int>(value), static_cast<int>(media), false,
                                          false, static_cast<int>(power));
     RVX::Strings::CStringVar file;
     return PI::GetIconPath(icon, file) == 0 ? file.Str() : "";
+}
+
+// The text view names a health only where one is known: most objects carry
+// no status (the JSON says "unknown" for them).
+std::string HealthLine(PI::_HEALTH health) {
+    return health == PI::HEALTH_UNKNOWN ? ""
+                                        : "  health  " + std::string(PI::HealthName(health)) + "\n";
 }
 
 // ---- Pieces shared by the views -----------------------------------------------
@@ -276,20 +328,20 @@ std::string TimeText(unsigned long long milliseconds) {
 }
 
 std::string Quoted(const std::string& text) {
-    return "\"" + text + "\"";
+    return "\"" + Visible(text) + "\"";
 }
 
 // A placeholder as stored, read by the event's own rule.
 Json Placeholder(unsigned int slot, const std::string& stored, std::string& shown) {
-    Json json = Json::Object().Set("slot", slot + 1).Set("stored", stored);
+    Json json = Json::Object().Set("slot", slot + 1).Set("stored", TextJson(stored));
     const PI::CStoredPlaceholder split = PI::SplitPlaceholder(stored);
     if (split.Tag == 'T') {
         const std::string text(split.Payload);
         shown = Quoted(text);
-        json.Set("text", text);
+        json.Set("text", TextJson(text));
         return json;
     }
-    shown = stored;
+    shown = Visible(stored);
     if (split.Tag == 'I') {
         try {
             const unsigned int id = PI::PlaceholderStringId(split.Payload);
@@ -311,7 +363,9 @@ template <class T> Json MemberJson(const T& value) {
     if constexpr (std::is_enum_v<T>)
         return Json(static_cast<int>(value));
     else if constexpr (std::is_base_of_v<RVX::Strings::CStringVar, T>)
-        return Json(value.Str());
+        return TextJson(value.Str());
+    else if constexpr (std::is_same_v<T, std::string>)
+        return TextJson(value);
     else
         return Json(value);
 }
@@ -335,6 +389,7 @@ void AddReadable(Json& json, const PI::CProperty& p) {
 void AddReadable(Json& json, const PI::CObject& o) {
     if (const NamedValue* type = FindByValue("_OBJECT_TYPE", "", o.ObjectType))
         json.Set("type_name", type->name);
+    json.Set("health", PI::HealthName(PI::GetObjectHealth(o)));
     const std::string icon = DriveIcon(o);
     if (!icon.empty())
         json.Set("status_icon", icon);
@@ -346,6 +401,7 @@ void AddReadable(Json& json, const PI::CDrive& d) {
     json.Set("used", ReadableBytes(d.UsedSize));
 }
 void AddReadable(Json& json, const PI::CLogicalDrive& ld) {
+    json.Set("health", PI::HealthName(PI::GetLogicalDriveHealth(ld)));
     SetUnitsName(json, ld.Units);
     json.Set("size_text", SizeText(ld.Size, ld.Units));
 }
@@ -419,6 +475,7 @@ void ShowProperties(const std::vector<PI::CProperty>& list, size_t indent, std::
 
 void Show(const PI::CObject& o, std::string& text) {
     text += "object " + std::to_string(o.ObjectID) + "  type " + TypeName(o.ObjectType) + "\n";
+    text += HealthLine(PI::GetObjectHealth(o));
     const std::string icon = DriveIcon(o);
     if (!icon.empty())
         text += "  status icon  " + icon + "\n";
@@ -432,7 +489,7 @@ void Show(const PI::CObject& o, std::string& text) {
 }
 
 void Show(const PI::CTask& t, std::string& text) {
-    text += "task \"" + t.Text1.Str() + "\" " + t.Text2.Str() + "\n";
+    text += "task " + Quoted(t.Text1.Str()) + " " + Visible(t.Text2.Str()) + "\n";
     Rows rows;
     if (!t.Text3.Str().empty())
         rows.emplace_back("Text3", Quoted(t.Text3.Str()));
@@ -464,6 +521,7 @@ void Show(const PI::CContainer& c, std::string& text) {
 void Show(const PI::CLogicalDrive& ld, std::string& text, size_t number = 0) {
     text +=
         "logical drive " + std::to_string(number) + "  size " + SizeText(ld.Size, ld.Units) + "\n";
+    text += HealthLine(PI::GetLogicalDriveHealth(ld));
     for (size_t c = 0; c < ld.Containers.size(); ++c) {
         std::string pieces;
         for (const PI::CDrive& d : ld.Containers[c].Drives)
