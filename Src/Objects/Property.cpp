@@ -109,17 +109,17 @@ unsigned int StoreStringList(CProperty& p, const std::vector<Text>& list,
             return RESULT_OUT_OF_MEMORY; // cannot be described by a 32-bit size
     }
     p.SelectionMask = selectionMask;
-    const unsigned int result = ReplaceBlock(p, VT_STRING_LIST, PROPERTY_SUBTYPE_PLAIN, total,
-                                             static_cast<unsigned int>(4 * count));
+    const unsigned int result =
+        ReplaceBlock(p, VT_STRING_LIST, PROPERTY_SUBTYPE_PLAIN, total,
+                     static_cast<unsigned int>(Internal::BLOCK_WORD * count));
     if (result != RESULT_SUCCESS)
         return result;
     unsigned char* table = p.Data;
     for (const Text& entry : list) {
-        const std::uint32_t word = static_cast<std::uint32_t>(TextOf(entry).Length() + 1);
-        std::memcpy(table, &word, 4);
-        table += 4;
+        Internal::PutWord(table, 0, static_cast<std::uint32_t>(TextOf(entry).Length() + 1));
+        table += Internal::BLOCK_WORD;
     }
-    unsigned char* text = p.Data + 4 * count;
+    unsigned char* text = p.Data + Internal::BLOCK_WORD * count;
     for (const Text& entry : list) {
         const RVX::Strings::CStringRef ref = TextOf(entry);
         if (ref.Length() != 0)
@@ -215,14 +215,14 @@ CProperty::~CProperty() {
 unsigned int CProperty::SetValue(int value, std::vector<int>& list) {
     if (list.empty())
         return RESULT_EMPTY_LIST;
-    const unsigned long long size = 4ull * (list.size() + 1);
+    const unsigned long long size = Internal::BLOCK_WORD * (list.size() + 1ull);
     if (size > kMaxDataSize)
         return RESULT_OUT_OF_MEMORY;
     const unsigned int result = ReplaceBlock(*this, VT_INT_LIST, PROPERTY_SUBTYPE_PLAIN, size, 0);
     if (result != RESULT_SUCCESS)
         return result;
-    std::memcpy(Data, &value, 4);
-    std::memcpy(Data + 4, list.data(), 4 * list.size());
+    Internal::PutWord(Data, 0, value);
+    std::memcpy(Data + Internal::BLOCK_WORD, list.data(), Internal::BLOCK_WORD * list.size());
     return RESULT_SUCCESS;
 }
 
@@ -236,13 +236,15 @@ unsigned int CProperty::SetValue(int value, int minimum, int maximum, unsigned i
         current = value;
     else
         current = maximum;
-    const unsigned int result = ReplaceBlock(*this, VT_RANGE, PROPERTY_SUBTYPE_PLAIN, 16, 0);
+    using namespace Internal;
+    const unsigned int result =
+        ReplaceBlock(*this, VT_RANGE, PROPERTY_SUBTYPE_PLAIN, BLOCK_WORD * RANGE_WORDS, 0);
     if (result != RESULT_SUCCESS)
         return result;
-    std::memcpy(Data, &current, 4);
-    std::memcpy(Data + 4, &minimum, 4);
-    std::memcpy(Data + 8, &maximum, 4);
-    std::memcpy(Data + 12, &step, 4);
+    PutWord(Data, RANGE_VALUE, current);
+    PutWord(Data, RANGE_MINIMUM, minimum);
+    PutWord(Data, RANGE_MAXIMUM, maximum);
+    PutWord(Data, RANGE_STEP, step);
     return RESULT_SUCCESS;
 }
 
@@ -295,25 +297,26 @@ unsigned int CProperty::SetValue(const std::string& text) {
 }
 
 unsigned int CProperty::SetValue(bool value) {
-    const unsigned int result = ReplaceBlock(*this, VT_BOOL, PROPERTY_SUBTYPE_PLAIN, 4, 0);
+    const unsigned int result =
+        ReplaceBlock(*this, VT_BOOL, PROPERTY_SUBTYPE_PLAIN, Internal::BLOCK_WORD, 0);
     if (result != RESULT_SUCCESS)
         return result;
-    const std::uint32_t word = value ? 1u : 0u;
-    std::memcpy(Data, &word, 4);
+    Internal::PutWord(Data, 0, static_cast<std::uint32_t>(value ? 1u : 0u));
     return RESULT_SUCCESS;
 }
 
 unsigned int CProperty::SetValue(unsigned long long value) {
-    const unsigned int result = ReplaceBlock(*this, VT_UINT64, PROPERTY_SUBTYPE_64BIT, 8, 0);
+    const unsigned int result =
+        ReplaceBlock(*this, VT_UINT64, PROPERTY_SUBTYPE_64BIT, Internal::BLOCK_WIDE_WORD, 0);
     if (result != RESULT_SUCCESS)
         return result;
-    std::memcpy(Data, &value, 8);
+    Internal::PutWord(Data, 0, value);
     return RESULT_SUCCESS;
 }
 
 unsigned int CProperty::SetValue(std::vector<int>& first, std::vector<int>& second) {
-    const unsigned long long firstSize = 4ull * first.size();
-    const unsigned long long size = firstSize + 4ull * second.size();
+    const unsigned long long firstSize = Internal::BLOCK_WORD * first.size();
+    const unsigned long long size = firstSize + Internal::BLOCK_WORD * second.size();
     if (size > kMaxDataSize)
         return RESULT_OUT_OF_MEMORY;
     const unsigned int result = ReplaceBlock(*this, VT_INT_LIST_PAIR, PROPERTY_SUBTYPE_PLAIN, size,
@@ -323,20 +326,21 @@ unsigned int CProperty::SetValue(std::vector<int>& first, std::vector<int>& seco
     if (!first.empty())
         std::memcpy(Data, first.data(), firstSize);
     if (!second.empty())
-        std::memcpy(Data + firstSize, second.data(), 4 * second.size());
+        std::memcpy(Data + firstSize, second.data(), Internal::BLOCK_WORD * second.size());
     return RESULT_SUCCESS;
 }
 
 unsigned int CProperty::SetValue(float value) {
-    const unsigned int result = ReplaceBlock(*this, VT_FLOAT, PROPERTY_SUBTYPE_PLAIN, 4, 0);
+    const unsigned int result =
+        ReplaceBlock(*this, VT_FLOAT, PROPERTY_SUBTYPE_PLAIN, Internal::BLOCK_WORD, 0);
     if (result != RESULT_SUCCESS)
         return result;
-    std::memcpy(Data, &value, 4);
+    Internal::PutWord(Data, 0, value);
     return RESULT_SUCCESS;
 }
 
 unsigned int CProperty::SetValue(std::vector<unsigned long long>& list) {
-    const unsigned long long size = 8ull * list.size();
+    const unsigned long long size = Internal::BLOCK_WIDE_WORD * list.size();
     if (size > kMaxDataSize)
         return RESULT_OUT_OF_MEMORY;
     const unsigned int result =

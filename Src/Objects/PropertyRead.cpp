@@ -4,6 +4,7 @@
 #include "../Raise.h"
 #include "PI/Identifiers.h"
 #include "PI/Module.h"
+#include "PropertyBlock.h"
 
 #include <RVX/Exceptions.h>
 #include <RVX/FormatStream.h>
@@ -15,6 +16,17 @@
 #include <cstring>
 
 namespace PI {
+
+using Internal::BLOCK_WIDE_WORD;
+using Internal::BLOCK_WORD;
+using Internal::RANGE_MAXIMUM;
+using Internal::RANGE_MINIMUM;
+using Internal::RANGE_STEP;
+using Internal::RANGE_VALUE;
+using Internal::RANGE_WORDS;
+using Internal::Word;
+using Internal::WordAt;
+
 namespace {
 
 constexpr unsigned int kTraceLevel = 0x40000000;
@@ -67,12 +79,6 @@ unsigned int CheckBlock(const CProperty& p, unsigned int type, unsigned int line
     if (p.Data == nullptr || p.DataSize < minimum || p.DataSize > maximum)
         return DataFault(p, line);
     return RESULT_SUCCESS;
-}
-
-template <class T> T Word(const unsigned char* at) noexcept {
-    T value;
-    std::memcpy(&value, at, sizeof value);
-    return value;
 }
 
 // The length of the text at `text`, up to its NUL but never past `limit` bytes.
@@ -139,13 +145,13 @@ unsigned int ReadStringList(const CProperty& p, std::vector<Text>& list,
 
 unsigned int CProperty::GetValue(int& value, std::vector<int>& list) {
     RVX::Threading::CThrowStateGuard guard;
-    if (const unsigned int fault = CheckBlock(*this, VT_INT_LIST, __LINE__, 8))
+    if (const unsigned int fault = CheckBlock(*this, VT_INT_LIST, __LINE__, 2 * BLOCK_WORD))
         return fault;
-    const size_t words = DataSize / 4;
+    const size_t words = DataSize / BLOCK_WORD;
     std::vector<int> items;
     items.reserve(words - 1);
     for (size_t i = 1; i < words; ++i)
-        items.push_back(Word<int>(Data + 4 * i));
+        items.push_back(WordAt<int>(Data, i));
     value = Word<int>(Data);
     list.swap(items);
     return RESULT_SUCCESS;
@@ -153,18 +159,19 @@ unsigned int CProperty::GetValue(int& value, std::vector<int>& list) {
 
 unsigned int CProperty::GetValue(int& value, int& minimum, int& maximum, unsigned int& step) {
     RVX::Threading::CThrowStateGuard guard;
-    if (const unsigned int fault = CheckBlock(*this, VT_RANGE, __LINE__, 16, 16))
+    constexpr unsigned int size = BLOCK_WORD * RANGE_WORDS;
+    if (const unsigned int fault = CheckBlock(*this, VT_RANGE, __LINE__, size, size))
         return fault;
-    value = Word<int>(Data);
-    minimum = Word<int>(Data + 4);
-    maximum = Word<int>(Data + 8);
-    step = Word<unsigned int>(Data + 12);
+    value = WordAt<int>(Data, RANGE_VALUE);
+    minimum = WordAt<int>(Data, RANGE_MINIMUM);
+    maximum = WordAt<int>(Data, RANGE_MAXIMUM);
+    step = WordAt<unsigned int>(Data, RANGE_STEP);
     return RESULT_SUCCESS;
 }
 
 unsigned int CProperty::GetValue(bool& value) {
     RVX::Threading::CThrowStateGuard guard;
-    if (const unsigned int fault = CheckBlock(*this, VT_BOOL, __LINE__, 4, 4))
+    if (const unsigned int fault = CheckBlock(*this, VT_BOOL, __LINE__, BLOCK_WORD, BLOCK_WORD))
         return fault;
     value = Word<std::uint32_t>(Data) != 0;
     return RESULT_SUCCESS;
@@ -172,7 +179,8 @@ unsigned int CProperty::GetValue(bool& value) {
 
 unsigned int CProperty::GetValue(unsigned long long& value) {
     RVX::Threading::CThrowStateGuard guard;
-    if (const unsigned int fault = CheckBlock(*this, VT_UINT64, __LINE__, 8, 8))
+    if (const unsigned int fault =
+            CheckBlock(*this, VT_UINT64, __LINE__, BLOCK_WIDE_WORD, BLOCK_WIDE_WORD))
         return fault;
     value = Word<unsigned long long>(Data);
     return RESULT_SUCCESS;
@@ -184,16 +192,16 @@ unsigned int CProperty::GetValue(std::vector<int>& first, std::vector<int>& seco
         return fault;
     // The sizes are as the setter wrote them; the split is still bounded by
     // the block so that no public field can lead the reader outside it.
-    const size_t words = DataSize / 4;
+    const size_t words = DataSize / BLOCK_WORD;
     const size_t split = SplitSize / 4 < words ? SplitSize / 4 : words;
     std::vector<int> head;
     std::vector<int> tail;
     head.reserve(split);
     tail.reserve(words - split);
     for (size_t i = 0; i < split; ++i)
-        head.push_back(Word<int>(Data + 4 * i));
+        head.push_back(WordAt<int>(Data, i));
     for (size_t i = split; i < words; ++i)
-        tail.push_back(Word<int>(Data + 4 * i));
+        tail.push_back(WordAt<int>(Data, i));
     // Emptied, then filled in turn (the same list given twice gets both parts).
     first.clear();
     second.clear();
@@ -204,7 +212,7 @@ unsigned int CProperty::GetValue(std::vector<int>& first, std::vector<int>& seco
 
 unsigned int CProperty::GetValue(float& value) {
     RVX::Threading::CThrowStateGuard guard;
-    if (const unsigned int fault = CheckBlock(*this, VT_FLOAT, __LINE__, 4, 4))
+    if (const unsigned int fault = CheckBlock(*this, VT_FLOAT, __LINE__, BLOCK_WORD, BLOCK_WORD))
         return fault;
     value = Word<float>(Data);
     return RESULT_SUCCESS;
@@ -214,11 +222,11 @@ unsigned int CProperty::GetValue(std::vector<unsigned long long>& list) {
     RVX::Threading::CThrowStateGuard guard;
     if (const unsigned int fault = CheckBlock(*this, VT_UINT64_LIST, __LINE__))
         return fault;
-    const size_t count = DataSize / 8;
+    const size_t count = DataSize / BLOCK_WIDE_WORD;
     std::vector<unsigned long long> items;
     items.reserve(count);
     for (size_t i = 0; i < count; ++i)
-        items.push_back(Word<unsigned long long>(Data + 8 * i));
+        items.push_back(WordAt<unsigned long long>(Data, i));
     list.swap(items);
     return RESULT_SUCCESS;
 }
