@@ -1,5 +1,6 @@
 #include "PI/Event.h"
 #include "PI/Internal/EventRawAccess.h"
+#include "PI/Internal/RecordDescription.h"
 
 #include <RVX/FormatStream.h>
 #include <RVX/Language.h>
@@ -65,8 +66,7 @@ CEvent& CEvent::operator=(CEvent&& other) noexcept {
 CEvent::~CEvent() = default;
 
 bool CEvent::operator==(const CEvent& other) const {
-    return Scalar1 == other.Scalar1 && Scalar2 == other.Scalar2 && Scalar3 == other.Scalar3 &&
-           Scalar4 == other.Scalar4 && Scalar5 == other.Scalar5;
+    return Records::EqualByDescription(*this, other);
 }
 
 void CEvent::SetText(unsigned int slot, const RVX::Strings::CStringRef& text) {

@@ -1,4 +1,5 @@
 #include "PI/Level.h"
+#include "PI/Internal/RecordDescription.h"
 
 #include "RecordList.h"
 
@@ -19,13 +20,7 @@ CLevel& CLevel::operator=(CLevel&& other) noexcept = default;
 CLevel::~CLevel() = default;
 
 bool CLevel::operator==(const CLevel& other) const {
-    return Attribute0 == other.Attribute0 && StripeSizes == other.StripeSizes &&
-           Attribute1 == other.Attribute1 && Properties == other.Properties &&
-           Attribute2 == other.Attribute2 && Attribute3 == other.Attribute3 &&
-           Attribute4 == other.Attribute4 && Attribute5 == other.Attribute5 &&
-           Size1 == other.Size1 && Size2 == other.Size2 && Units == other.Units &&
-           Attribute6 == other.Attribute6 && Attribute7 == other.Attribute7 && Flag == other.Flag &&
-           Attribute8 == other.Attribute8;
+    return Records::EqualByDescription(*this, other);
 }
 
 void CLevel::AddStripeSize(int size) {
@@ -69,8 +64,7 @@ CMigration& CMigration::operator=(CMigration&& other) noexcept = default;
 CMigration::~CMigration() = default;
 
 bool CMigration::operator==(const CMigration& other) const {
-    return Attribute1 == other.Attribute1 && Attribute2 == other.Attribute2 &&
-           Attribute3 == other.Attribute3 && Properties == other.Properties;
+    return Records::EqualByDescription(*this, other);
 }
 
 void CMigration::AddProperty(const CProperty& property) {

@@ -1,4 +1,5 @@
 #include "PI/LogicalDrive.h"
+#include "PI/Internal/RecordDescription.h"
 
 #if defined(PI_WITH_TEST_HOOKS)
 #include "PI/ScanHook.h"
@@ -37,7 +38,7 @@ bool CDrive::operator<(const CDrive& other) const {
 }
 
 bool CDrive::operator==(const CDrive& other) const {
-    return ObjectID == other.ObjectID && StartAddress == other.StartAddress;
+    return Records::EqualByDescription(*this, other);
 }
 
 void CDrive::AddProperty(const CProperty& property) {
@@ -66,7 +67,7 @@ CContainer& CContainer::operator=(CContainer&& other) noexcept = default;
 CContainer::~CContainer() = default;
 
 bool CContainer::operator==(const CContainer& other) const {
-    return Drives == other.Drives;
+    return Records::EqualByDescription(*this, other);
 }
 
 void CContainer::AddDrive(const CDrive& drive) {
@@ -232,9 +233,7 @@ CLogicalDrive::~CLogicalDrive() = default;
 // Spares and associated drives stay out on purpose: a drive whose spares
 // changed is still the same drive.
 bool CLogicalDrive::operator==(const CLogicalDrive& other) const {
-    return Attribute1 == other.Attribute1 && Properties == other.Properties &&
-           Attribute2 == other.Attribute2 && Size == other.Size && Units == other.Units &&
-           Containers == other.Containers;
+    return Records::EqualByDescription(*this, other);
 }
 
 void CLogicalDrive::AddProperty(const CProperty& property) {

@@ -1,4 +1,5 @@
 #include "PI/Object.h"
+#include "PI/Internal/RecordDescription.h"
 
 #include "RecordList.h"
 
@@ -19,9 +20,7 @@ CObject& CObject::operator=(CObject&& other) noexcept = default;
 CObject::~CObject() = default;
 
 bool CObject::operator==(const CObject& other) const {
-    return ObjectID == other.ObjectID && ObjectType == other.ObjectType &&
-           Parents == other.Parents && Children == other.Children && Value64 == other.Value64 &&
-           Flag == other.Flag && Properties == other.Properties;
+    return Records::EqualByDescription(*this, other);
 }
 
 void CObject::AddParent(unsigned long long id) {

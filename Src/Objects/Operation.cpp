@@ -1,23 +1,12 @@
 #include "PI/Operation.h"
+#include "PI/Internal/RecordDescription.h"
 
 #include "RecordList.h"
-
-#include <algorithm>
 
 namespace PI {
 
 using Internal::CheckedGet;
 using Internal::ListCount;
-
-namespace {
-
-bool SameValues(const std::vector<CPassThrough>& a, const std::vector<CPassThrough>& b) {
-    return std::equal(
-        a.begin(), a.end(), b.begin(), b.end(),
-        [](const CPassThrough& x, const CPassThrough& y) { return x.Value == y.Value; });
-}
-
-} // namespace
 
 COperation::COperation()
     : Attribute1(1), Attribute2(1), Attribute3(0), Setting1(1), Setting2(1), Setting3(1),
@@ -30,15 +19,7 @@ COperation& COperation::operator=(COperation&& other) noexcept = default;
 COperation::~COperation() = default;
 
 bool COperation::operator==(const COperation& other) const {
-    return Attribute1 == other.Attribute1 && Attribute2 == other.Attribute2 &&
-           Attribute3 == other.Attribute3 && Properties == other.Properties &&
-           LogicalDrives == other.LogicalDrives && Levels == other.Levels &&
-           Migrations == other.Migrations && Events == other.Events &&
-           SameValues(PassThroughs, other.PassThroughs) && Partitions == other.Partitions &&
-           Objects == other.Objects && Setting1 == other.Setting1 && Setting2 == other.Setting2 &&
-           Setting3 == other.Setting3 && Setting4 == other.Setting4 && Setting5 == other.Setting5 &&
-           Setting6 == other.Setting6 && Setting7 == other.Setting7 && Setting8 == other.Setting8 &&
-           Flag == other.Flag && Setting9 == other.Setting9;
+    return Records::EqualByDescription(*this, other);
 }
 
 void COperation::AddProperty(const CProperty& property) {

@@ -1,4 +1,5 @@
 #include "PI/Task.h"
+#include "PI/Internal/RecordDescription.h"
 
 #include <RVX/SystemTime.h>
 
@@ -16,12 +17,7 @@ CTask& CTask::operator=(CTask&& other) noexcept = default;
 CTask::~CTask() = default;
 
 bool CTask::operator==(const CTask& other) const {
-    return Attribute1 == other.Attribute1 && Attribute2 == other.Attribute2 &&
-           Text1 == other.Text1 && Text2 == other.Text2 && Text3 == other.Text3 &&
-           Time1 == other.Time1 && Time2 == other.Time2 && Time3 == other.Time3 &&
-           Attribute3 == other.Attribute3 && Attribute4 == other.Attribute4 &&
-           Attribute5 == other.Attribute5 && Flag == other.Flag && Attribute7 == other.Attribute7 &&
-           Attribute6 == other.Attribute6 && CObject::operator==(other);
+    return Records::EqualByDescription(*this, other);
 }
 
 CPartition::CPartition() : Attribute1(0), Attribute2(0), Attribute3(0) {}
@@ -33,8 +29,7 @@ CPartition& CPartition::operator=(CPartition&& other) noexcept = default;
 CPartition::~CPartition() = default;
 
 bool CPartition::operator==(const CPartition& other) const {
-    return Attribute1 == other.Attribute1 && Attribute2 == other.Attribute2 &&
-           Attribute3 == other.Attribute3 && Text1 == other.Text1 && Text2 == other.Text2;
+    return Records::EqualByDescription(*this, other);
 }
 
 CPassThrough::~CPassThrough() = default;

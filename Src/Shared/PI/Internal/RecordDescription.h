@@ -22,9 +22,12 @@
 #include "PI/Internal/EventRawAccess.h"
 #include "PI/ObjectModel.h"
 
+#include <cstddef>
 #include <string_view>
 #include <tuple>
 #include <type_traits>
+#include <utility>
+#include <vector>
 
 namespace PI {
 namespace Records {
@@ -286,6 +289,52 @@ template <class Tuple, class F, class... R> void WalkFields(const Tuple& members
             (one(d), ...);
         },
         members);
+}
+
+// ---- operator== of the record classes (CProperty's compares its block) ----
+
+template <class R> bool EqualByDescription(const R& a, const R& b);
+
+template <class T, class = void> constexpr bool HAS_EQUAL = false;
+template <class T>
+constexpr bool
+    HAS_EQUAL<T, std::void_t<decltype(std::declval<const T&>() == std::declval<const T&>())>> =
+        true;
+template <class T> struct ListOf { using Element = void; };
+template <class E, class A> struct ListOf<std::vector<E, A>> { using Element = E; };
+
+// Two values of a compared member: by their own ==, or, for a record
+// without one (a pass-through result), by its compared members.
+template <class T> bool SameMember(const T& a, const T& b) {
+    using E = typename ListOf<T>::Element;
+    if constexpr (!std::is_void_v<E> && !HAS_EQUAL<E>) {
+        if (a.size() != b.size())
+            return false;
+        for (size_t i = 0; i < a.size(); ++i)
+            if (!EqualByDescription(a[i], b[i]))
+                return false;
+        return true;
+    } else if constexpr (std::is_void_v<E> && !HAS_EQUAL<T>) {
+        return EqualByDescription(a, b);
+    } else {
+        return a == b;
+    }
+}
+
+// Equal when every member that the description marks compared is, in
+// order: what operator== of each record class (but CProperty) means.
+template <class R> bool EqualByDescription(const R& a, const R& b) {
+    bool same = true;
+    ForEachMember<R>([&](const auto& d) {
+        using D = std::decay_t<decltype(d)>;
+        if (!same || !d.Compared)
+            return;
+        if constexpr (std::is_same_v<std::decay_t<decltype(d.Default)>, TaskBaseDefault>)
+            same = static_cast<const CObject&>(a) == static_cast<const CObject&>(b);
+        else if constexpr (HAS_POINTER<D>)
+            same = SameMember(a.*D::Pointer, b.*D::Pointer);
+    });
+    return same;
 }
 
 // The object part of a task, walked as a CObject with the task's ObjectType.
