@@ -1,5 +1,6 @@
 #include "PI/SenseData.h"
 
+#include <charconv>
 #include <cstdio>
 
 namespace PI {
@@ -53,12 +54,7 @@ struct Remark {
     }
     Remark& operator<<(size_t value) {
         char digits[20];
-        size_t at = sizeof digits;
-        do {
-            digits[--at] = static_cast<char>('0' + value % 10);
-            value /= 10;
-        } while (value != 0);
-        text.append(digits + at, sizeof digits - at);
+        text.append(digits, std::to_chars(digits, digits + sizeof digits, value).ptr);
         return *this;
     }
     Remark& Type(unsigned char type) {

@@ -3,6 +3,8 @@
 // by the thousand, and temporaries would cost more than the decoding.
 #include "PI/SenseData.h"
 
+#include <charconv>
+
 namespace PI {
 
 namespace {
@@ -62,12 +64,8 @@ void AppendHex(Writer& out, unsigned long long value) {
 
 void AppendDecimal(Writer& out, unsigned long long value) {
     char text[20];
-    size_t at = sizeof text;
-    do {
-        text[--at] = static_cast<char>('0' + value % 10);
-        value /= 10;
-    } while (value != 0);
-    out.Append(text + at, sizeof text - at);
+    out.Append(text,
+               static_cast<size_t>(std::to_chars(text, text + sizeof text, value).ptr - text));
 }
 
 // Two hex digits and "h", as the sense data's own documentation writes bytes.
