@@ -158,7 +158,7 @@ mutant Src/Helper/SenseData.cpp \
 mutant Src/Helper/SenseData.cpp \
   'd.Progress = BigEndian16(&b[6]);' 'd.Progress = BigEndian16(&b[5]);'
 mutant Src/Helper/SenseData.cpp \
-  'const size_t whole = at + size <= end ? size : end - at;' 'const size_t whole = at + size < end ? size : end - at;'
+  'if (at + 1 >= end) {' 'if (at + 2 >= end) {'
 mutant Src/Helper/SenseData.cpp \
   'if (end >= 18)' 'if (end > 18)'
 mutant Src/Helper/SenseData.cpp \
