@@ -198,38 +198,6 @@ TEST(MarkupTest, RunOfElementsReadTogetherAsOneByOne) {
     EXPECT_STREQ(none[0], "top");
 }
 
-// A long run appends exactly its texts after what `values` held, whatever
-// room the vector had before (the reader reuses one, cleared, per level).
-TEST(MarkupTest, LongRunAppendsExactlyItsTexts) {
-    std::string text = "<r>";
-    for (int i = 0; i < 1000; ++i)
-        text += "<d a=\"" + std::to_string(i) + "\" b=\"b" + std::to_string(i) + "\"/>";
-    text += "</r>";
-    const char* const names[] = {"a", "b"};
-    for (size_t before : {0, 1, 5}) {
-        for (size_t room : {0, 3, 64, 4096}) {
-            CMarkup markup;
-            ASSERT_TRUE(markup.ReadDoc(text));
-            ASSERT_TRUE(markup.FindElem("r") && markup.IntoElem());
-            std::vector<const char*> values;
-            values.reserve(room);
-            values.assign(before, "kept");
-            const std::string where = std::to_string(before) + "/" + std::to_string(room);
-            ASSERT_EQ(markup.FindElemAttribTexts("d", names, 2, values), 1000u) << where;
-            ASSERT_EQ(values.size(), before + 2000) << where;
-            for (size_t i = 0; i < before; ++i)
-                EXPECT_STREQ(values[i], "kept") << where;
-            for (size_t i = 0; i < 1000; ++i) {
-                ASSERT_EQ(values[before + 2 * i], std::to_string(i)) << where;
-                ASSERT_EQ(values[before + 2 * i + 1], "b" + std::to_string(i)) << where;
-            }
-            // Nothing more at this level: nothing appended.
-            EXPECT_EQ(markup.FindElemAttribTexts("d", names, 2, values), 0u) << where;
-            EXPECT_EQ(values.size(), before + 2000) << where;
-        }
-    }
-}
-
 // Blanks in attribute values become spaces and a CR LF one space, whether or
 // not the text also holds references, and wherever the text holds them.
 TEST(MarkupTest, AttributeBlanksAndLineEndsAreConverted) {

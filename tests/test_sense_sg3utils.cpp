@@ -17,9 +17,6 @@
 #endif
 
 #include <dirent.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdarg>
@@ -28,8 +25,6 @@
 #include <random>
 #include <string>
 #include <vector>
-
-extern char** environ;
 
 namespace {
 
@@ -311,34 +306,17 @@ std::string Hex(const Bytes& bytes) {
 }
 
 std::string RunProgram(const Bytes& bytes) {
-    std::vector<std::string> args = {PI_SG_DECODE_SENSE};
+    std::string command = PI_SG_DECODE_SENSE;
     for (const unsigned char b : bytes)
-        args.push_back(Format("%02x", b));
-    std::vector<char*> argv;
-    for (std::string& arg : args)
-        argv.push_back(&arg[0]);
-    argv.push_back(nullptr);
-    int fds[2];
-    if (::pipe(fds) != 0)
-        return "<pipe failed>";
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, fds[1], 1);
-    posix_spawn_file_actions_addclose(&actions, fds[0]);
-    pid_t pid = 0;
-    const int spawned = posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    ::close(fds[1]);
+        command += Format(" %02x", b);
     std::string out;
-    char chunk[4096];
-    ssize_t got = 0;
-    while (spawned == 0 && (got = ::read(fds[0], chunk, sizeof chunk)) > 0)
-        out.append(chunk, static_cast<size_t>(got));
-    ::close(fds[0]);
-    int status = 0;
-    if (spawned == 0)
-        ::waitpid(pid, &status, 0);
-    return spawned == 0 ? out : "<spawn failed>";
+    if (FILE* pipe = ::popen(command.c_str(), "r")) {
+        char chunk[4096];
+        for (size_t got; (got = std::fread(chunk, 1, sizeof chunk, pipe)) > 0;)
+            out.append(chunk, got);
+        ::pclose(pipe);
+    }
+    return out;
 }
 
 // Buffers that once disagreed, kept with the fuzz regressions.
