@@ -72,39 +72,72 @@ std::string Decrypt(const std::string& text) {
     return plain.Str();
 }
 
-// ---- Construction ---------------------------------------------------------
-
 // ---- Encodings --------------------------------------------------------------
 
-TEST(PropertyTest, NumbersEncodeAsLittleEndianWordsWithTheirKind) {
+// Each setter's kind, split and block, starting from a property that holds a
+// string: empty pairs and empty 64-bit lists hold no block, an empty string
+// list a zero-byte one.
+TEST(PropertyTest, ValuesEncodeAsLittleEndianWordsWithTheirKind) {
     std::vector<unsigned char> wide, wideList;
     PutLE(wide, 0x0102030405060708ull, 8);
     PutLE(wideList, 1, 8);
     PutLE(wideList, 0xFFFFFFFF00000002ull, 8);
-    std::vector<int> list{1, -2};
-    std::vector<unsigned long long> wides{1, 0xFFFFFFFF00000002ull};
-    struct Case {
+    std::vector<int> list{1, -2}, first{1, 2}, second{3, 4, -5}, none;
+    std::vector<unsigned long long> wides{1, 0xFFFFFFFF00000002ull}, noWides;
+    using Set = std::function<unsigned int(CProperty&)>;
+    const struct {
         const char* name;
-        std::function<unsigned int(CProperty&)> set;
-        unsigned int type, subType;
+        Set set;
+        unsigned int type, subType, split;
         std::vector<unsigned char> block;
+        bool hasBlock;
+    } cases[] = {
+        {"int list", [&](CProperty& p) { return p.SetValue(7, list); }, 3, 0, 0,
+         Words32({7, 1, -2}), true},
+        {"true", [](CProperty& p) { return p.SetValue(true); }, 4, 0, 0, Words32({1}), true},
+        {"false", [](CProperty& p) { return p.SetValue(false); }, 4, 0, 0, Words32({0}), true},
+        {"uint64", [](CProperty& p) { return p.SetValue(0x0102030405060708ull); }, 5, 1, 0, wide,
+         true},
+        {"float", [](CProperty& p) { return p.SetValue(1.5f); }, 8, 0, 0, Words32({0x3FC00000}),
+         true},
+        {"uint64 list", [&](CProperty& p) { return p.SetValue(wides); }, 9, 1, 0, wideList, true},
+        {"empty uint64 list",
+         [&](CProperty& p) { return p.SetValue(noWides); },
+         9,
+         1,
+         0,
+         {},
+         false},
+        {"pair", [&](CProperty& p) { return p.SetValue(first, second); }, 7, 0, 8,
+         Words32({1, 2, 3, 4, -5}), true},
+        {"pair, empty first", [&](CProperty& p) { return p.SetValue(none, second); }, 7, 0, 0,
+         Words32({3, 4, -5}), true},
+        {"pair, empty second", [&](CProperty& p) { return p.SetValue(first, none); }, 7, 0, 8,
+         Words32({1, 2}), true},
+        {"empty pair", [&](CProperty& p) { return p.SetValue(none, none); }, 7, 0, 0, {}, false},
+        {"string list",
+         [](CProperty& p) {
+             return p.SetValue(std::vector<std::string>{"a", "bc"}, 1u);
+         },
+         11, 0, 8, Words32({2, 3}) + Chars("a\0bc", 5), true},
+        {"empty string list",
+         [](CProperty& p) { return p.SetValue(std::vector<std::string>{}, 0u); },
+         11,
+         0,
+         0,
+         {},
+         true},
     };
-    const Case cases[] = {
-        {"int list", [&](CProperty& p) { return p.SetValue(7, list); }, 3, 0, Words32({7, 1, -2})},
-        {"true", [](CProperty& p) { return p.SetValue(true); }, 4, 0, Words32({1})},
-        {"false", [](CProperty& p) { return p.SetValue(false); }, 4, 0, Words32({0})},
-        {"uint64", [](CProperty& p) { return p.SetValue(0x0102030405060708ull); }, 5, 1, wide},
-        {"float", [](CProperty& p) { return p.SetValue(1.5f); }, 8, 0, Words32({0x3FC00000})},
-        {"uint64 list", [&](CProperty& p) { return p.SetValue(wides); }, 9, 1, wideList},
-    };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         CProperty p(kId, false);
+        ASSERT_EQ(p.SetValue(CStringRef("old")), 0u);
         ASSERT_EQ(c.set(p), 0u) << c.name;
         EXPECT_EQ(p.Type, c.type) << c.name;
         EXPECT_EQ(p.SubType, c.subType) << c.name;
         EXPECT_EQ(p.DataSize, c.block.size()) << c.name;
-        EXPECT_EQ(p.SplitSize, 0u) << c.name;
+        EXPECT_EQ(p.SplitSize, c.split) << c.name;
         EXPECT_EQ(BlockOf(p), c.block) << c.name;
+        EXPECT_EQ(p.Data != nullptr, c.hasBlock) << c.name;
     }
     EXPECT_EQ(list, (std::vector<int>{1, -2})); // the caller's list is not changed
 }
@@ -131,8 +164,6 @@ TEST(PropertyTest, RangeClampsInTheDocumentedOrder) {
         CProperty p(kId, false);
         ASSERT_EQ(p.SetValue(c.value, c.minimum, c.maximum, 1u), 0u);
         EXPECT_EQ(p.Type, 6u);
-        EXPECT_EQ(p.SubType, 0u);
-        EXPECT_EQ(p.DataSize, 16u);
         EXPECT_EQ(BlockOf(p), Words32({c.stored, c.minimum, c.maximum, 1}))
             << c.value << " in " << c.minimum << ".." << c.maximum;
     }
@@ -171,68 +202,6 @@ TEST(PropertyTest, StringMayComeFromTheOwnBlock) {
     ASSERT_EQ(p.SetValue(ownEncrypted), 0u);
     EXPECT_EQ(StoredText(p), stored);
     RVX::Crypt::CAES::ClearKey();
-}
-
-TEST(PropertyTest, IntListPairKeepsTheSplit) {
-    CProperty p(kId, false);
-    std::vector<int> first{1, 2}, second{3, 4, -5};
-    ASSERT_EQ(p.SetValue(first, second), 0u);
-    EXPECT_EQ(p.Type, 7u);
-    EXPECT_EQ(p.SubType, 0u);
-    EXPECT_EQ(p.DataSize, 20u);
-    EXPECT_EQ(p.SplitSize, 8u);
-    EXPECT_EQ(BlockOf(p), Words32({1, 2, 3, 4, -5}));
-
-    std::vector<int> none;
-    ASSERT_EQ(p.SetValue(none, second), 0u);
-    EXPECT_EQ(p.SplitSize, 0u);
-    EXPECT_EQ(BlockOf(p), Words32({3, 4, -5}));
-    ASSERT_EQ(p.SetValue(first, none), 0u);
-    EXPECT_EQ(p.SplitSize, 8u);
-    EXPECT_EQ(p.DataSize, 8u);
-}
-
-TEST(PropertyTest, EmptyPairAndEmptyWideListHoldNoBlock) {
-    CProperty pair(kId, false), wide(kId, false);
-    ASSERT_EQ(pair.SetValue(CStringRef("old")), 0u);
-    ASSERT_EQ(wide.SetValue(CStringRef("old")), 0u);
-    std::vector<int> a, b;
-    std::vector<unsigned long long> empty;
-    ASSERT_EQ(pair.SetValue(a, b), 0u);
-    ASSERT_EQ(wide.SetValue(empty), 0u);
-    EXPECT_EQ(pair.Type, 7u);
-    EXPECT_EQ(wide.Type, 9u);
-    EXPECT_EQ(wide.SubType, 1u);
-    for (const CProperty* p : {&pair, &wide}) {
-        EXPECT_EQ(p->DataSize, 0u);
-        EXPECT_EQ(p->SplitSize, 0u);
-        EXPECT_EQ(p->Data, nullptr);
-    }
-}
-
-TEST(PropertyTest, StringListHasALengthTableThenTheTexts) {
-    CProperty p(kId, false);
-    ASSERT_EQ(p.SetValue(std::vector<std::string>{"a", "bc"}, 1u), 0u);
-    EXPECT_EQ(p.Type, 11u);
-    EXPECT_EQ(p.SubType, 0u);
-    EXPECT_EQ(p.DataSize, 13u);
-    EXPECT_EQ(p.SplitSize, 8u);
-    EXPECT_EQ(p.SelectionMask, 1u);
-    EXPECT_EQ(BlockOf(p), Words32({2, 3}) + Chars("a\0bc", 5));
-
-    CProperty q(kId, false);
-    ASSERT_EQ(q.SetValue(std::vector<CStringEx>{CStringEx("a"), CStringEx("bc")}, 1u), 0u);
-    EXPECT_TRUE(p == q);
-}
-
-TEST(PropertyTest, EmptyStringListHoldsAZeroByteBlock) {
-    CProperty p(kId, false);
-    ASSERT_EQ(p.SetValue(std::vector<std::string>{}, 0u), 0u);
-    EXPECT_EQ(p.Type, 11u);
-    EXPECT_EQ(p.DataSize, 0u);
-    EXPECT_EQ(p.SplitSize, 0u);
-    EXPECT_EQ(p.SelectionMask, 0u);
-    EXPECT_NE(p.Data, nullptr);
 }
 
 // ---- Encrypted strings ------------------------------------------------------
