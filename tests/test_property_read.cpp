@@ -155,37 +155,20 @@ TEST(PropertyReadTest, StringReadsBackUpToTheFirstNulOrTheBlockEnd) {
 // ---- String lists --------------------------------------------------------------
 
 TEST(PropertyReadTest, StringListReadsBackWithItsMask) {
-    CProperty p(kId, false);
-    const std::vector<std::string> in{"a", "", "longer text", " x "};
-    ASSERT_EQ(p.SetValue(in, 0x5u), 0u);
-    std::vector<std::string> out{"stale"};
-    unsigned int mask = 0;
-    ASSERT_EQ(p.GetValue(out, mask), 0u);
-    EXPECT_EQ(out, in);
-    EXPECT_EQ(mask, 0x5u);
-    std::vector<CStringEx> ex{CStringEx("stale")};
-    unsigned int exMask = 0;
-    ASSERT_EQ(p.GetValue(ex, exMask), 0u);
-    ASSERT_EQ(ex.size(), in.size());
-    for (size_t i = 0; i < in.size(); ++i)
-        EXPECT_EQ(ex[i].Str(), in[i]);
-    EXPECT_EQ(exMask, 0x5u);
-}
-
-TEST(PropertyReadTest, EmptyStringListReadsAsEmpty) {
-    CProperty p(kId, false);
-    ASSERT_EQ(p.SetValue(std::vector<CStringEx>{}, 0x3u), 0u);
-    std::vector<std::string> list{"stale"};
-    unsigned int mask = 0;
-    ASSERT_EQ(p.GetValue(list, mask), 0u);
-    EXPECT_TRUE(list.empty());
-    EXPECT_EQ(mask, 0x3u);
-    std::string text = "stale";
-    CStringVar var("stale");
-    ASSERT_EQ(p.GetValue(text), 0u);
-    ASSERT_EQ(p.GetValue(var), 0u);
-    EXPECT_EQ(text, "");
-    EXPECT_EQ(var.Str(), "");
+    for (const std::vector<std::string>& in :
+         {std::vector<std::string>{"a", "", "longer text", " x "}, std::vector<std::string>{}}) {
+        CProperty p(kId, false);
+        ASSERT_EQ(p.SetValue(in, 0x5u), 0u);
+        std::vector<std::string> out{"stale"};
+        std::vector<CStringEx> ex{CStringEx("stale")};
+        unsigned int mask = 0, exMask = 0;
+        ASSERT_EQ(p.GetValue(out, mask), 0u);
+        ASSERT_EQ(p.GetValue(ex, exMask), 0u);
+        EXPECT_EQ(out, in);
+        EXPECT_EQ(ex.size(), in.size());
+        EXPECT_EQ(mask, 0x5u);
+        EXPECT_EQ(exMask, 0x5u);
+    }
 }
 
 std::string Joined(const std::vector<std::string>& list, unsigned int mask) {
@@ -206,6 +189,7 @@ TEST(PropertyReadTest, StringListReadAsOneStringJoinsTheSelectedEntries) {
     EXPECT_EQ(Joined(list, 4), "d");
     EXPECT_EQ(Joined(list, 0xFFFFFFFFu), "a, bc, d");
     EXPECT_EQ(Joined(list, 0), "");
+    EXPECT_EQ(Joined({}, 3), "");
     EXPECT_EQ(Joined({"", "x", ""}, 7), ", x, ");
     // The mask wraps every 32 entries.
     std::vector<std::string> many;
