@@ -170,7 +170,7 @@ mutant Src/Helper/SenseDescribe.cpp \
 
 # ---- Health, look-ups, levels and tasks ----
 mutant Src/Helper/Health.cpp \
-  'if (word.empty() || !IsJudgement(row.Health))' 'if (word.empty())'
+  'if (word.empty() || !IsJudgement(row.Health))' 'if (word.empty() || !IsJudgement(HEALTH_OK))'
 mutant Src/Helper/Health.cpp \
   'text = Trimmed(text);' ''
 mutant Src/Objects/Lookup.cpp \

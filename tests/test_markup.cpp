@@ -298,32 +298,6 @@ TEST(MarkupTest, TextThatIsNotAWellFormedFragmentIsRefused) {
     }
 }
 
-TEST(MarkupTest, RandomBytesNeverCrash) {
-    std::mt19937 random(12345);
-    const std::string pieces[] = {"<",   ">",    "/",    "a",    "=", "\"", " ",
-                                  "<a>", "</a>", "<!--", "-->",  "&", ";",  "<![CDATA[",
-                                  "]]>", "<?",   "?>",   "\x80", "\0"};
-    for (int round = 0; round < 3000; ++round) {
-        std::string text;
-        const int count = static_cast<int>(random() % 40);
-        for (int i = 0; i < count; ++i) {
-            if (random() % 3 == 0)
-                text.push_back(static_cast<char>(random() % 256));
-            else
-                text += pieces[random() % (sizeof pieces / sizeof pieces[0])];
-        }
-        CMarkup markup;
-        const bool parsed = markup.SetDoc(text);
-        int steps = 0;
-        while (steps++ < 200 && (markup.FindElem() ? markup.IntoElem() : markup.OutOfElem())) {
-            (void)markup.GetAttrib("a");
-        }
-        if (!parsed) {
-            EXPECT_FALSE(CMarkup(markup).FindElem());
-        }
-    }
-}
-
 TEST(MarkupTest, VeryDeepNestingIsHandledWithoutRecursion) {
     const int depth = 100000;
     std::string text;

@@ -405,30 +405,4 @@ TEST(PropertyReadTest, StringListTableIsBoundedByTheBlock) {
     }
 }
 
-TEST(PropertyReadTest, StringListOfRandomBytesNeverReadsOutside) {
-    std::mt19937 random(2024);
-    for (int round = 0; round < 5000; ++round) {
-        const size_t size = random() % 64;
-        std::vector<unsigned char> block(size);
-        for (unsigned char& byte : block)
-            byte = static_cast<unsigned char>(random() % 4 == 0 ? 0 : random() % 256);
-        // Table entries that are often small, so that texts are reached.
-        for (size_t i = 0; i + 4 <= size && i < 16; i += 4) {
-            if (random() % 2) {
-                block[i] = static_cast<unsigned char>(random() % 8);
-                block[i + 1] = block[i + 2] = block[i + 3] = 0;
-            }
-        }
-        const unsigned int split =
-            static_cast<unsigned int>(random() % 3 == 0 ? random() : random() % (size + 8));
-        CProperty p = Crafted(PI::VT_STRING_LIST, block, split);
-        p.SelectionMask = static_cast<unsigned int>(random());
-        const std::vector<std::string> list = ReadList(p);
-        size_t total = 0;
-        for (const std::string& entry : list)
-            total += entry.size();
-        EXPECT_LE(total, size);
-    }
-}
-
 } // namespace
