@@ -152,6 +152,40 @@ mutant Src/Objects/PropertyRead.cpp \
 mutant Src/Objects/PropertyRead.cpp \
   'value = Word<std::uint32_t>(Data) != 0;' 'value = Word<std::uint32_t>(Data) == 0;'
 
+# ---- Sense data: descriptors, sense-key specific fields, progress ----
+mutant Src/Helper/SenseData.cpp \
+  'd.Size - 2 < DescriptorMinimum(d.Type)' 'd.Size - 2 <= DescriptorMinimum(d.Type)'
+mutant Src/Helper/SenseData.cpp \
+  'd.Progress = BigEndian16(&b[6]);' 'd.Progress = BigEndian16(&b[5]);'
+mutant Src/Helper/SenseData.cpp \
+  'if (at + 1 >= end) {' 'if (at + 2 >= end) {'
+mutant Src/Helper/SenseData.cpp \
+  'if (end >= 18)' 'if (end > 18)'
+mutant Src/Helper/SenseData.cpp \
+  '(b[9] << 8) | b[7];' '(b[7] << 8) | b[9];'
+mutant Src/Helper/SenseDescribe.cpp \
+  '* 10000ul / 65536ul' '* 10000ul / 65535ul'
+mutant Src/Helper/SenseDescribe.cpp \
+  'out.Either(f.Command, "CDB", "parameter data");' 'out.Either(!f.Command, "CDB", "parameter data");'
+
+# ---- Health, look-ups, levels and tasks ----
+mutant Src/Helper/Health.cpp \
+  'if (word.empty() || !IsJudgement(row.Health))' 'if (word.empty() || !IsJudgement(HEALTH_OK))'
+mutant Src/Helper/Health.cpp \
+  'text = Trimmed(text);' ''
+mutant Src/Objects/Lookup.cpp \
+  'if (object.ObjectType == type)' 'if (object.ObjectType != type)'
+mutant Src/Objects/Task.cpp \
+  'Attribute6 == other.Attribute6 && CObject::operator==(other);' 'Attribute6 == other.Attribute6;'
+mutant Src/Objects/Level.cpp \
+  'Size1 == other.Size1 && Size2 == other.Size2' 'Size1 == other.Size1'
+
+# ---- Markup parse options, cipher key file ----
+mutant platform/src/Markup.cpp \
+  "if (absent('\t') && absent('\n'))" "if (absent('\t'))"
+mutant platform/src/AES.cpp \
+  $'    while (length > 0 && IsBlank(content.Bytes[length - 1]))\n        --length;\n' ''
+
 count=${#FILES[@]}
 
 # Replaces the anchor of mutant $1 in its file; exit 3 when it is not there

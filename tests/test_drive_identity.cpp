@@ -19,55 +19,35 @@ TEST(SplitSATAModelName, VendorAndProduct) {
     } cases[] = {
         {"ST3500418AS", "SEAGATE", "ST3500418AS"},
         {"HDS721010CLA332", "HGST", "HDS721010CLA332"},
-        {"HUC101010CSS600", "HGST", "HUC101010CSS600"},
         {"HTE", "HGST", "HTE"},
         {"HT", "--", "HT"},
-        {"HL-DT-STDVD", "LG", "HL-DT-STDVD"},
         {"CT1000MX500SSD1", "--", "CT1000MX500SSD1"},
-        {"HDP725025GLA380", "--", "HDP725025GLA380"},
         {"ST12", "SEAGATE", "ST12"},
         {"ST1X", "--", "ST1X"},
         {"ST1", "--", "ST1"},
-        {"ST", "--", "ST"},
-        {"STEC", "STEC", "STEC"},
         {"STEC3", "STEC", "STEC3"},
         {"st3500418AS", "--", "st3500418AS"},
-        {"hds721010", "--", "hds721010"},
         {"WDC WD3000HLFS-01G6U0", "WDC", "WD3000HLFS-01G6U0"},
         {"STEC Z16IZF2E", "STEC", "Z16IZF2E"},
-        {"HGST HDS721515", "HGST", "HDS721515"},
         {"APPLE HDD ST1000DM003", "APPLE", "HDD ST1000DM003"},
         {"a  b c", "a", "b c"},
         {"SSDSA2M160G2GC INTEL", "INTEL", "SSDSA2M160G2GC"},
-        {"INTEL SSDSA2M160G2GC", "INTEL", "SSDSA2M160G2GC"},
-        {"X INTEL", "INTEL", "X"},
         {"INTEL", "--", "INTEL"},
         {"INTEL SSD INTEL", "INTEL", "SSD INTEL"},
-        {"SSDINTEL", "--", "SSDINTEL"},
         {"AB-INTEL X", "INTEL X", "AB"},
         {"xINTEL a", "INTEL a", ""},
         {"HL-DT-ST DVD-RAM GH22NS30", "LG", "HL-DT-ST DVD-RAM GH22NS30"},
         {"Optiarc DVD RW AD-7200S", "Sony", "Optiarc DVD RW AD-7200S"},
-        {"OPTIARC DVD RW AD-7200S", "Sony", "OPTIARC DVD RW AD-7200S"},
         {"optiARC X", "Sony", "optiARC X"},
         {"Optiarcs X", "Optiarcs", "X"},
-        {"hl-dt-st DVD", "hl-dt-st", "DVD"},
-        {" X ", "--", "X"},
         {"\tST3500418AS\t", "SEAGATE", "ST3500418AS"},
-        {"  WDC   WD740ADFD  ", "WDC", "WD740ADFD"},
         {"", "--", ""},
-        {"   ", "--", ""},
     };
     for (const auto& c : cases) {
         std::string vendor = "stale", product = "stale";
         EXPECT_EQ(PI::SplitSATAModelName(c.model, vendor, product), 0);
         EXPECT_EQ(vendor, c.vendor) << "model '" << c.model << "'";
         EXPECT_EQ(product, c.product) << "model '" << c.model << "'";
-    }
-    for (const char* prefix : {"HTE", "HDS", "HCC", "HUA", "HTS", "HDE", "HUC"}) {
-        std::string vendor, product;
-        PI::SplitSATAModelName(std::string(prefix) + "721010", vendor, product);
-        EXPECT_EQ(vendor, "HGST") << prefix;
     }
 }
 
@@ -134,40 +114,27 @@ TEST(GetSATARPM, ByVendorRules) {
         unsigned long long rpm;
     } cases[] = {
         {"WDC", "WD3000HLFS-01G6U0", 10000},
-        {"WD", "WD1600ADFS-75SLR2", 10000},
         {"wdc", "WD740ADFD-00NLR1", 10000},
-        {"WDC", "WD360ADFD", 10000},
         {"WDC", "WD3000GLFS", 10000},
         {"WDC", "WD3000GLF", 7200},
         {"WDC", "wd3000hlfs", 7200},
-        {"WDC", "WD5000AAKS", 7200},
         {"WDCX", "WD3000HLFS", 7200},
         {std::string("WDC\0", 4), "WD3000HLFS", 7200},
-        {"W", "WD3000HLFS", 7200},
         {"HGST", "HUC101010CSS600", 10000},
         {"Hitachi", "HUS151473VLS300", 15000},
-        {"Hitachi", "HDS721515", 7200},
         {"HGST", "HDS725454", 7200},
         {"HGST", "HTS545050A7E680", 5400},
-        {"HGST", "HTS541010A9E680", 5400},
         {"hgst", "XXX15", 15000},
         {"HGST", "HDS7", 7200},
-        {"HGST", "HDS", 7200},
         {"KORMANI", "ZTA4XXXBS", 5400},
         {"KORMANI", "ZTA4XXXBT", 7200},
         {"KORMANI", "ZTB4XXXBT", 4200},
-        {"Kormani", "ZTB4XXXBH", 5400},
-        {"KORMANI", "ZTB4XXXBS", 5400},
         {"KORMANI", "ZTC4XXXCH", 5400},
         {"KORMANI", "ZTC4XXXBT", 7200},
-        {"KORMANI", "ZTC4123", 7200},
         {"KORMANI", "ZTD4XXXBS", 7200},
         {"SEAGATE", "ST9160314AS", 5400},
-        {"seagate", "ST9250315AS", 5400},
         {"SEAGATE", "ST9160314AS ", 7200},
-        {"SEAGATE", "ST9160314A", 7200},
         {"SEAGATE", "st9160314as", 7200},
-        {"SEAGATE", "ST3500418AS", 7200},
         {"--", "ST9160314AS", 7200},
         {"", "", 7200},
     };
@@ -200,24 +167,18 @@ TEST(CorrectSerialNumber, ByVendorRules) {
         std::string vendor, product, serial, corrected;
     } cases[] = {
         {"WDC", "x", "WD-WCAV12345678", "WCAV12345678"},
-        {"wd", "x", "WD-1", "1"},
         {"WDC", "x", "WD-", "WD-"},
         {"WDC", "x", "wd-WCAV1234", "wd-WCAV1234"},
-        {"WDC", "x", "WCAV12345678", "WCAV12345678"},
         {"WDC", "x", "123456789012", "123456789012"},
         {"HGST", "HTE541010A9E68", "JA1000ABCD", "ABCD"},
-        {"hgst", "hte541010a9e68", "JA1000X", "X"},
         {"HGST", "HTE541010A9E68", "JA1000", "JA1000"},
         {"HGST", "HTE541010A9E680", "JA1000ABCD", "JA1000ABCD"},
-        {"HGST", "HTE541010A9E68", "ja1000ABCD", "ja1000ABCD"},
         {"HITACHI", "HTE541010A9E68", "JA1000ABCD", "JA1000ABCD"},
         {"SEAGATE", "x", "5VP12345ABCD", "5VP12345"},
         {"Seagate", "x", "123456789", "12345678"},
         {"SEAGATE", "x", "12345678", "12345678"},
-        {"SEAGATE", "x", "", ""},
         {"INTEL", "x", "WD-WCAV12345678", "WD-WCAV12345678"},
         {"--", "HTE541010A9E68", "JA1000ABCD", "JA1000ABCD"},
-        {"", "", "5VP12345ABCD", "5VP12345ABCD"},
     };
     for (const auto& c : cases) {
         std::string serial = c.serial;

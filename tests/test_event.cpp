@@ -39,26 +39,6 @@ protected:
 
 } // namespace
 
-TEST_F(Event, ComparisonByTheFiveScalars) {
-    CEvent event;
-    event.SetPlaceHolder1(5);
-    event.SetPlaceHolder6("x");
-    event.Text1 = "text";
-    event.Scalar6 = 9;
-    EXPECT_TRUE(event == CEvent()) << "placeholders, texts and Scalar6 do not count";
-
-    CEvent changed[5];
-    changed[0].Scalar1 = 1LL << 62;
-    changed[1].Scalar2 = 10001;
-    changed[2].Scalar3 = 0;
-    changed[3].Scalar4 = 0;
-    changed[4].Scalar5 = -1;
-    for (int i = 0; i < 5; ++i) {
-        EXPECT_FALSE(changed[i] == CEvent()) << "Scalar" << i + 1;
-        EXPECT_TRUE(changed[i] != CEvent()) << "Scalar" << i + 1;
-    }
-}
-
 TEST_F(Event, NumberPlaceholdersResolveThroughTheLanguage) {
     CEvent event;
     event.SetPlaceHolder2(1234);

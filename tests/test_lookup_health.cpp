@@ -69,23 +69,10 @@ TEST(Lookup, PropertiesOfEveryHolderByIdAndSecondaryId) {
     EXPECT_EQ(FindProperty(task, TASK_NAME, 6), nullptr);
     EXPECT_EQ(FindProperty(task, TASK_STATUS), nullptr);
 
-    COperation op;
-    CLogicalDrive ld;
-    CDrive member;
-    CLevel level;
     CMigration migration;
-    op.Properties.push_back(Number(ADAPTER_NAME, 1));
-    ld.Properties.push_back(Number(LOGICAL_DRIVE_STATUS, 1));
-    member.Properties.push_back(Number(PHYSICAL_DRIVE_SLOT, 1));
-    level.Properties.push_back(Number(LOGICAL_DRIVE_RAID_LEVEL, 1));
     migration.Properties.push_back(Number(LOGICAL_DRIVE_RAID_LEVEL, 1));
-    EXPECT_EQ(FindProperty(op, ADAPTER_NAME), &op.Properties[0]);
-    EXPECT_EQ(FindProperty(ld, LOGICAL_DRIVE_STATUS), &ld.Properties[0]);
-    EXPECT_EQ(FindProperty(member, PHYSICAL_DRIVE_SLOT), &member.Properties[0]);
-    EXPECT_EQ(FindProperty(level, LOGICAL_DRIVE_RAID_LEVEL), &level.Properties[0]);
     const CMigration& constant = migration;
-    const CProperty* p = FindProperty(constant, LOGICAL_DRIVE_RAID_LEVEL);
-    EXPECT_EQ(p, &migration.Properties[0]);
+    EXPECT_EQ(FindProperty(constant, LOGICAL_DRIVE_RAID_LEVEL), &migration.Properties[0]);
     EXPECT_EQ(FindProperty(constant, LOGICAL_DRIVE_RAID_LEVEL, 1), nullptr);
 }
 
@@ -192,21 +179,6 @@ TEST(Health, JudgingWhileTheTableIsReplaced) {
     judge.join();
     ResetHealthWords();
     EXPECT_EQ(wrong, 0);
-}
-
-// The example inventory after a drive failed, judged from health alone.
-TEST(Health, TheExampleInventoryAfterTheFailure) {
-    std::ifstream in(PI_SOURCE_DIR "/examples/inventory-after.json", std::ios::binary);
-    const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    COperation op;
-    ASSERT_EQ(ReadJsonDocument(text, op), 0u);
-    std::vector<unsigned long long> critical, ok;
-    for (const CObject* drive : FindObjectsOfType(op, OBJECT_TYPE_PHYSICAL_DRIVE))
-        (GetObjectHealth(*drive) == HEALTH_CRITICAL ? critical : ok).push_back(drive->ObjectID);
-    EXPECT_EQ(critical, std::vector<unsigned long long>{4098});
-    EXPECT_EQ(ok.size(), 4u);
-    ASSERT_EQ(op.LogicalDrives.size(), 1u);
-    EXPECT_EQ(GetLogicalDriveHealth(op.LogicalDrives[0]), HEALTH_WARNING);
 }
 
 } // namespace

@@ -152,6 +152,13 @@ TEST(DecodeSenseData, HandDecodedBuffers) {
              EXPECT_TRUE(s.Truncated);
              EXPECT_EQ(s.Remark, "descriptor 80h at byte 12 is cut off after its type");
          }},
+        {"descriptor: an empty descriptor may end the data",
+         {0x72, 0x05, 0x24, 0x00, 0, 0, 0, 2, 0x80, 0x00},
+         [](const PI::CSenseData& s) {
+             ASSERT_EQ(s.Descriptors.size(), 1u);
+             EXPECT_EQ(s.Descriptors[0].Size, 2u);
+             EXPECT_FALSE(s.Truncated);
+         }},
         {"descriptor: unknown types keep their bytes; short known ones are not decoded",
          {0x72, 0x05, 0x24, 0x00, 0, 0, 0, 9, 0x42, 0x03, 0xAA, 0xBB, 0xCC, 0x02, 0x02, 0x80, 0x01},
          [](const PI::CSenseData& s) {
