@@ -175,10 +175,11 @@ mutant Src/Helper/Health.cpp \
   'text = Trimmed(text);' ''
 mutant Src/Objects/Lookup.cpp \
   'if (object.ObjectType == type)' 'if (object.ObjectType != type)'
-mutant Src/Objects/Task.cpp \
-  'Attribute6 == other.Attribute6 && CObject::operator==(other);' 'Attribute6 == other.Attribute6;'
-mutant Src/Objects/Level.cpp \
-  'Size1 == other.Size1 && Size2 == other.Size2' 'Size1 == other.Size1'
+# operator== of the records: a task's object part, and the members left out.
+mutant Src/Shared/PI/Internal/RecordDescription.h \
+  'same = static_cast<const CObject&>(a) == static_cast<const CObject&>(b);' 'same = true;'
+mutant Src/Shared/PI/Internal/RecordDescription.h \
+  'if (!same || !d.Compared)' 'if (!same)'
 
 # ---- Markup parse options, cipher key file ----
 mutant platform/src/Markup.cpp \
