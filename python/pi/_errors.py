@@ -88,3 +88,9 @@ _BY_CODE = {
 def error_class(code: int) -> type:
     """The exception class that stands for a library code."""
     return _BY_CODE.get(code, Error)
+
+
+class StaleViewError(ReferenceError):
+    """A view of a record held in another record (op.Objects[0], a property of
+    it, a task's Object) whose element was removed, or whose list was changed
+    or replaced, after the view was taken. Read the element again."""

@@ -8,6 +8,8 @@
 
 #include <string>
 
+#include "Views.h"
+
 namespace pibind {
 
 namespace py = pybind11;
@@ -19,6 +21,7 @@ void RegisterRecords(py::module_& m);
 void RegisterConfig(py::module_& m);
 void RegisterInterchange(py::module_& m);
 void RegisterDiff(py::module_& m);
+void RegisterQueries(py::module_& m);
 void RegisterTesting(py::module_& m);
 
 // A class that another area registered, to add methods to it: the
