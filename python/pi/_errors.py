@@ -44,6 +44,16 @@ class NotFoundError(Error, LookupError):
     """A lookup or a configuration write that found nothing or failed (20000)."""
 
 
+class ConfigRefusedError(Error):
+    """A configuration write refused by a rule of the store. ``.rule`` names the
+    rule ("read-only", "not a regular file", "more than one link", "too large",
+    "untrusted symlink", "owner or group cannot be kept"); the text says why."""
+
+    def __init__(self, code: int, text: str, rule: str = ""):
+        super().__init__(code, text)
+        self.rule = rule
+
+
 class SenseDataError(Error, ValueError):
     """A raw sense buffer that cannot be decoded; .code is a SenseDecode value."""
 

@@ -42,6 +42,9 @@ py::object PackageAttr(const char* module, const char* name);
 [[noreturn]] void RaiseCode(unsigned int code, const std::string& text);
 // Raises the pi._errors class `name` with `code` and `text`.
 [[noreturn]] void RaiseAs(const char* name, long long code, const std::string& text);
+// Raises pi.ConfigRefusedError: a rule of the configuration store (its
+// RefusalName) refused the file, for the reason `why`.
+[[noreturn]] void RaiseRefused(unsigned int code, const char* rule, const std::string& why);
 // Raises pi.Error when a library call returned a failure code.
 void CheckResult(unsigned int code, const char* what);
 
