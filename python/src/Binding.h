@@ -28,8 +28,9 @@ void RegisterTesting(py::module_& m);
 // interchange and diff areas put to_json, diff and so on on the records.
 //   auto op = BoundClass<PI::COperation>(m, "COperation");
 //   op.def("to_json", ...);
-template <class R> py::class_<R> BoundClass(py::module_& m, const char* name) {
-    return py::reinterpret_borrow<py::class_<R>>(m.attr(name));
+// A record class comes with its RecordHolder (see Views.h).
+template <class R> py::class_<R, HolderFor<R>> BoundClass(py::module_& m, const char* name) {
+    return py::reinterpret_borrow<py::class_<R, HolderFor<R>>>(m.attr(name));
 }
 
 // A member of an identifier enumeration of pi._identifiers (PropertyID,

@@ -245,7 +245,7 @@ void BindOperation(py::module_& m) {
 } // namespace
 
 void RegisterRecords(py::module_& m) {
-    BindListView<CProperty>(m, "PropertyList", "A record's properties (items are copies).");
+    BindListView<CProperty>(m, "PropertyList", "A record's properties (items are live views).");
     BindListView<unsigned long long>(m, "IdList", "A record's list of 64-bit object ids.");
     BindListView<int>(m, "IntList", "A record's list of 32-bit numbers.");
     BindObject(m);
@@ -253,15 +253,16 @@ void RegisterRecords(py::module_& m) {
     BindLevels(m);
     BindSmallRecords(m);
     BindOperation(m);
-    BindListView<CObject>(m, "ObjectList", "An operation's objects (items are copies).");
-    BindListView<CDrive>(m, "DriveList", "A container's drive pieces (items are copies).");
-    BindListView<CContainer>(m, "ContainerList", "A logical drive's containers (copies).");
-    BindListView<CLogicalDrive>(m, "LogicalDriveList", "An operation's logical drives (copies).");
-    BindListView<CLevel>(m, "LevelList", "An operation's levels (items are copies).");
-    BindListView<CMigration>(m, "MigrationList", "An operation's migrations (copies).");
-    BindListView<CEvent>(m, "EventList", "An operation's events (items are copies).");
+    BindListView<CObject>(m, "ObjectList", "An operation's objects (items are live views).");
+    BindListView<CDrive>(m, "DriveList", "A container's drive pieces (live views).");
+    BindListView<CContainer>(m, "ContainerList", "A logical drive's containers (live views).");
+    BindListView<CLogicalDrive>(m, "LogicalDriveList",
+                                "An operation's logical drives (live views).");
+    BindListView<CLevel>(m, "LevelList", "An operation's levels (live views).");
+    BindListView<CMigration>(m, "MigrationList", "An operation's migrations (live views).");
+    BindListView<CEvent>(m, "EventList", "An operation's events (live views).");
     BindListView<CPassThrough>(m, "PassThroughList", "An operation's pass-through results.");
-    BindListView<CPartition>(m, "PartitionList", "An operation's partitions (copies).");
+    BindListView<CPartition>(m, "PartitionList", "An operation's partitions (live views).");
 }
 
 } // namespace pibind

@@ -26,6 +26,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <unordered_map>
 #include <utility>
 
@@ -97,6 +98,11 @@ public:
     T* get() const { return static_cast<T*>(state.owned); }
 };
 
+// The record classes, which are bound with RecordHolder.
+template <class R> struct IsRecord : std::false_type {};
+template <class R>
+using HolderFor = std::conditional_t<IsRecord<R>::value, RecordHolder<R>, std::unique_ptr<R>>;
+
 // Where a record object's lists are counted, and the path its lists are
 // named under ("" for an owned record).
 struct ListBase {
@@ -157,3 +163,18 @@ PIBIND_RECORD_CASTER(PI::COperation)
 
 } // namespace detail
 } // namespace pybind11
+
+namespace pibind {
+template <> struct IsRecord<PI::CProperty> : std::true_type {};
+template <> struct IsRecord<PI::CObject> : std::true_type {};
+template <> struct IsRecord<PI::CTask> : std::true_type {};
+template <> struct IsRecord<PI::CDrive> : std::true_type {};
+template <> struct IsRecord<PI::CContainer> : std::true_type {};
+template <> struct IsRecord<PI::CLogicalDrive> : std::true_type {};
+template <> struct IsRecord<PI::CLevel> : std::true_type {};
+template <> struct IsRecord<PI::CMigration> : std::true_type {};
+template <> struct IsRecord<PI::CPartition> : std::true_type {};
+template <> struct IsRecord<PI::CPassThrough> : std::true_type {};
+template <> struct IsRecord<PI::CEvent> : std::true_type {};
+template <> struct IsRecord<PI::COperation> : std::true_type {};
+} // namespace pibind

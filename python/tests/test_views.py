@@ -80,6 +80,7 @@ def test_a_view_whose_element_is_gone_raises(change):
                 lambda: drive.health(), lambda: drive.to_json(), lambda: len(names)):
         with pytest.raises(pi.StaleViewError, match=r"Objects\[0\]"):
             use()
+    assert "stale" in repr(drive)  # repr never raises
 
 
 def test_views_of_other_lists_survive_a_change():
