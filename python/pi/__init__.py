@@ -10,6 +10,7 @@ from ._identifiers import *  # noqa: F401,F403
 from ._identifiers import __all__ as _identifier_names
 from ._errors import (  # noqa: F401
     ClosedError,
+    ConfigRefusedError,
     EmptyListError,
     Error,
     FileError,
@@ -20,6 +21,7 @@ from ._errors import (  # noqa: F401
     OutOfMemoryError,
     PatchError,
     SenseDataError,
+    StaleViewError,
     WrongKindError,
 )
 from ._values import (AtaStatus, Range, SenseData, SenseDescriptor, SenseKeySpecific,  # noqa: F401
@@ -34,9 +36,9 @@ __all__ = sorted(
     list(_identifier_names)
     + [n for n in dir(_core) if not n.startswith("_")]
     + [
-        "ChangeList", "ClosedError", "EmptyListError", "Error", "FileError", "IndexOutOfRangeError",
+        "ChangeList", "ClosedError", "ConfigRefusedError", "EmptyListError", "Error", "FileError", "IndexOutOfRangeError",
         "InterchangeError", "InvalidDataError", "NotFoundError", "OutOfMemoryError", "PatchError",
-        "SenseDataError", "WrongKindError",
+        "SenseDataError", "StaleViewError", "WrongKindError",
         "AtaStatus", "Range", "SenseData", "SenseDescriptor", "SenseKeySpecific", "Selection",
         "XmlText",
     ]

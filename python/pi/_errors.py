@@ -44,6 +44,16 @@ class NotFoundError(Error, LookupError):
     """A lookup or a configuration write that found nothing or failed (20000)."""
 
 
+class ConfigRefusedError(Error):
+    """A configuration write refused by a rule of the store. ``.rule`` names the
+    rule ("read-only", "not a regular file", "more than one link", "too large",
+    "untrusted symlink", "owner or group cannot be kept"); the text says why."""
+
+    def __init__(self, code: int, text: str, rule: str = ""):
+        super().__init__(code, text)
+        self.rule = rule
+
+
 class SenseDataError(Error, ValueError):
     """A raw sense buffer that cannot be decoded; .code is a SenseDecode value."""
 
@@ -88,3 +98,9 @@ _BY_CODE = {
 def error_class(code: int) -> type:
     """The exception class that stands for a library code."""
     return _BY_CODE.get(code, Error)
+
+
+class StaleViewError(ReferenceError):
+    """A view of a record held in another record (op.Objects[0], a property of
+    it, a task's Object) whose element was removed, or whose list was changed
+    or replaced, after the view was taken. Read the element again."""

@@ -1,6 +1,7 @@
 """Plain Python values that the pi module hands out and takes back."""
 from typing import List, NamedTuple, Optional
 
+from ._errors import StaleViewError
 from ._identifiers import Severity
 
 
@@ -129,8 +130,13 @@ def record_repr(record) -> str:
     def shown(name):
         try:
             return repr(getattr(record, name))
+        except StaleViewError:
+            raise
         except Exception as error:  # noqa: BLE001 - repr must not raise
             return f"<{type(error).__name__}: {error}>"
 
-    fields = ", ".join(f"{name}={shown(name)}" for name in type(record)._fields)
+    try:
+        fields = ", ".join(f"{name}={shown(name)}" for name in type(record)._fields)
+    except StaleViewError as error:  # a view whose element is gone has no fields to show
+        return f"<{type(record).__name__}: {error}>"
     return f"{type(record).__name__}({fields})"

@@ -8,6 +8,8 @@
 
 #include <string>
 
+#include "Views.h"
+
 namespace pibind {
 
 namespace py = pybind11;
@@ -19,14 +21,16 @@ void RegisterRecords(py::module_& m);
 void RegisterConfig(py::module_& m);
 void RegisterInterchange(py::module_& m);
 void RegisterDiff(py::module_& m);
+void RegisterQueries(py::module_& m);
 void RegisterTesting(py::module_& m);
 
 // A class that another area registered, to add methods to it: the
 // interchange and diff areas put to_json, diff and so on on the records.
 //   auto op = BoundClass<PI::COperation>(m, "COperation");
 //   op.def("to_json", ...);
-template <class R> py::class_<R> BoundClass(py::module_& m, const char* name) {
-    return py::reinterpret_borrow<py::class_<R>>(m.attr(name));
+// A record class comes with its RecordHolder (see Views.h).
+template <class R> py::class_<R, HolderFor<R>> BoundClass(py::module_& m, const char* name) {
+    return py::reinterpret_borrow<py::class_<R, HolderFor<R>>>(m.attr(name));
 }
 
 // A member of an identifier enumeration of pi._identifiers (PropertyID,
@@ -39,6 +43,9 @@ py::object PackageAttr(const char* module, const char* name);
 [[noreturn]] void RaiseCode(unsigned int code, const std::string& text);
 // Raises the pi._errors class `name` with `code` and `text`.
 [[noreturn]] void RaiseAs(const char* name, long long code, const std::string& text);
+// Raises pi.ConfigRefusedError: a rule of the configuration store (its
+// RefusalName) refused the file, for the reason `why`.
+[[noreturn]] void RaiseRefused(unsigned int code, const char* rule, const std::string& why);
 // Raises pi.Error when a library call returned a failure code.
 void CheckResult(unsigned int code, const char* what);
 

@@ -3,6 +3,7 @@
 
 #include <PI/ConfigFile.h>
 #include <PI/Identifiers.h>
+#include <RVX/IniFiles.h>
 
 #include <climits>
 #include <memory>
@@ -116,9 +117,17 @@ void Change(const ConfigHandle& h, const std::string& key, const std::string* va
                 result = file->WriteSectionKeyValue(section, key, *value);
         }
     }
-    if (result != PI::RESULT_SUCCESS)
-        RaiseCode(result, value == nullptr ? "removing '" + key + "' failed; the file is unchanged"
-                                           : "writing '" + key + "' failed; the file is unchanged");
+    if (result != PI::RESULT_SUCCESS) {
+        // The store keeps why per thread, and this thread made the write.
+        const PI::CConfigFailure failure = PI::GetLastConfigWriteFailure();
+        if (const char* rule = RVX::INI_Files::RefusalName(failure.Code))
+            RaiseRefused(failure.Code, rule, failure.Text);
+        std::string text = value == nullptr ? "removing '" + key + "' failed; the file is unchanged"
+                                            : "writing '" + key + "' failed; the file is unchanged";
+        if (!failure.Text.empty())
+            text += ": " + failure.Text;
+        RaiseCode(result, text);
+    }
 }
 
 void Set(const ConfigHandle& h, Str key, Str value, OptionalInt adapter, OptionalInt unit,

@@ -4,6 +4,7 @@
 
 #include <PI/Identifiers.h>
 #include <RVX/Exceptions.h>
+#include <RVX/IniFiles.h>
 
 #include <boost/lexical_cast/bad_lexical_cast.hpp>
 
@@ -30,6 +31,13 @@ py::object ToEnum(const char* enumeration, long long value) {
 void RaiseAs(const char* name, long long code, const std::string& text) {
     py::object type = PackageAttr("pi._errors", name);
     py::object error = type(code, ToPy(text));
+    PyErr_SetObject(type.ptr(), error.ptr());
+    throw py::error_already_set();
+}
+
+void RaiseRefused(unsigned int code, const char* rule, const std::string& why) {
+    py::object type = PackageAttr("pi._errors", "ConfigRefusedError");
+    py::object error = type(code, ToPy(std::string("refused (") + rule + "): " + why), rule);
     PyErr_SetObject(type.ptr(), error.ptr());
     throw py::error_already_set();
 }
@@ -118,6 +126,10 @@ void RegisterErrors(py::module_&) {
             std::rethrow_exception(pending);
         } catch (const RVX::Exceptions::CException& e) {
             try {
+                // A file that a rule of the configuration store refuses.
+                if (const char* rule = RVX::INI_Files::RefusalName(e.GetCode()))
+                    RaiseRefused(e.GetCode(), rule,
+                                 e.GetDetail().empty() ? e.what() : e.GetDetail());
                 // A failed system call is the operating system's refusal.
                 if (e.GetSystemError() != 0)
                     RaiseAs("FileError", e.GetSystemError(), e.what());

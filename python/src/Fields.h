@@ -5,9 +5,14 @@
 
 #include "Binding.h"
 
+#include <PI/Lookup.h>
 #include <RVX/Strings.h>
 
+#include <climits>
+#include <cstddef>
+#include <functional>
 #include <limits>
+#include <memory>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -117,12 +122,50 @@ template <> struct Item<int> {
     }
 };
 
-// A live view of one list of a record. It keeps the record alive; elements
-// read from it are copies, so no Python object ever points into the list.
+// A live view of one list of a record: the list is reached afresh from the
+// record on every use. Its elements are views too (see Views.h); numbers are
+// read as ints.
 template <class T> struct ListView {
-    py::object owner;
-    std::vector<T>* items;
+    py::object owner;                                 // the record holding the list
+    std::function<std::vector<T>&(py::handle)> items; // the list, reached from the owner
+    std::shared_ptr<ListCounts> counts;
+    std::string path; // "Objects", "Objects[2].Properties"
+
+    std::vector<T>& Items() const { return items(owner); }
+    // The length or order changed, or the list was replaced.
+    void Changed() const { ++(*counts)[path]; }
+    // Element i was replaced: its views and the lists under it are stale.
+    void Replaced(std::size_t i) const { counts->BumpUnder(path + "[" + std::to_string(i) + "]"); }
 };
+
+template <class R, class T>
+ListView<T> ViewOfList(py::object record, std::vector<T> R::*member, const char* name) {
+    ListBase base = ListBaseOf(record);
+    return ListView<T>{
+        record, [member](py::handle owner) -> std::vector<T>& { return owner.cast<R&>().*member; },
+        base.counts, base.path.empty() ? name : base.path + "." + name};
+}
+
+// Element i of the list: a view of a record, or a number.
+template <class T> py::object ElementOf(const ListView<T>& v, std::size_t i) {
+    if constexpr (std::is_class_v<T>) {
+        auto link = std::make_unique<ViewLink>();
+        link->parent = v.owner;
+        link->step = [items = v.items](py::handle parent, std::size_t index) -> void* {
+            std::vector<T>& list = items(parent);
+            return index < list.size() ? &list[index] : nullptr;
+        };
+        link->index = i;
+        link->counts = v.counts;
+        link->list = v.path;
+        link->path = v.path + "[" + std::to_string(i) + "]";
+        link->count = v.counts->Get(link->list);
+        link->own = v.counts->Get(link->path);
+        return NewView<T>(std::move(link));
+    } else {
+        return Item<T>::Get(v.Items()[i]);
+    }
+}
 
 template <class T> std::vector<T> TakeAll(py::handle iterable, const char* what) {
     if (PyUnicode_Check(iterable.ptr()) || PyBytes_Check(iterable.ptr()))
@@ -133,18 +176,29 @@ template <class T> std::vector<T> TakeAll(py::handle iterable, const char* what)
     return out;
 }
 
+// A list position: a plain int. An enumeration member is refused, since
+// Properties[PropertyID.X] would read the X-th element, not property X.
+inline long long PositionArg(py::handle index, bool properties) {
+    if (PyLong_Check(index.ptr()) && !PyBool_Check(index.ptr()) &&
+        py::isinstance(index, PackageAttr("enum", "Enum")))
+        throw py::type_error(
+            "list positions must be plain integers, not " + std::string(py::str(py::repr(index))) +
+            (properties ? "; look a property up with .get(id) or the record's .property(id)" : ""));
+    if (!PyLong_Check(index.ptr()) || PyBool_Check(index.ptr()))
+        throw py::type_error("list indices must be integers or slices, not " +
+                             std::string(py::str(py::type::of(index).attr("__name__"))));
+    int overflow = 0;
+    const long long i = PyLong_AsLongLongAndOverflow(index.ptr(), &overflow);
+    return overflow > 0 ? LLONG_MAX : (overflow < 0 ? LLONG_MIN : i);
+}
+
 template <class T> void BindListView(py::module_& m, const char* name, const char* doc) {
     using View = ListView<T>;
+    constexpr bool properties = std::is_same_v<T, PI::CProperty>;
     auto position = [](const View& v, py::handle index, bool forInsert) {
-        const long long size = static_cast<long long>(v.items->size());
-        long long i = 0;
-        if (!PyLong_Check(index.ptr()) || PyBool_Check(index.ptr()))
-            throw py::type_error("list indices must be integers");
-        int overflow = 0;
-        i = PyLong_AsLongLongAndOverflow(index.ptr(), &overflow);
-        if (overflow != 0)
-            throw py::index_error("list index out of range");
-        if (i < 0)
+        const long long size = static_cast<long long>(v.Items().size());
+        long long i = PositionArg(index, properties);
+        if (i < 0 && i != LLONG_MIN)
             i += size;
         if (forInsert)
             return static_cast<size_t>(i < 0 ? 0 : (i > size ? size : i));
@@ -152,31 +206,58 @@ template <class T> void BindListView(py::module_& m, const char* name, const cha
             throw py::index_error("list index out of range");
         return static_cast<size_t>(i);
     };
+    // Copies of the elements, for what must not follow the record.
     auto snapshot = [](const View& v) {
         py::list out;
-        for (const T& item : *v.items)
+        for (const T& item : v.Items())
             out.append(Item<T>::Get(item));
         return out;
     };
-    py::class_<View>(m, name, doc)
-        .def("__len__", [](const View& v) { return v.items->size(); })
+    auto elements = [](const View& v) {
+        py::list out;
+        const size_t size = v.Items().size();
+        for (size_t i = 0; i < size; ++i)
+            out.append(ElementOf(v, i));
+        return out;
+    };
+    // A slice is assigned or deleted on a list of copies, which then
+    // replaces the list: Python's own rules for slices, and every value is
+    // checked before the record changes.
+    auto reslice = [snapshot](const View& v, py::handle index, py::handle value) {
+        py::list all = snapshot(v);
+        if ((value ? PyObject_SetItem(all.ptr(), index.ptr(), value.ptr())
+                   : PyObject_DelItem(all.ptr(), index.ptr())) != 0)
+            throw py::error_already_set();
+        std::vector<T> items = TakeAll<T>(all, "item");
+        v.Items() = std::move(items);
+        v.Changed();
+    };
+    py::class_<View> cls(m, name, doc);
+    cls.def("__len__", [](const View& v) { return v.Items().size(); })
         .def("__getitem__",
-             [position, snapshot](const View& v, py::handle index) -> py::object {
+             [position, elements](const View& v, py::handle index) -> py::object {
                  if (PySlice_Check(index.ptr()))
-                     return snapshot(v)[index];
-                 return Item<T>::Get((*v.items)[position(v, index, false)]);
+                     return elements(v)[index];
+                 return ElementOf(v, position(v, index, false));
              })
         .def("__setitem__",
-             [position](View& v, py::handle index, py::handle value) {
+             [position, reslice](View& v, py::handle index, py::handle value) {
+                 if (PySlice_Check(index.ptr()))
+                     return reslice(v, index, value);
                  T item = Item<T>::Take(value, "item");
-                 (*v.items)[position(v, index, false)] = std::move(item);
+                 const size_t i = position(v, index, false);
+                 v.Items()[i] = std::move(item);
+                 v.Replaced(i);
              })
         .def("__delitem__",
-             [position](View& v, py::handle index) {
+             [position, reslice](View& v, py::handle index) {
+                 if (PySlice_Check(index.ptr()))
+                     return reslice(v, index, py::handle());
                  const size_t i = position(v, index, false);
-                 v.items->erase(v.items->begin() + static_cast<std::ptrdiff_t>(i));
+                 v.Items().erase(v.Items().begin() + static_cast<std::ptrdiff_t>(i));
+                 v.Changed();
              })
-        .def("__iter__", [snapshot](const View& v) { return py::iter(snapshot(v)); })
+        .def("__iter__", [elements](const View& v) { return py::iter(elements(v)); })
         .def("__eq__",
              [snapshot](const View& v, py::handle other) -> py::object {
                  if (!py::isinstance<py::sequence>(other) && !py::isinstance<View>(other))
@@ -192,13 +273,19 @@ template <class T> void BindListView(py::module_& m, const char* name, const cha
             py::arg("memo"))
         .def(
             "append",
-            [](View& v, py::handle value) { v.items->push_back(Item<T>::Take(value, "item")); },
+            [](View& v, py::handle value) {
+                T item = Item<T>::Take(value, "item");
+                v.Items().push_back(std::move(item));
+                v.Changed();
+            },
             py::arg("item"), "Appends a copy of item.")
         .def(
             "extend",
             [](View& v, py::handle values) {
                 std::vector<T> more = TakeAll<T>(values, "item");
-                v.items->insert(v.items->end(), more.begin(), more.end());
+                std::vector<T>& items = v.Items();
+                items.insert(items.end(), more.begin(), more.end());
+                v.Changed();
             },
             py::arg("items"))
         .def(
@@ -206,34 +293,74 @@ template <class T> void BindListView(py::module_& m, const char* name, const cha
             [position](View& v, py::handle index, py::handle value) {
                 T item = Item<T>::Take(value, "item");
                 const size_t i = position(v, index, true);
-                v.items->insert(v.items->begin() + static_cast<std::ptrdiff_t>(i), std::move(item));
+                v.Items().insert(v.Items().begin() + static_cast<std::ptrdiff_t>(i),
+                                 std::move(item));
+                v.Changed();
             },
             py::arg("index"), py::arg("item"))
         .def(
             "pop",
             [position](View& v, py::handle index) {
                 const size_t i = position(v, index, false);
-                py::object item = Item<T>::Get((*v.items)[i]);
-                v.items->erase(v.items->begin() + static_cast<std::ptrdiff_t>(i));
+                py::object item = Item<T>::Get(v.Items()[i]);
+                v.Items().erase(v.Items().begin() + static_cast<std::ptrdiff_t>(i));
+                v.Changed();
                 return item;
             },
-            py::arg("index") = -1)
-        .def("clear", [](View& v) { v.items->clear(); });
+            py::arg("index") = -1, "Removes element index and returns it (a copy).")
+        .def("clear", [](View& v) {
+            v.Items().clear();
+            v.Changed();
+        });
+    if constexpr (properties) {
+        cls.def(
+            "get",
+            [](const View& v, Int id, py::object fallback, OptionalInt secondary) -> py::object {
+                const int pid = static_cast<int>(IntArg(id, INT_MIN, INT_MAX, "id"));
+                std::vector<PI::CProperty>& items = v.Items();
+                const PI::CProperty* found =
+                    secondary.is_none()
+                        ? PI::FindProperty(items, pid)
+                        : PI::FindProperty(items, pid,
+                                           static_cast<unsigned int>(
+                                               IntArg(secondary, 0, UINT_MAX, "secondary")));
+                if (found == nullptr)
+                    return fallback;
+                return ElementOf(v, static_cast<size_t>(found - items.data()));
+            },
+            py::arg("id"), py::arg("default") = py::none(), py::kw_only(),
+            py::arg("secondary") = py::none(),
+            "The first property with this PropertyID (and SecondaryID, when given), as a\n"
+            "live view; default when there is none.");
+    }
     // Register as a mutable sequence so isinstance checks and the
     // collections.abc helpers recognise it.
     py::module_::import("collections.abc").attr("MutableSequence").attr("register")(m.attr(name));
 }
 
 // A record's list field as a live view; assigning any iterable replaces it.
+// A record with Properties also answers .property(id).
 template <class Cls, class R, class T>
 void ListField(Cls& cls, const char* name, std::vector<T> R::*member) {
     cls.def_property(
-        name,
-        [member](py::object self) {
-            R& r = self.cast<R&>();
-            return ListView<T>{self, &(r.*member)};
-        },
-        [member, name](R& r, py::handle values) { r.*member = TakeAll<T>(values, name); });
+        name, [member, name](py::object self) { return ViewOfList(self, member, name); },
+        [member, name](py::object self, py::handle values) {
+            std::vector<T> items = TakeAll<T>(values, name);
+            ListView<T> list = ViewOfList(self, member, name);
+            list.Items() = std::move(items);
+            list.Changed();
+        });
+    if constexpr (std::is_same_v<T, PI::CProperty>) {
+        cls.def(
+            "property",
+            [member, name](py::object self, Int id, OptionalInt secondary) {
+                return py::cast(ViewOfList(self, member, name))
+                    .attr("get")(id, py::none(), py::arg("secondary") = secondary);
+            },
+            py::arg("id"), py::arg("secondary") = py::none(),
+            "The first property with this PropertyID (and SecondaryID, when given) as a\n"
+            "live view, or None.");
+    }
 }
 
 } // namespace pibind

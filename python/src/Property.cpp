@@ -281,7 +281,8 @@ template <class T> T ReadScalar(CProperty& p) {
 }
 
 void RegisterProperty(py::module_& m) {
-    py::class_<CProperty> cls(m, "CProperty", R"doc(One typed property value.
+    py::class_<CProperty, RecordHolder<CProperty>> cls(m, "CProperty",
+                                                       R"doc(One typed property value.
 
 ``value`` reads the value in Python's terms, by kind (``Type``):
 NONE -> None, STRING -> str, INT_LIST -> Selection(value, items),

@@ -53,19 +53,46 @@ template <> constexpr const char* ENUMERATION<_UNITS> = "Units";
 template <class T> struct IsVector : std::false_type {};
 template <class T> struct IsVector<std::vector<T>> : std::true_type {};
 
+// A task's object part, the member Object of its interchange form, as a live
+// view: the only way to reach the object part's own Flag, which the task's
+// Flag hides. Its lists are the task's lists (task.Properties is
+// task.Object.Properties), so it shares the task's path.
+template <class Cls> void ObjectPart(Cls& task, const char* name) {
+    task.def_property(
+        name,
+        [](py::object self) {
+            ListBase base = ListBaseOf(self);
+            auto link = std::make_unique<ViewLink>();
+            link->parent = self;
+            link->step = [](py::handle parent, std::size_t) -> void* {
+                return static_cast<CObject*>(&parent.cast<CTask&>());
+            };
+            link->counts = base.counts;
+            link->path = base.path;
+            return NewView<CObject>(std::move(link));
+        },
+        [name](py::object self, py::handle value) {
+            CObject part = Item<CObject>::Take(value, name);
+            static_cast<CObject&>(self.cast<CTask&>()) = std::move(part);
+            ListBase base = ListBaseOf(self);
+            base.counts->BumpUnder(base.path);
+        },
+        "The object part (a live CObject view); assigning a CObject replaces it.");
+}
+
 // Every member of R in the record description as a checked property. The
 // result is the class's `_fields`: R's own members in order (the six
-// placeholders as one PlaceHolders tuple, last), then those of a task's
-// object part that R does not hide with one of its own.
+// placeholders as one PlaceHolders tuple, last; a task's object part as
+// Object).
 template <class R, class Cls> py::tuple BindMembers(Cls& cls) {
     py::list fields;
-    py::list inherited;
     bool placeholders = false;
     Records::ForEachMember<R>([&](const auto& d) {
         using M = std::decay_t<decltype(d)>;
         if constexpr (std::is_same_v<std::decay_t<decltype(d.Default)>, Records::TaskBaseDefault>) {
-            Records::ForEachMember<CObject>(
-                [&](const auto& o) { inherited.append(o.Name.data()); });
+            if constexpr (std::is_same_v<R, CTask>)
+                ObjectPart(cls, d.Name.data());
+            fields.append(d.Name.data());
         } else if constexpr (!Records::HAS_POINTER<M>) {
             placeholders = true;
         } else {
@@ -82,9 +109,6 @@ template <class R, class Cls> py::tuple BindMembers(Cls& cls) {
             fields.append(name);
         }
     });
-    for (py::handle name : inherited)
-        if (!fields.contains(name))
-            fields.append(name);
     if (placeholders)
         fields.append("PlaceHolders");
     return py::tuple(fields);
@@ -96,9 +120,10 @@ template <class R, class Cls> void DescribedFields(Cls& cls) {
 }
 
 void BindObject(py::module_& m) {
-    py::class_<CObject> cls(m, "CObject",
-                            "One node of the managed-object graph; Parents and Children are "
-                            "lists of object ids.");
+    py::class_<CObject, RecordHolder<CObject>> cls(
+        m, "CObject",
+        "One node of the managed-object graph; Parents and Children are "
+        "lists of object ids.");
     cls.def(py::init<>());
     cls.def(py::init([](Int id, Int type) {
                 return CObject(U64Arg(id, "id"),
@@ -107,28 +132,32 @@ void BindObject(py::module_& m) {
             py::arg("id"), py::arg("type"));
     DescribedFields<CObject>(cls);
 
-    py::class_<CTask, CObject> task(m, "CTask",
-                                    "A task: a managed object of its own kind, stamped with "
-                                    "its creation time (Time1).");
+    py::class_<CTask, CObject, RecordHolder<CTask>> task(
+        m, "CTask",
+        "A task: a managed object of its own kind, stamped with "
+        "its creation time (Time1).");
     task.def(py::init<>());
     DescribedFields<CTask>(task);
 }
 
 void BindLogicalDrive(py::module_& m) {
-    py::class_<CDrive> drive(m, "CDrive",
-                             "One piece of a physical drive in a logical drive; compared by "
-                             "ObjectID and StartAddress only.");
+    py::class_<CDrive, RecordHolder<CDrive>> drive(
+        m, "CDrive",
+        "One piece of a physical drive in a logical drive; compared by "
+        "ObjectID and StartAddress only.");
     drive.def(py::init<>());
     drive.def("__lt__", [](const CDrive& a, const CDrive& b) { return a < b; });
     DescribedFields<CDrive>(drive);
 
-    py::class_<CContainer> container(m, "CContainer", "One span of a logical drive.");
+    py::class_<CContainer, RecordHolder<CContainer>> container(m, "CContainer",
+                                                               "One span of a logical drive.");
     container.def(py::init<>());
     DescribedFields<CContainer>(container);
 
-    py::class_<CLogicalDrive> ld(m, "CLogicalDrive",
-                                 "The layout of one logical drive. GHS, DHS and ALD do not take "
-                                 "part in ==.");
+    py::class_<CLogicalDrive, RecordHolder<CLogicalDrive>> ld(
+        m, "CLogicalDrive",
+        "The layout of one logical drive. GHS, DHS and ALD do not take "
+        "part in ==.");
     ld.def(py::init<>());
     ld.def(py::init([](Str xml) { return CLogicalDrive(TextArg(xml, "xml")); }), py::arg("xml"),
            "Reads a LogicalDriveConfiguration document; text that does not parse gives a\n"
@@ -137,21 +166,24 @@ void BindLogicalDrive(py::module_& m) {
 }
 
 void BindLevels(py::module_& m) {
-    py::class_<CLevel> level(m, "CLevel", "One RAID level that a controller offers.");
+    py::class_<CLevel, RecordHolder<CLevel>> level(m, "CLevel",
+                                                   "One RAID level that a controller offers.");
     level.def(py::init<>());
     DescribedFields<CLevel>(level);
 
-    py::class_<CMigration> migration(m, "CMigration", "One level migration.");
+    py::class_<CMigration, RecordHolder<CMigration>> migration(m, "CMigration",
+                                                               "One level migration.");
     migration.def(py::init<>());
     DescribedFields<CMigration>(migration);
 }
 
 void BindSmallRecords(py::module_& m) {
-    py::class_<CPartition> partition(m, "CPartition", "One partition.");
+    py::class_<CPartition, RecordHolder<CPartition>> partition(m, "CPartition", "One partition.");
     partition.def(py::init<>());
     DescribedFields<CPartition>(partition);
 
-    py::class_<CPassThrough> pass(m, "CPassThrough", "One result of a pass-through command.");
+    py::class_<CPassThrough, RecordHolder<CPassThrough>> pass(
+        m, "CPassThrough", "One result of a pass-through command.");
     pass.def(py::init<>());
     pass.attr("_fields") = BindMembers<CPassThrough>(pass);
     // The library compares pass-through results only as part of an operation.
@@ -171,9 +203,10 @@ void BindSmallRecords(py::module_& m) {
     pass.def("__repr__",
              [](py::handle self) { return PackageAttr("pi._values", "record_repr")(self); });
 
-    py::class_<CEvent> event(m, "CEvent",
-                             "One event; == compares Scalar1 to Scalar5 only. Placeholders "
-                             "hold a text or a language-string id.");
+    py::class_<CEvent, RecordHolder<CEvent>> event(
+        m, "CEvent",
+        "One event; == compares Scalar1 to Scalar5 only. Placeholders "
+        "hold a text or a language-string id.");
     event.def(py::init<>());
     event.def("set_placeholder", &SetPlaceHolder, py::arg("slot"), py::arg("value"),
               "Sets placeholder slot (1 to 6) to a text (str) or a language-string id (int).");
@@ -203,8 +236,8 @@ void BindSmallRecords(py::module_& m) {
 }
 
 void BindOperation(py::module_& m) {
-    py::class_<COperation> op(m, "COperation",
-                              "The record that asks for or reports an action, with eight lists.");
+    py::class_<COperation, RecordHolder<COperation>> op(
+        m, "COperation", "The record that asks for or reports an action, with eight lists.");
     op.def(py::init<>());
     DescribedFields<COperation>(op);
 }
@@ -212,7 +245,7 @@ void BindOperation(py::module_& m) {
 } // namespace
 
 void RegisterRecords(py::module_& m) {
-    BindListView<CProperty>(m, "PropertyList", "A record's properties (items are copies).");
+    BindListView<CProperty>(m, "PropertyList", "A record's properties (items are live views).");
     BindListView<unsigned long long>(m, "IdList", "A record's list of 64-bit object ids.");
     BindListView<int>(m, "IntList", "A record's list of 32-bit numbers.");
     BindObject(m);
@@ -220,15 +253,16 @@ void RegisterRecords(py::module_& m) {
     BindLevels(m);
     BindSmallRecords(m);
     BindOperation(m);
-    BindListView<CObject>(m, "ObjectList", "An operation's objects (items are copies).");
-    BindListView<CDrive>(m, "DriveList", "A container's drive pieces (items are copies).");
-    BindListView<CContainer>(m, "ContainerList", "A logical drive's containers (copies).");
-    BindListView<CLogicalDrive>(m, "LogicalDriveList", "An operation's logical drives (copies).");
-    BindListView<CLevel>(m, "LevelList", "An operation's levels (items are copies).");
-    BindListView<CMigration>(m, "MigrationList", "An operation's migrations (copies).");
-    BindListView<CEvent>(m, "EventList", "An operation's events (items are copies).");
+    BindListView<CObject>(m, "ObjectList", "An operation's objects (items are live views).");
+    BindListView<CDrive>(m, "DriveList", "A container's drive pieces (live views).");
+    BindListView<CContainer>(m, "ContainerList", "A logical drive's containers (live views).");
+    BindListView<CLogicalDrive>(m, "LogicalDriveList",
+                                "An operation's logical drives (live views).");
+    BindListView<CLevel>(m, "LevelList", "An operation's levels (live views).");
+    BindListView<CMigration>(m, "MigrationList", "An operation's migrations (live views).");
+    BindListView<CEvent>(m, "EventList", "An operation's events (live views).");
     BindListView<CPassThrough>(m, "PassThroughList", "An operation's pass-through results.");
-    BindListView<CPartition>(m, "PartitionList", "An operation's partitions (copies).");
+    BindListView<CPartition>(m, "PartitionList", "An operation's partitions (live views).");
 }
 
 } // namespace pibind

@@ -35,34 +35,6 @@ def test_reads_fall_back_to_default_config(config):
     assert config.get("Missing", default="none") == "none"
 
 
-def test_delete_and_clear(config):
-    config.set("A", "1", name="n")
-    config.set("B", "2", name="n")
-    config.delete("A", name="n")
-    config.delete("A", name="n")  # a missing key is no error
-    assert config.items("Config.n") == [("B", "2")]
-    config.clear(name="n")
-    assert "Config.n" not in config.sections()
-    assert config.items("Config.n") == []
-
-
-def test_values_round_trip_byte_for_byte(config):
-    tricky = [" lead", "trail ", "a=b", "; not a comment", "# nor this", "[x]", '"q"',
-              "two\nlines", "caf\u00e9", "bad \udcff byte"]
-    for i, value in enumerate(tricky):
-        config.set(f"k{i}", value)
-    assert [config.get(f"k{i}") for i in range(len(tricky))] == tricky
-    assert config.read_all()["DefaultConfig"] == [(f"k{i}", v) for i, v in enumerate(tricky)]
-
-
-def test_file_is_shared_between_objects(tmp_path):
-    path = tmp_path / "shared.ini"
-    with pi.CConfigFile(path) as a, pi.CConfigFile(str(path)) as b:
-        a.set("K", "1", adapter=0)
-        assert b.get("K", adapter=0) == "1"
-        assert b.path == str(path)
-
-
 def test_missing_or_unreadable_file_reads_nothing(tmp_path):
     cfg = pi.CConfigFile(tmp_path / "absent.ini")
     assert cfg.get("K") is None
@@ -86,6 +58,21 @@ def test_failed_write_raises_and_leaves_the_file(tmp_path):
         with pytest.raises(pi.Error):
             pi.CConfigFile(ro / "pi.ini").set("K", "new")
         assert (ro / "pi.ini").read_text() == "[DefaultConfig]\nK=old\n"
+
+
+def test_refused_write_names_the_rule_and_leaves_the_directory(tmp_path):
+    linked, fifo = tmp_path / "linked.ini", tmp_path / "fifo.ini"
+    linked.write_text("[DefaultConfig]\nK=old\n")
+    os.link(linked, tmp_path / "second-name.ini")
+    os.mkfifo(fifo)
+    before = sorted(os.listdir(tmp_path))
+    for path, rule in ((linked, "more than one link"), (fifo, "not a regular file")):
+        with pytest.raises(pi.ConfigRefusedError) as raised:
+            pi.CConfigFile(path).set("K", "new")
+        assert raised.value.rule == rule and f"refused ({rule})" in raised.value.text
+        assert str(path) in raised.value.text
+    assert linked.read_text() == "[DefaultConfig]\nK=old\n"
+    assert sorted(os.listdir(tmp_path)) == before  # no lock file left behind
 
 
 def test_scope_arguments_are_checked(config):

