@@ -187,6 +187,40 @@ mutant platform/src/Markup.cpp \
 mutant platform/src/AES.cpp \
   $'    while (length > 0 && IsBlank(content.Bytes[length - 1]))\n        --length;\n' ''
 
+# ---- Interchange form: numbers, blocks, tokenizers ----
+mutant Src/Interchange/Decode.cpp \
+  'm_At->Negative >= -0x80000000ll' 'm_At->Negative > -0x80000000ll'
+mutant Src/Interchange/Decode.cpp \
+  'std::fabs(number) >= kFloatLimit' 'std::fabs(number) > kFloatLimit'
+mutant Src/Interchange/Decode.cpp \
+  '(seen >> M_DATA_SIZE & 1) != 0 && dataSize != bytes.size()' 'false && dataSize != bytes.size()'
+mutant Src/Interchange/Encode.cpp \
+  'for (size_t i = 1; i <= count; ++i)' 'for (size_t i = 1; i < count; ++i)'
+mutant Src/Interchange/Encode.cpp \
+  'm_Sink.BeginArray(static_cast<uint32_t>(total - first));' 'm_Sink.BeginArray(static_cast<uint32_t>(total));'
+mutant Src/Interchange/JsonTokens.cpp \
+  'if (m_Open.size() >= INTERCHANGE_MAX_DEPTH) {' 'if (m_Open.size() > INTERCHANGE_MAX_DEPTH) {'
+mutant Src/Interchange/MsgPackTokens.cpp \
+  'if (offset != length) {' 'if (offset > length) {'
+mutant Src/Interchange/PropertyForm.cpp \
+  'return size >= 8 && size % 4 == 0 ? nullptr' 'return size >= 4 && size % 4 == 0 ? nullptr'
+
+# ---- Differences and patches ----
+mutant Src/Diff/Diff.cpp \
+  $'        taken[i] = 1;\n        *entry = next[i - prefix];' $'        taken[i] = 1;'
+mutant Src/Diff/Patch.cpp \
+  "(step.size() > 1 && step[0] == '0')" "(step.size() > 2 && step[0] == '0')"
+mutant Src/Diff/Patch.cpp \
+  $'            if (oldState[index] != 0)\n                p.Fail' $'            if (false)\n                p.Fail'
+mutant Src/Diff/ChangeList.cpp \
+  'if (Carries(change.Kind, member) && !present)' 'if (false && !present)'
+
+# ---- INI files: the writers' lock and the stale temporaries ----
+mutant platform/src/IniFile.cpp \
+  'if (::flock(fd, LOCK_EX | LOCK_NB) == 0)' 'if (::flock(fd, LOCK_SH | LOCK_NB) == 0)'
+mutant platform/src/IniFile.cpp \
+  'RemoveStaleTemps(directory, name);' 'static_cast<void>(&RemoveStaleTemps);'
+
 count=${#FILES[@]}
 
 # Replaces the anchor of mutant $1 in its file; exit 3 when it is not there

@@ -77,14 +77,13 @@ TEST_F(ConfigFileTest, NumbersAndNamesChooseTheSection) {
     EXPECT_EQ(m_Store.WriteSectionKeyValue("a=b", "k", "verbatim"), 0u);
     EXPECT_EQ(m_Store.WriteKeyValueList({{"k", "listed", "x=y"}}), 0u);
 
-    EXPECT_EQ(InFile("Config.-1.2", "k"), "unit");
-    EXPECT_EQ(InFile("Config.3.0", "k"), "zero");
-    EXPECT_EQ(InFile("Config.4", "k"), "adapter");
-    EXPECT_EQ(InFile("DefaultConfig", "k"), "default");
-    EXPECT_EQ(InFile("Config.a_b_c", "k"), "named");
+    const std::pair<const char*, const char*> placed[] = {
+        {"Config.-1.2", "unit"},      {"Config.3.0", "zero"},    {"Config.4", "adapter"},
+        {"DefaultConfig", "default"}, {"Config.a_b_c", "named"}, {"a=b", "verbatim"},
+        {"Config.x_y", "listed"}};
+    for (const auto& [section, value] : placed)
+        EXPECT_EQ(InFile(section, "k"), value) << section;
     EXPECT_EQ(InFile("DefaultConfig", "n"), "empty name");
-    EXPECT_EQ(InFile("a=b", "k"), "verbatim");
-    EXPECT_EQ(InFile("Config.x_y", "k"), "listed");
     EXPECT_FALSE(SectionInFile("Config.-1"));
 
     std::string value;
@@ -96,10 +95,6 @@ TEST_F(ConfigFileTest, NumbersAndNamesChooseTheSection) {
     EXPECT_EQ(value, "default");
     EXPECT_EQ(m_Store.ReadKeyValue("k", value, "a=b=c"), 0u);
     EXPECT_EQ(value, "named");
-    EXPECT_EQ(m_Store.ReadKeyValue("k", value, "a_b_c"), 0u) << "the same section";
-    EXPECT_EQ(value, "named");
-    EXPECT_EQ(m_Store.ReadSectionKeyValue("a=b", "k", value), 0u);
-    EXPECT_EQ(value, "verbatim");
 }
 
 TEST_F(ConfigFileTest, ScopedReadsFallBackToDefaultConfig) {
@@ -180,10 +175,6 @@ TEST_F(ConfigFileTest, MissingFileReadsNothingAndFirstWriteCreatesIt) {
     value = "stale";
     EXPECT_EQ(m_Store.ReadSectionKeyValue("S", "k", value), PI::RESULT_CONFIG_NOT_READ);
     EXPECT_EQ(value, "");
-    std::vector<CConfigValue> items = {{"k", "stale", "n"}, {"k", "stale", ""}};
-    EXPECT_EQ(m_Store.ReadKeyValueList(items), PI::RESULT_CONFIG_NOT_READ);
-    EXPECT_EQ(items[0].Value, "");
-    EXPECT_EQ(items[1].Value, "");
     EXPECT_FALSE(boost::filesystem::exists(m_File)) << "reads never create the file";
 
     // New files are 0640 whatever the umask.
@@ -201,21 +192,6 @@ TEST_F(ConfigFileTest, MissingFileReadsNothingAndFirstWriteCreatesIt) {
     EXPECT_EQ(m_Store.WriteKeyValue("k", "w", 1, 2), 0u);
     ASSERT_EQ(::stat(m_File.c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 07777, 0600u);
-}
-
-TEST_F(ConfigFileTest, WithoutAPathOrDirectoryNothingIsWritten) {
-    CConfigFile store;
-    std::string value = "stale";
-    EXPECT_EQ(store.ReadKeyValue("k", value, 1, 1), PI::RESULT_CONFIG_NOT_READ);
-    EXPECT_EQ(value, "");
-    EXPECT_EQ(store.WriteKeyValue("k", "v", 1, 1), PI::RESULT_NOT_FOUND);
-    EXPECT_EQ(store.WriteKeyValueList({{"k", "v", "n"}}), PI::RESULT_NOT_FOUND);
-
-    // A file that cannot be created: the second lock attempt's failure
-    // reaches the caller.
-    store.SetFilePath(m_Dir + "/no/such/dir/pi.ini");
-    EXPECT_THROW(store.WriteKeyValue("k", "v", 1, 1), std::exception);
-    EXPECT_EQ(store.ReadKeyValue("k", value, 1, 1), PI::RESULT_CONFIG_NOT_READ);
 }
 
 // The exception that a failed second lock gives the caller: the platform's,
@@ -239,13 +215,13 @@ TEST_F(ConfigFileTest, FailedLockReachesTheCallerAsThePlatformsException) {
     store.SetFilePath(missingDir);
     RVX::Exceptions::CException e = WriteFailure(store);
     EXPECT_EQ(e.GetCode(), RVX::INI_Files::INI_ERROR_SYSTEM);
-    EXPECT_EQ((e.GetCode() >> 16) & 0x0FFF, RVX::PLATFORM_MODULE_NUMBER);
-    const std::string what = e.what();
-    EXPECT_NE(what.find("(RVX)"), std::string::npos) << what;
-    EXPECT_EQ(what.find("unregistered"), std::string::npos) << what;
-    EXPECT_NE(what.find(missingDir), std::string::npos) << what;
-    EXPECT_NE(what.find(std::strerror(ENOENT)), std::string::npos) << what;
+    EXPECT_NE(std::string(e.what()).find(missingDir), std::string::npos) << e.what();
     EXPECT_EQ(e.GetSystemError(), ENOENT);
+    std::string value = "stale";
+    EXPECT_EQ(store.ReadKeyValue("k", value, 1, 1), PI::RESULT_CONFIG_NOT_READ);
+    EXPECT_EQ(value, "");
+    CConfigFile unnamed;
+    EXPECT_EQ(unnamed.WriteKeyValue("k", "v", 1, 1), PI::RESULT_NOT_FOUND);
 
     // A lock file that is a directory (symlinks and FIFOs: the INI file suite).
     store.SetFilePath(m_File);
@@ -254,33 +230,6 @@ TEST_F(ConfigFileTest, FailedLockReachesTheCallerAsThePlatformsException) {
     EXPECT_EQ(e.GetCode(), RVX::INI_Files::INI_ERROR_BAD_LOCK_FILE);
     EXPECT_EQ(e.GetSystemError(), 0); // a refusal, not a failed call
     EXPECT_NE(std::string(e.what()).find(m_File + ".lck"), std::string::npos) << e.what();
-}
-
-TEST_F(ConfigFileTest, FailedLockWithoutPermissionIsThePlatformsException) {
-    if (::geteuid() != 0)
-        GTEST_SKIP() << "needs root to act as a second user";
-    ASSERT_EQ(::chmod(m_Dir.c_str(), 0755), 0); // enterable, not writable by the other user
-    WriteBytes(m_File, "[S]\nk=1\n");           // readable, but no lock file can be made
-    const int code = RunInChild(
-        [&] {
-            CConfigFile store;
-            store.SetFilePath(m_File);
-            try {
-                store.WriteKeyValue("k", "v", 1, 1);
-            } catch (const RVX::Exceptions::CException& e) {
-                const std::string what = e.what();
-                return e.GetCode() == RVX::INI_Files::INI_ERROR_SYSTEM &&
-                               what.find(m_File + ".lck") != std::string::npos &&
-                               what.find(std::strerror(EACCES)) != std::string::npos
-                           ? 0
-                           : 1;
-            } catch (...) {
-                return 2;
-            }
-            return 3;
-        },
-        true);
-    EXPECT_EQ(code, 0);
 }
 
 // Writes fail at the lock, so they raise (see ConfigFile.h).
@@ -308,47 +257,6 @@ TEST_F(ConfigFileTest, HostileFilesGiveTheResultCodesWithoutWaiting) {
         return ok ? 0 : 1;
     });
     EXPECT_EQ(code, 0) << (code == CHILD_HUNG ? "a call hung on the FIFO" : "wrong result");
-    struct stat info;
-    ASSERT_EQ(::lstat(m_File.c_str(), &info), 0);
-    EXPECT_TRUE(S_ISFIFO(info.st_mode));
-
-    // A symlink to a directory: refused, not replaced.
-    ASSERT_EQ(::unlink(m_File.c_str()), 0);
-    ASSERT_EQ(::mkdir((m_Dir + "/d").c_str(), 0700), 0);
-    ASSERT_EQ(::symlink("d", m_File.c_str()), 0);
-    EXPECT_TRUE(RaisesNotRegular([&] { m_Store.WriteKeyValue("k", "v", 1, 1); }));
-    EXPECT_TRUE(boost::filesystem::is_directory(m_Dir + "/d"));
-}
-
-TEST_F(ConfigFileTest, KeysValuesAndNamesAreFreeText) {
-    const std::vector<std::string> keys = {" lead",  "trail ", "a=b",        ";semi", "#hash",
-                                           "[sect]", "]",      "two\nlines", "\"q\"", "\t"};
-    const std::vector<std::string> values = {
-        "  both ends  ",      "a=b",           "semi;colon", "hash # tag", "\"quotes\"",
-        "multi\nline\r\nend", "back\\slash\\", "",           "[x]",        "\t"};
-    const std::string name = "name ;#\"\\";
-    for (size_t i = 0; i < keys.size(); ++i) {
-        ASSERT_EQ(m_Store.WriteKeyValue(keys[i], values[i], 2, 3), 0u) << i;
-        ASSERT_EQ(m_Store.WriteKeyValue(keys[i], "d" + std::to_string(i), -1, -1), 0u) << i;
-        ASSERT_EQ(m_Store.WriteKeyValue(keys[i], values[i], name), 0u) << i;
-    }
-    std::vector<CConfigValue> items;
-    ASSERT_EQ(m_Store.ReadSection("Config.2.3", items), 0u);
-    ASSERT_EQ(items.size(), keys.size());
-    for (size_t i = 0; i < keys.size(); ++i) {
-        EXPECT_EQ(items[i].Key, keys[i]) << i;
-        std::string value;
-        EXPECT_EQ(m_Store.ReadKeyValue(keys[i], value, 2, 3), 0u) << i;
-        EXPECT_EQ(value, values[i]);
-        EXPECT_EQ(m_Store.ReadKeyValue(keys[i], value, name), 0u) << i;
-        EXPECT_EQ(value, values[i]);
-        EXPECT_EQ(m_Store.ReadKeyValue(keys[i], value, 2, 4), 0u) << "fallback " << i;
-        EXPECT_EQ(value, "d" + std::to_string(i));
-    }
-    ASSERT_EQ(m_Store.DeleteKeyValue("a=b", 2, 3), 0u);
-    std::string value;
-    EXPECT_EQ(m_Store.ReadKeyValue("a=b", value, 2, 3), 0u);
-    EXPECT_EQ(value, "d2") << "the scope's key is gone, the default shows";
 }
 
 TEST_F(ConfigFileTest, RefusedWriteLeavesTheFileByteIdentical) {
@@ -359,11 +267,8 @@ TEST_F(ConfigFileTest, RefusedWriteLeavesTheFileByteIdentical) {
 
     EXPECT_EQ(m_Store.WriteKeyValue(std::string("nul\0key", 7), "v", "n"), PI::RESULT_NOT_FOUND);
     EXPECT_FALSE(boost::filesystem::exists(lockFile)) << "a failed write removes the lock file";
-    EXPECT_EQ(m_Store.WriteKeyValue(std::string("\0", 1), "v", 1, -1), PI::RESULT_NOT_FOUND);
     EXPECT_EQ(m_Store.WriteKeyValue("k", "v", "line\nbreak"), PI::RESULT_NOT_FOUND);
     EXPECT_EQ(m_Store.WriteKeyValue("k", std::string("nul\0", 4), "n"), PI::RESULT_NOT_FOUND);
-    EXPECT_EQ(m_Store.WriteSectionKeyValue("a]b", "k", "v"), PI::RESULT_NOT_FOUND);
-    EXPECT_EQ(m_Store.WriteKeyValue("k", "v", "br]acket"), PI::RESULT_NOT_FOUND);
     EXPECT_EQ(ReadBytes(m_File), before);
 
     // One bad item refuses the whole list.
@@ -374,11 +279,6 @@ TEST_F(ConfigFileTest, RefusedWriteLeavesTheFileByteIdentical) {
               PI::RESULT_NOT_FOUND);
     EXPECT_EQ(ReadBytes(m_File), second);
     EXPECT_FALSE(boost::filesystem::exists(lockFile));
-
-    EXPECT_EQ(m_Store.WriteKeyValue("good", "1", "n"), 0u) << "the store works on";
-    std::string value;
-    EXPECT_EQ(m_Store.ReadKeyValue("good", value, "n"), 0u);
-    EXPECT_EQ(value, "1");
 }
 
 // The sample file, as an editor on another system might have saved it.
@@ -411,10 +311,6 @@ TEST_F(ConfigFileTest, HandWrittenFileReadsAndKeepsItsCommentsOnRewrite) {
     EXPECT_EQ(value, "off");
     EXPECT_EQ(m_Store.ReadKeyValue("Greeting", value, "Mail"), 0u);
     EXPECT_EQ(value, " Welcome; please log in ");
-    EXPECT_EQ(m_Store.ReadKeyValue("Subject", value, "Mail"), 0u);
-    EXPECT_EQ(value, "Storage event #%d");
-    EXPECT_EQ(m_Store.ReadSectionKeyValue("DefaultConfig", "LogLevel", value), 0u);
-    EXPECT_EQ(value, "2");
 
     ASSERT_EQ(m_Store.WriteKeyValue("WriteCache", "on", 0, 1), 0u);
     std::string expected = original;
@@ -508,36 +404,12 @@ std::vector<std::string> Shown(const std::vector<CConfigValue>& items) {
     return shown;
 }
 
-TEST_F(ConfigFileTest, ListingsFollowTheFileOrder) {
-    using Texts = std::vector<std::string>;
-    Texts sections = {"stale"};
-    std::vector<CConfigValue> items = {{"stale", "stale", "stale"}};
-    EXPECT_EQ(m_Store.ReadSectionNames(sections), PI::RESULT_CONFIG_NOT_READ);
-    EXPECT_EQ(m_Store.ReadSection("DefaultConfig", items), PI::RESULT_CONFIG_NOT_READ);
-    EXPECT_EQ(sections, Texts{});
-    EXPECT_EQ(Shown(items), Texts{});
-
-    WriteBytes(m_File, SampleWithCrlfAndBom());
-    ASSERT_EQ(m_Store.WriteKeyValue("Added", "1", 7, -1), 0u);
-    ASSERT_EQ(m_Store.WriteKeyValue("Added", "2", -1, -1), 0u);
-    EXPECT_EQ(m_Store.ReadSectionNames(sections), 0u);
-    EXPECT_EQ(sections, (Texts{"DefaultConfig", "Config.0", "Config.0.1", "Config.Mail",
-                               "Config.Host_1", "Config.7"}));
-    EXPECT_EQ(m_Store.ReadSection("DefaultConfig", items), 0u);
-    EXPECT_EQ(Shown(items),
-              (Texts{"PollInterval=30", "LogLevel=2", "EventLog=/var/log/pi/events.log",
-                     "Greeting= Welcome; please log in ", "Added=2"}));
-    // Sections are named verbatim: no "Config." prefix, no fallback.
-    EXPECT_EQ(m_Store.ReadSection("Config.0.1", items), 0u);
-    EXPECT_EQ(Shown(items), (Texts{"ReadCache=on", "WriteCache=off"}));
-    EXPECT_EQ(m_Store.ReadSection("Mail", items), PI::RESULT_CONFIG_NOT_READ);
-    EXPECT_EQ(Shown(items), Texts{});
-}
-
 TEST_F(ConfigFileTest, ReadAllIsTheNamesAndSectionsInOneReading) {
     std::vector<PI::CConfigSection> all = {{"stale", {{"k", "v", ""}}}};
     EXPECT_EQ(m_Store.ReadAll(all), PI::RESULT_CONFIG_NOT_READ);
     EXPECT_TRUE(all.empty());
+    std::vector<CConfigValue> items;
+    EXPECT_EQ(m_Store.ReadSection("Config.0.1", items), PI::RESULT_CONFIG_NOT_READ);
 
     // A section written in two places is listed once, where it first
     // appears, with the keys of both places; a section without keys is
@@ -553,6 +425,11 @@ TEST_F(ConfigFileTest, ReadAllIsTheNamesAndSectionsInOneReading) {
         ASSERT_EQ(m_Store.ReadSection(names[i], items), 0u);
         EXPECT_EQ(Shown(all[i].Values), Shown(items)) << names[i];
     }
+    EXPECT_EQ(names, (std::vector<std::string>{"DefaultConfig", "Config.0", "Config.0.1",
+                                               "Config.Mail", "Config.Host_1", "Empty"}));
+    ASSERT_EQ(m_Store.ReadSection("Config.0.1", items), 0u);
+    EXPECT_EQ(Shown(items), (std::vector<std::string>{"ReadCache=on", "WriteCache=off"}));
+    EXPECT_EQ(m_Store.ReadSection("Mail", items), PI::RESULT_CONFIG_NOT_READ) << "verbatim names";
     EXPECT_EQ(all.back().Name, "Empty");
     EXPECT_TRUE(all.back().Values.empty());
     ASSERT_GE(all.size(), 2u);

@@ -74,7 +74,6 @@ TEST_F(ConfigRulesTest, UnreadableFileRaisesAndLeavesNoLockFileOfItsOwn) {
     ASSERT_EQ(::chmod((m_File + ".lck").c_str(), 0666), 0);
     EXPECT_EQ(writeAsOther(), 0);
     EXPECT_TRUE(LockFileLeft());
-    EXPECT_STREQ(INI::RefusalName(INI::INI_ERROR_NOT_WRITABLE), "read-only");
 }
 
 // Files the platform refuses are refused at the lock, so the write raises,
@@ -84,13 +83,11 @@ TEST_F(ConfigRulesTest, RefusedFilesRaiseWithTheirRule) {
     const std::string second = m_Dir + "/second-name.ini";
     ASSERT_EQ(::link(m_File.c_str(), second.c_str()), 0);
     EXPECT_EQ(RaisedBy(m_Store), INI::INI_ERROR_HARD_LINKED);
-    EXPECT_STREQ(INI::RefusalName(INI::INI_ERROR_HARD_LINKED), "more than one link");
     ASSERT_EQ(::unlink(second.c_str()), 0);
 
     ASSERT_EQ(::truncate(m_File.c_str(), INI::INI_MAX_FILE_SIZE + 1), 0); // sparse
     EXPECT_EQ(RaisedBy(m_Store), INI::INI_ERROR_TOO_LARGE);
     EXPECT_EQ(boost::filesystem::file_size(m_File), INI::INI_MAX_FILE_SIZE + 1);
-    EXPECT_EQ(INI::RefusalName(INI::INI_ERROR_LOCK_TIMEOUT), nullptr);
 }
 
 // Failures after the file is locked return 20000, and the thread learns why.

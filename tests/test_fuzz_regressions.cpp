@@ -66,18 +66,13 @@ void Replay(const Target& target, const std::string& path) {
 
 class FuzzInputs : public ::testing::TestWithParam<Target> {};
 
-TEST_P(FuzzInputs, SeedCorpusPasses) {
-    const std::string directory = std::string(PI_SOURCE_DIR) + "/fuzz/corpus/" + GetParam().name;
-    const std::vector<std::string> files = FilesIn(directory);
-    ASSERT_FALSE(files.empty()) << "no seed inputs in " << directory;
-    for (const std::string& file : files)
+TEST_P(FuzzInputs, SeedsAndFoundFaultsPass) {
+    const std::string fuzz = std::string(PI_SOURCE_DIR) + "/fuzz/";
+    const std::vector<std::string> seeds = FilesIn(fuzz + "corpus/" + GetParam().name);
+    ASSERT_FALSE(seeds.empty()) << "no seed inputs for " << GetParam().name;
+    for (const std::string& file : seeds)
         Replay(GetParam(), file);
-}
-
-TEST_P(FuzzInputs, FoundFaultsStayFixed) {
-    const std::string directory =
-        std::string(PI_SOURCE_DIR) + "/fuzz/regressions/" + GetParam().name;
-    for (const std::string& file : FilesIn(directory))
+    for (const std::string& file : FilesIn(fuzz + "regressions/" + GetParam().name))
         Replay(GetParam(), file);
 }
 

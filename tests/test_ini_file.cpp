@@ -20,6 +20,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
+#include <functional>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -96,37 +97,15 @@ TEST_F(IniFileTest, ReadsHandWrittenFileTolerantly) {
 
     CIniFile ini;
     ini.Read(m_File, INI_WAIT_FOREVER);
-    EXPECT_EQ(ini["Agent"].KeyCount(), 7u);
-    EXPECT_EQ(ini["Spaced"].KeyCount(), 1u);
+    EXPECT_EQ(ini["Agent"].KeyNames(), (std::vector<std::string>{"Port", "Level", "Url", "Quoted",
+                                                                 "Broken", "Empty", "Later"}));
+    EXPECT_EQ(ini.SectionNames(), (std::vector<std::string>{"Agent", "Spaced"}));
     EXPECT_FALSE(ini["agent"].Exists()) << "names are case-sensitive";
     EXPECT_FALSE(ini[""].Exists()) << "keys before the first header belong to no section";
     std::string value = "stale";
     EXPECT_EQ(ini["Agent"]["port"].GetValue(value), 0);
     EXPECT_EQ(value, "");
     EXPECT_EQ(ini["Agent"]["this line means nothing"].GetValue(value), 0);
-}
-
-TEST_F(IniFileTest, NamesComeInFileOrderEachOnce) {
-    WriteBytes(m_File,
-               std::string(HAND_WRITTEN) + "\r\n[Empty]\r\n[Spaced]\r\nkey=third\r\nz=1\r\n");
-    CIniFile ini;
-    ini.Lock(m_File, INI_WAIT_FOREVER);
-    using Names = std::vector<std::string>;
-    EXPECT_EQ(ini.SectionNames(), (Names{"Agent", "Spaced", "Empty"}));
-    EXPECT_EQ(ini["Agent"].KeyNames(),
-              (Names{"Port", "Level", "Url", "Quoted", "Broken", "Empty", "Later"}));
-    EXPECT_EQ(ini["Spaced"].KeyNames(), (Names{"key", "z"}));
-    EXPECT_EQ(ini["Empty"].KeyNames(), Names{});
-    EXPECT_EQ(ini["Missing"].KeyNames(), Names{});
-
-    // The names follow the document as it changes, before any Flush.
-    ini["Agent"]["Level"].Remove();
-    ini["Agent"]["New"].SetValue("1");
-    ini["Spaced"].Remove();
-    ini["Added"]["k"].SetValue("v");
-    EXPECT_EQ(ini.SectionNames(), (Names{"Agent", "Empty", "Added"}));
-    EXPECT_EQ(ini["Agent"].KeyNames(),
-              (Names{"Port", "Url", "Quoted", "Broken", "Empty", "Later", "New"}));
 }
 
 TEST_F(IniFileTest, RewriteChangesOnlyWhatWasSet) {
@@ -157,16 +136,6 @@ TEST_F(IniFileTest, RewriteChangesOnlyWhatWasSet) {
     EXPECT_EQ(ReadBytes(m_File), "[A]\nx=1\nz=3\n\n; about B\n[B]\ny=2\n");
 }
 
-TEST_F(IniFileTest, ChangedValueKeepsTheCommentApart) {
-    WriteBytes(m_File, "[S]\na=;note\nb = ; note\nc=\"q\";note\n");
-    Set("S", "b", "x");
-    Set("S", "c", "y");
-    EXPECT_EQ(Get("S", "a"), ";note");
-    EXPECT_EQ(Get("S", "b"), "x");
-    EXPECT_EQ(Get("S", "c"), "y");
-    EXPECT_EQ(ReadBytes(m_File), "[S]\na=;note\nb = x ; note\nc=y ;note\n");
-}
-
 TEST_F(IniFileTest, AwkwardValuesAndKeysReadBackByteForByte) {
     WriteBytes(m_File, "");
     const std::vector<std::string> values = {
@@ -175,7 +144,9 @@ TEST_F(IniFileTest, AwkwardValuesAndKeysReadBackByteForByte) {
         "back\\",    "\\\"",           "\\n",          "two\nlines", "cr\r",       "crlf\r\n",
         "[section]", "utf-8 \xC3\xA4", "\x01\x7F\xFF", "a\tb",       "=",          "\\",
     };
-    const std::vector<std::string> keys = {"k", "a;b", "a#b", "\"k\"", "k\\", "two words", "k\t1"};
+    const std::vector<std::string> keys = {"k",          "a;b",  "a#b",     "\"k\"",   "k\\",
+                                           "two words",  "k\t1", " lead",   "a=b",     "[sect]",
+                                           "two\nlines", "cr\r", "\"q\" x", "x\"=\"y", ""};
     {
         CIniFile ini;
         ini.Lock(m_File, INI_WAIT_FOREVER);
@@ -188,7 +159,8 @@ TEST_F(IniFileTest, AwkwardValuesAndKeysReadBackByteForByte) {
         ini.Flush(2000);
     }
     const std::string text = ReadBytes(m_File);
-    // One line per key and header, plus the blank lines between sections.
+    // One line per key and header, plus the blank lines between sections:
+    // nothing was split.
     EXPECT_EQ(static_cast<size_t>(std::count(text.begin(), text.end(), '\n')),
               1 + values.size() + 1 + 1 + keys.size() + 1 + 2 + 1 + 2);
     EXPECT_EQ(text.find('\r'), std::string::npos) << "a carriage return is written escaped";
@@ -207,79 +179,6 @@ TEST_F(IniFileTest, AwkwardValuesAndKeysReadBackByteForByte) {
     EXPECT_EQ(ini["[odd;#="]["k"].GetValue(value), 1);
     EXPECT_EQ(ini[""]["k"].GetValue(value), 1);
     EXPECT_EQ(value, "in the unnamed section");
-}
-
-TEST_F(IniFileTest, EveryKeyWithoutNulReadsBackByteForByte) {
-    WriteBytes(m_File, "[S]\nplain=1\n");
-    const std::vector<std::string> keys = {"",
-                                           " lead",
-                                           "trail ",
-                                           "  ",
-                                           "\ttab",
-                                           "a=b",
-                                           "=",
-                                           "==x",
-                                           ";semi",
-                                           "#hash",
-                                           "[",
-                                           "]",
-                                           "[sect]",
-                                           "a]b",
-                                           "two\nlines",
-                                           "cr\r",
-                                           "\"",
-                                           "\"q\"",
-                                           "\"q\" x",
-                                           "back\\",
-                                           "\\\"",
-                                           " = ; # ",
-                                           "a\tb\t",
-                                           "\xEF\xBB\xBF"
-                                           "bom",
-                                           "x\"=\"y",
-                                           "utf-8 \xC3\xA4"};
-    {
-        CIniFile ini;
-        ini.Lock(m_File, INI_WAIT_FOREVER);
-        for (size_t i = 0; i < keys.size(); ++i)
-            ini["S"][keys[i]].SetValue("v" + std::to_string(i));
-        ini.Flush(2000);
-    }
-    for (int pass = 0; pass < 2; ++pass) {
-        CIniFile ini;
-        ini.Read(m_File, INI_WAIT_FOREVER);
-        std::vector<std::string> expected = {"plain"};
-        expected.insert(expected.end(), keys.begin(), keys.end());
-        EXPECT_EQ(ini["S"].KeyNames(), expected) << "pass " << pass;
-        std::string value;
-        for (size_t i = 0; i < keys.size(); ++i) {
-            EXPECT_EQ(ini["S"][keys[i]].GetValue(value), 1) << "key " << i;
-            EXPECT_EQ(value, "v" + std::to_string(i)) << "key " << i;
-        }
-        // A rewrite of other keys keeps every one of them readable.
-        Set("S", "plain", "2");
-    }
-    // Each key is one line of the file: nothing was split.
-    const std::string text = ReadBytes(m_File);
-    EXPECT_EQ(static_cast<size_t>(std::count(text.begin(), text.end(), '\n')), 2 + keys.size());
-}
-
-TEST_F(IniFileTest, OnlyACompleteQuotedKeyIsUnquoted) {
-    // Only a complete quoted key followed by "=" is a quoted key; any other
-    // text before "=" is the key as typed.
-    WriteBytes(m_File, "[S]\n\"a\" b = 1\n\"open = 2\n \"q\" = 3\nx\"y\"=4\n\"\\z\"=5\n");
-    CIniFile ini;
-    ini.Read(m_File, INI_WAIT_FOREVER);
-    EXPECT_EQ(ini["S"].KeyNames(),
-              (std::vector<std::string>{"\"a\" b", "\"open", "q", "x\"y\"", "\\z"}));
-    // A key typed with an open quote stays that key whatever its new value.
-    Set("S", "\"open", " = z");
-    EXPECT_EQ(Get("S", "\"open"), " = z");
-    Set("S", "\"open", "2");
-    Set("S", "\"a\" b", "changed");
-    EXPECT_EQ(Get("S", "\"a\" b"), "changed");
-    EXPECT_EQ(ReadBytes(m_File),
-              "[S]\n\"a\" b = changed\n\"\\\"open\"=2\n \"q\" = 3\nx\"y\"=4\n\"\\z\"=5\n");
 }
 
 TEST_F(IniFileTest, UnrepresentableNamesAndValuesAreRefusedWithoutChange) {
@@ -348,35 +247,21 @@ TEST_F(IniFileTest, LastLineWithoutLineEndGetsOneWhenFollowed) {
 
 TEST_F(IniFileTest, MisuseAndMissingFilesThrow) {
     CIniFile ini;
-    EXPECT_THROW(ini.Flush(2000), RVX::Exceptions::CException);
-    // System errors are the platform's exceptions, naming the path and the
-    // system's text, in the platform's registered module.
-    const std::string missing = std::strerror(ENOENT);
-    try {
-        ini.Read(m_File, INI_WAIT_FOREVER);
-        ADD_FAILURE() << "read of a missing file";
-    } catch (const RVX::Exceptions::CException& e) {
-        EXPECT_EQ(e.GetCode(), RVX::INI_Files::INI_ERROR_SYSTEM);
-        EXPECT_NE(std::string(e.what()).find(m_File), std::string::npos) << e.what();
-        EXPECT_NE(std::string(e.what()).find(missing), std::string::npos) << e.what();
-        EXPECT_NE(std::string(e.what()).find("(RVX)"), std::string::npos) << e.what();
-    }
-    try {
-        ini.Lock(m_File, INI_WAIT_FOREVER);
-        ADD_FAILURE() << "lock of a missing file";
-    } catch (const RVX::Exceptions::CException& e) {
-        EXPECT_EQ(e.GetCode(), RVX::INI_Files::INI_ERROR_SYSTEM);
-        EXPECT_NE(std::string(e.what()).find(missing), std::string::npos) << e.what();
-    }
-    EXPECT_TRUE(LockIsFree()) << "a failed Lock keeps no lock";
-    EXPECT_FALSE(boost::filesystem::exists(m_File + ".lck")) << "nor a lock file";
-    EXPECT_THROW(ini.Lock("", INI_WAIT_FOREVER), RVX::Exceptions::CException);
-    try {
-        ini.Read(m_Dir, INI_WAIT_FOREVER);
-        ADD_FAILURE() << "read of a directory";
-    } catch (const RVX::Exceptions::CException& e) {
-        EXPECT_EQ(e.GetCode(), RVX::INI_Files::INI_ERROR_NOT_REGULAR);
-    }
+    auto code = [](const std::function<void()>& call) {
+        try {
+            call();
+        } catch (const RVX::Exceptions::CException& e) {
+            return e.GetCode();
+        }
+        return 0u;
+    };
+    EXPECT_NE(code([&] { ini.Flush(2000); }), 0u);
+    EXPECT_EQ(code([&] { ini.Read(m_File, INI_WAIT_FOREVER); }), RVX::INI_Files::INI_ERROR_SYSTEM);
+    EXPECT_EQ(code([&] { ini.Lock(m_File, INI_WAIT_FOREVER); }), RVX::INI_Files::INI_ERROR_SYSTEM);
+    EXPECT_FALSE(boost::filesystem::exists(m_File + ".lck")) << "a failed Lock keeps no lock file";
+    EXPECT_NE(code([&] { ini.Lock("", INI_WAIT_FOREVER); }), 0u);
+    EXPECT_EQ(code([&] { ini.Read(m_Dir, INI_WAIT_FOREVER); }),
+              RVX::INI_Files::INI_ERROR_NOT_REGULAR);
 
     WriteBytes(m_File, "[A]\na=1\n");
     ini.Lock(m_File, INI_WAIT_FOREVER);
@@ -418,8 +303,8 @@ TEST_F(IniFileTest, FiniteTimeoutGivesUpWhileAnotherProcessHoldsTheLock) {
     const pid_t child = ::fork();
     ASSERT_GE(child, 0);
     if (child == 0) {
-        CIniFile holder;
-        holder.Lock(m_File, INI_WAIT_FOREVER);
+        CIniFile holder; // a finite wait too: two such writers must still exclude each other
+        holder.Lock(m_File, 1000);
         char c = 'x';
         if (::write(ready[1], &c, 1) != 1 || ::read(release[0], &c, 1) < 0)
             ::_exit(1);

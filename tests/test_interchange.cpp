@@ -29,8 +29,19 @@ template <class Make> void RoundTripMany(std::uint64_t seed, int count, Make mak
     }
 }
 
-TEST(InterchangeRoundTrip, PropertiesOfEveryKindAndForm) {
+TEST(InterchangeRoundTrip, RandomRecordsOfEveryClass) {
     RoundTripMany(1, 3000, [](RecordGenerator& g) { return g.Property(); });
+    RoundTripMany(2, 400, [](RecordGenerator& g) { return g.Object(); });
+    RoundTripMany(3, 400, [](RecordGenerator& g) { return g.Task(); });
+    RoundTripMany(4, 300, [](RecordGenerator& g) { return g.Drive(); });
+    RoundTripMany(5, 200, [](RecordGenerator& g) { return g.Container(); });
+    RoundTripMany(6, 200, [](RecordGenerator& g) { return g.LogicalDrive(); });
+    RoundTripMany(7, 300, [](RecordGenerator& g) { return g.Level(); });
+    RoundTripMany(8, 300, [](RecordGenerator& g) { return g.Migration(); });
+    RoundTripMany(9, 300, [](RecordGenerator& g) { return g.Partition(); });
+    RoundTripMany(10, 100, [](RecordGenerator& g) { return g.PassThrough(); });
+    RoundTripMany(11, 500, [](RecordGenerator& g) { return g.Event(); });
+    RoundTripMany(12, 150, [](RecordGenerator& g) { return g.Operation(); });
 
     // The generator reaches every kind in its natural form and the raw form.
     RecordGenerator generator(1);
@@ -47,29 +58,6 @@ TEST(InterchangeRoundTrip, PropertiesOfEveryKindAndForm) {
     }
     EXPECT_EQ(natural.size(), 11u);
     EXPECT_GT(raw, 300);
-}
-
-TEST(InterchangeRoundTrip, ObjectsAndTasks) {
-    RoundTripMany(2, 400, [](RecordGenerator& g) { return g.Object(); });
-    RoundTripMany(3, 400, [](RecordGenerator& g) { return g.Task(); });
-}
-
-TEST(InterchangeRoundTrip, LogicalDriveRecords) {
-    RoundTripMany(4, 300, [](RecordGenerator& g) { return g.Drive(); });
-    RoundTripMany(5, 200, [](RecordGenerator& g) { return g.Container(); });
-    RoundTripMany(6, 200, [](RecordGenerator& g) { return g.LogicalDrive(); });
-}
-
-TEST(InterchangeRoundTrip, LevelsMigrationsPartitionsPassThroughsEvents) {
-    RoundTripMany(7, 300, [](RecordGenerator& g) { return g.Level(); });
-    RoundTripMany(8, 300, [](RecordGenerator& g) { return g.Migration(); });
-    RoundTripMany(9, 300, [](RecordGenerator& g) { return g.Partition(); });
-    RoundTripMany(10, 100, [](RecordGenerator& g) { return g.PassThrough(); });
-    RoundTripMany(11, 500, [](RecordGenerator& g) { return g.Event(); });
-}
-
-TEST(InterchangeRoundTrip, Operations) {
-    RoundTripMany(12, 150, [](RecordGenerator& g) { return g.Operation(); });
 }
 
 TEST(InterchangeRoundTrip, DefaultRecordsAndHugeLists) {
@@ -98,47 +86,21 @@ std::string PropertyJson(const CProperty& p) {
     return json;
 }
 
-TEST(InterchangeForms, ValuesOfEachKind) {
+// The spellings the format page's examples do not all show: texts lose their
+// padding, floats are the shortest text that reads back and always look like
+// floats.
+TEST(InterchangeForms, TextsAndFloats) {
     CProperty p(ADAPTER_ACTIVITY, false);
-    EXPECT_EQ(PropertyJson(p), R"({"PropertyID":23002,"Type":1})");
-
     ASSERT_EQ(p.SetValue(std::string("  a\"b  ")), 0u);
     EXPECT_EQ(PropertyJson(p), R"({"PropertyID":23002,"Type":2,"Value":"a\"b"})");
-
-    std::vector<int> list{7, -1};
-    ASSERT_EQ(p.SetValue(2, list), 0u);
-    EXPECT_EQ(PropertyJson(p),
-              R"({"PropertyID":23002,"Type":3,"Value":{"Value":2,"List":[7,-1]}})");
-
-    ASSERT_EQ(p.SetValue(true), 0u);
-    EXPECT_EQ(PropertyJson(p), R"({"PropertyID":23002,"Type":4,"Value":true})");
-
-    ASSERT_EQ(p.SetValue(18446744073709551615ull), 0u);
-    EXPECT_EQ(PropertyJson(p), R"({"PropertyID":23002,"Type":5,"Value":18446744073709551615})");
-
-    ASSERT_EQ(p.SetValue(15, 0, 10, 2), 0u);
-    EXPECT_EQ(PropertyJson(p), R"({"PropertyID":23002,"Type":6,"Value":{"Value":10,)"
-                               R"("Minimum":0,"Maximum":10,"Step":2}})");
-
-    std::vector<int> first{1, 2}, second;
-    ASSERT_EQ(p.SetValue(first, second), 0u);
-    EXPECT_EQ(PropertyJson(p),
-              R"({"PropertyID":23002,"Type":7,"Value":{"First":[1,2],"Second":[]}})");
-
-    ASSERT_EQ(p.SetValue(0.1f), 0u);
-    EXPECT_EQ(PropertyJson(p), R"({"PropertyID":23002,"Type":8,"Value":0.1})");
-    ASSERT_EQ(p.SetValue(-0.0f), 0u);
-    EXPECT_EQ(PropertyJson(p), R"({"PropertyID":23002,"Type":8,"Value":-0.0})");
-    ASSERT_EQ(p.SetValue(3.0f), 0u);
-    EXPECT_EQ(PropertyJson(p), R"({"PropertyID":23002,"Type":8,"Value":3.0})");
-
-    std::vector<unsigned long long> ids;
-    ASSERT_EQ(p.SetValue(ids), 0u);
-    EXPECT_EQ(PropertyJson(p), R"({"PropertyID":23002,"Type":9,"Value":[]})");
-
-    ASSERT_EQ(p.SetValue(std::vector<std::string>{"a", "bc"}, 5u), 0u);
-    EXPECT_EQ(PropertyJson(p),
-              R"({"PropertyID":23002,"Type":11,"SelectionMask":5,"Value":["a","bc"]})");
+    for (const auto& [value, text] : {std::pair<float, const char*>{0.1f, "0.1"},
+                                      {-0.0f, "-0.0"},
+                                      {3.0f, "3.0"},
+                                      {1e-45f, "1e-45"}}) {
+        ASSERT_EQ(p.SetValue(value), 0u);
+        EXPECT_EQ(PropertyJson(p),
+                  std::string(R"({"PropertyID":23002,"Type":8,"Value":)") + text + "}");
+    }
 }
 
 TEST(InterchangeForms, RawFormsAndBytes) {
@@ -197,7 +159,7 @@ TEST(InterchangeForms, FloatsReadBackExactly) {
     // Every one of many bit patterns of finite floats comes back bit for bit.
     std::mt19937 engine(99);
     CProperty p(ADAPTER_ACTIVITY, false);
-    for (int i = 0; i < 200000; ++i) {
+    for (int i = 0; i < 50000; ++i) {
         std::uint32_t bits = engine();
         float value;
         std::memcpy(&value, &bits, 4);
@@ -209,18 +171,6 @@ TEST(InterchangeForms, FloatsReadBackExactly) {
         ASSERT_EQ(ReadJsonValue(json, back), 0u) << json;
         ASSERT_EQ(FirstDifference(p, back), "") << json;
     }
-}
-
-TEST(InterchangeForms, MessagePackMirrorsJson) {
-    // {"PropertyID":23002,"Type":4,"Value":true} as MessagePack.
-    CProperty p(ADAPTER_ACTIVITY, false);
-    ASSERT_EQ(p.SetValue(true), 0u);
-    std::vector<std::uint8_t> packed;
-    ASSERT_EQ(WriteMsgPackValue(p, packed), 0u);
-    const std::vector<std::uint8_t> expected = {
-        0x83, 0xAA, 'P', 'r', 'o', 'p', 'e',  'r',  't', 'y', 'I', 'D', 0xCD, 0x59,
-        0xDA, 0xA4, 'T', 'y', 'p', 'e', 0x04, 0xA5, 'V', 'a', 'l', 'u', 'e',  0xC3};
-    EXPECT_EQ(packed, expected);
 }
 
 TEST(InterchangeForms, EncryptedTextsTravelAsStored) {

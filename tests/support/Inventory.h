@@ -22,9 +22,7 @@ using PI::CObject;
 using PI::COperation;
 using PI::CProperty;
 
-// Object types of the inventory; only the adapter's has a name here.
-constexpr PI::_OBJECT_TYPE kEnclosureType = static_cast<PI::_OBJECT_TYPE>(19014);
-constexpr PI::_OBJECT_TYPE kPhysicalDriveType = static_cast<PI::_OBJECT_TYPE>(19020);
+constexpr PI::_OBJECT_TYPE kPhysicalDriveType = PI::OBJECT_TYPE_PHYSICAL_DRIVE;
 
 // A property of `id` with a value of a kind chosen by `kind`, filled from
 // `seed`, as an agent would report it.
@@ -89,8 +87,8 @@ inline const Inventory& TheInventory() {
         op.AddObject(MakeObject(adapterId, PI::OBJECT_TYPE_ADAPTER_1, 0,
                                 PI::ADAPTER_ABORT_MDC_ON_ERROR, 40));
         for (unsigned long long e = 0; e < 8; ++e)
-            op.AddObject(
-                MakeObject(0x100 + e, kEnclosureType, adapterId, PI::ENCLOSURE_ENCL_NUMBER, 8));
+            op.AddObject(MakeObject(0x100 + e, PI::OBJECT_TYPE_ENCLOSURE, adapterId,
+                                    PI::ENCLOSURE_ENCL_NUMBER, 8));
         for (unsigned long long d = 0; d < 256; ++d)
             op.AddObject(MakeObject(0x1000 + d, kPhysicalDriveType, 0x100 + d / 32,
                                     PI::PHYSICAL_DRIVE_ACTIVITY, 40));

@@ -1,10 +1,11 @@
 #pragma once
 
 // Seeded random records of every class, for round trips and for the diff's
-// tests, member by member as the record description lists them. Values lean on the edges: extreme
-// numbers, empty and long lists, texts with NULs, multi-byte characters and bytes that are not
-// UTF-8, encrypted texts, and properties in the raw form (a size without a block, an unknown kind,
-// a NaN float, a bool word of 7, an empty string list without its block).
+// tests, member by member as the record description lists them. Values lean
+// on the edges: extreme numbers, empty and long lists, texts with NULs,
+// multi-byte characters and bytes that are not UTF-8, encrypted texts, and
+// properties in the raw form (a size without a block, an unknown kind, a NaN
+// float, a bool word of 7, an empty string list without its block).
 
 #include <PI/Internal/RecordDescription.h>
 #include <PI/ObjectModel.h>
@@ -35,55 +36,34 @@ public:
 
     std::mt19937_64& Engine() { return m_Engine; }
 
+    // Each mostly random, often one of its edge values.
     std::uint64_t U64() {
-        switch (Below(8)) {
-        case 0:
-            return 0;
-        case 1:
-            return std::numeric_limits<std::uint64_t>::max();
-        case 2:
-            return (std::uint64_t(1) << 53) + 1; // beyond exact doubles
-        case 3:
-            return Below(1000);
-        default:
-            return m_Engine();
-        }
+        const size_t k = Below(8);
+        return k == 0   ? 0
+               : k == 1 ? std::numeric_limits<std::uint64_t>::max()
+               : k == 2 ? (std::uint64_t(1) << 53) + 1 // beyond exact doubles
+               : k == 3 ? Below(1000)
+                        : m_Engine();
     }
     std::int64_t I64() {
-        switch (Below(6)) {
-        case 0:
-            return std::numeric_limits<std::int64_t>::min();
-        case 1:
-            return std::numeric_limits<std::int64_t>::max();
-        case 2:
-            return -static_cast<std::int64_t>(Below(1000));
-        default:
-            return static_cast<std::int64_t>(m_Engine());
-        }
+        const size_t k = Below(6);
+        return k == 0   ? std::numeric_limits<std::int64_t>::min()
+               : k == 1 ? std::numeric_limits<std::int64_t>::max()
+               : k == 2 ? -static_cast<std::int64_t>(Below(1000))
+                        : static_cast<std::int64_t>(m_Engine());
     }
     std::uint32_t U32() {
-        switch (Below(6)) {
-        case 0:
-            return 0;
-        case 1:
-            return 0xFFFFFFFFu;
-        case 2:
-            return static_cast<std::uint32_t>(Below(100));
-        default:
-            return static_cast<std::uint32_t>(m_Engine());
-        }
+        const size_t k = Below(6);
+        return k == 0   ? 0
+               : k == 1 ? 0xFFFFFFFFu
+                        : static_cast<std::uint32_t>(k == 2 ? Below(100) : m_Engine());
     }
     std::int32_t I32() {
-        switch (Below(6)) {
-        case 0:
-            return std::numeric_limits<std::int32_t>::min();
-        case 1:
-            return std::numeric_limits<std::int32_t>::max();
-        case 2:
-            return static_cast<std::int32_t>(Below(200)) - 100;
-        default:
-            return static_cast<std::int32_t>(static_cast<std::uint32_t>(m_Engine()));
-        }
+        const size_t k = Below(6);
+        return k == 0   ? std::numeric_limits<std::int32_t>::min()
+               : k == 1 ? std::numeric_limits<std::int32_t>::max()
+               : k == 2 ? static_cast<std::int32_t>(Below(200)) - 100
+                        : static_cast<std::int32_t>(static_cast<std::uint32_t>(m_Engine()));
     }
     bool Bool() { return Below(2) == 1; }
 
@@ -169,14 +149,8 @@ public:
     size_t Below(size_t bound) { return static_cast<size_t>(m_Engine() % bound); }
     // Mostly small, sometimes 0, sometimes the maximum.
     size_t Count(size_t maximum) {
-        switch (Below(5)) {
-        case 0:
-            return 0;
-        case 1:
-            return maximum;
-        default:
-            return Below(maximum + 1);
-        }
+        const size_t k = Below(5);
+        return k == 0 ? 0 : k == 1 ? maximum : Below(maximum + 1);
     }
 
 private:
@@ -196,14 +170,8 @@ private:
 
     // "T:" and a text, "I:" and a number, or any text stored raw.
     std::string Placeholder() {
-        switch (Below(3)) {
-        case 0:
-            return "T:" + Text();
-        case 1:
-            return "I:" + std::to_string(I32());
-        default:
-            return Text();
-        }
+        const size_t k = Below(3);
+        return k == 0 ? "T:" + Text() : k == 1 ? "I:" + std::to_string(I32()) : Text();
     }
 
     void Random(unsigned long long& v) { v = U64(); }

@@ -9,7 +9,6 @@
 #include <rapidjson/document.h>
 
 #include <algorithm>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -72,19 +71,6 @@ TEST(PitoolUsage, SubcommandIsRequiredAndUnknownOnesAreRefused) {
     ExpectUsage(Pitool({"units", "1", "--bogus"}), "--bogus");
 }
 
-TEST(PitoolUsage, EverySubcommandHasHelp) {
-    const auto top = Pitool({"--help"});
-    ExpectOk(top);
-    for (const char* sub :
-         {"sense", "drive", "help", "icon", "units", "hexdump", "ld", "config", "demo"}) {
-        EXPECT_THAT(top.out, HasSubstr(sub));
-        const auto r = Pitool({sub, "--help"});
-        ExpectOk(r);
-        EXPECT_THAT(r.out, AllOf(HasSubstr(std::string("pitool ") + sub), HasSubstr("--json"),
-                                 HasSubstr("Exit status")));
-    }
-}
-
 TEST(PitoolUsage, JsonOutputParses) {
     const std::vector<std::vector<std::string>> commands = {
         {"sense", "--json", "--file", Example("sense-medium-error.hex")},
@@ -101,53 +87,6 @@ TEST(PitoolUsage, JsonOutputParses) {
         ExpectOk(r);
         EXPECT_TRUE(ValidJson(r.out)) << command[0] << ":\n" << r.out;
     }
-}
-
-TEST(PitoolSense, KeyAndCodesAreTranslated) {
-    auto r = Pitool({"sense", "5", "24", "00"});
-    ExpectOk(r);
-    EXPECT_THAT(r.out, AllOf(HasSubstr("illegal request"), HasSubstr("3 (error)"),
-                             HasSubstr("24h/00h  invalid field in CDB")));
-
-    r = Pitool({"sense", "0x7"}); // a key alone, in either hex spelling
-    ExpectOk(r);
-    EXPECT_THAT(r.out, AllOf(HasSubstr("data protect"), HasSubstr("2 (informational)")));
-    EXPECT_THAT(r.out, ::testing::Not(HasSubstr("ASC")));
-
-    r = Pitool({"sense", "--json", "6", "29h", "0x00"});
-    ExpectOk(r);
-    EXPECT_THAT(r.out, AllOf(HasSubstr("\"key\": 6"), HasSubstr("\"asc\": 41"),
-                             HasSubstr("\"asc_known\": true")));
-}
-
-TEST(PitoolSense, RawBuffersInBothFormats) {
-    // Fixed format: key in byte 2, ASC/ASCQ in bytes 12 and 13; the VALID bit
-    // of byte 0 does not change the format. Exactly 14 bytes are enough.
-    auto r = Pitool({"sense", "--raw", "F0 00 03 00 00 00 00 06 00 00 00 00 11 00"});
-    ExpectOk(r);
-    EXPECT_THAT(r.out, AllOf(HasSubstr("fixed (70h, current error)"), HasSubstr("medium error"),
-                             HasSubstr("11h/00h  unrecovered read error")));
-
-    // Descriptor format: key in byte 1, ASC/ASCQ in bytes 2 and 3; 4 bytes suffice.
-    r = Pitool({"sense", "--raw", "73", "0b", "47", "00"});
-    ExpectOk(r);
-    EXPECT_THAT(r.out, AllOf(HasSubstr("descriptor (73h, deferred error)"),
-                             HasSubstr("aborted command"), HasSubstr("47h/00h")));
-
-    r = Pitool({"sense", "--file", Example("sense-not-ready-descriptor.hex")});
-    ExpectOk(r);
-    EXPECT_THAT(r.out, HasSubstr("logical unit not ready - operation in progress"));
-
-    r = Pitool({"sense", "--file", "-"},
-               "# from standard input\n70:00:02:00:00:00:00:06:00:00:00:00:04:01\n");
-    ExpectOk(r);
-    EXPECT_THAT(r.out, HasSubstr("04h/01h  logical unit is in process of becoming ready"));
-}
-
-TEST(PitoolSense, UnknownPairShowsTheKeyAndExitsOne) {
-    const auto r = Pitool({"sense", "4", "80", "0D"});
-    ExpectNotFound(r, "80h/0Dh is not a known pair");
-    EXPECT_THAT(r.out, AllOf(HasSubstr("hardware error"), HasSubstr("(not a known pair)")));
 }
 
 TEST(PitoolSense, BadInputIsRefused) {
@@ -167,24 +106,6 @@ TEST(PitoolSense, BadInputIsRefused) {
     ExpectUsage(Pitool({"sense", "--file", "/nonexistent/sense.hex"}), "cannot open");
 }
 
-TEST(PitoolDrive, ModelSpeedAndSerial) {
-    auto r = Pitool({"drive", "WDC WD3000HLFS-01G6U0", "--serial", "WD-WCAV12345678"});
-    ExpectOk(r);
-    EXPECT_THAT(r.out, AllOf(HasSubstr("vendor       WDC\n"), HasSubstr("WD3000HLFS-01G6U0"),
-                             HasSubstr("rpm          10000"), HasSubstr("10.0k rpm"),
-                             HasSubstr("serial       WCAV12345678  (reported WD-WCAV12345678)")));
-
-    // A measured speed decides the class; the looked-up one is still shown.
-    r = Pitool({"drive", "--json", "HDS721010CLA332", "--rpm", "14001"});
-    ExpectOk(r);
-    EXPECT_THAT(r.out, AllOf(HasSubstr("\"vendor\": \"HGST\""), HasSubstr("\"rpm\": 7200"),
-                             HasSubstr("\"measured_rpm\": 14001"), HasSubstr("\"rpm_class\": 15")));
-
-    r = Pitool({"drive", "ST9500325AS", "--serial", "5VP12345ABCD"});
-    ExpectOk(r);
-    EXPECT_THAT(r.out, AllOf(HasSubstr("SEAGATE"), HasSubstr("5400"), HasSubstr("5VP12345  (")));
-}
-
 TEST(PitoolDrive, BadInputAndTooShortProducts) {
     ExpectUsage(Pitool({"drive", "  "}), "model string is empty");
     ExpectUsage(Pitool({"drive", "X", "--rpm", "fast"}), "--rpm 'fast' is not a number");
@@ -192,104 +113,6 @@ TEST(PitoolDrive, BadInputAndTooShortProducts) {
     const auto r = Pitool({"drive", "HITACHI H1"});
     ExpectNotFound(r, "too short");
     EXPECT_THAT(r.out, AllOf(HasSubstr("HITACHI"), HasSubstr("unknown")));
-}
-
-TEST(PitoolHelp, NumbersAndNamesBothWays) {
-    auto r = Pitool({"help", "op_start_rebuild"});
-    ExpectOk(r);
-    EXPECT_THAT(r.out, AllOf(HasSubstr("23463"), HasSubstr("actions.htm#OP_START_REBUILD")));
-
-    r = Pitool({"help", "--json", "23001"});
-    ExpectOk(r);
-    EXPECT_THAT(r.out, AllOf(HasSubstr("\"name\": \"ADAPTER_ABORT_MDC_ON_ERROR\""),
-                             HasSubstr("\"path\": \"properties.htm#ADAPTER_ABORT_MDC_ON_ERROR\"")));
-
-    r = Pitool({"help", "23419"}); // the operations page itself, without a name
-    ExpectOk(r);
-    EXPECT_THAT(r.out, AllOf(HasSubstr("name  -"), HasSubstr("help  actions.htm\n")));
-
-    ExpectNotFound(Pitool({"help", "23476"}), "23476 has no help entry");
-    ExpectNotFound(Pitool({"help", "NO_SUCH_PROPERTY"}), "NO_SUCH_PROPERTY");
-    ExpectUsage(Pitool({"help", "4294967296"}), "out of range");
-    ExpectUsage(Pitool({"help", "12abc"}), "not a number");
-}
-
-TEST(PitoolHelp, ListAgreesWithTheNamesAndFilters) {
-    const auto r = Pitool({"help", "--list"});
-    ExpectOk(r);
-    EXPECT_THAT(r.out, StartsWith("23001  ADAPTER_ABORT_MDC_ON_ERROR"));
-    // Every named row's anchor is its name: the names of the tool and the
-    // help table of the library tell the same story.
-    std::istringstream lines(r.out);
-    std::string id, name, path;
-    size_t rows = 0;
-    while (lines >> id >> name >> path) {
-        ++rows;
-        if (name != "-") {
-            EXPECT_EQ(path.substr(path.find('#') + 1), name) << id;
-        }
-    }
-    EXPECT_GT(rows, 460u);
-
-    const auto op = Pitool({"help", "--list", "--kind", "physical_drive"});
-    ExpectOk(op);
-    std::istringstream opLines(op.out);
-    std::string line;
-    while (std::getline(opLines, line)) {
-        EXPECT_THAT(line, HasSubstr("  PHYSICAL_DRIVE_"));
-    }
-    ExpectNotFound(Pitool({"help", "--list", "--kind", "NOTHING"}), "no identifiers of kind");
-    ExpectUsage(Pitool({"help", "--list", "23001"}), "not both");
-    ExpectUsage(Pitool({"help", "23001", "--kind", "OP"}), "--kind only filters --list");
-}
-
-TEST(PitoolIcon, IdsAndDriveStatus) {
-    auto r = Pitool({"icon", "24078"});
-    ExpectOk(r);
-    EXPECT_THAT(r.out, HasSubstr("file  drive_ok_no.gif"));
-    ExpectNotFound(Pitool({"icon", "24134"}), "24134 has no image file");
-    ExpectUsage(Pitool({"icon", "drive"}), "not a number");
-
-    // Names and numbers select the same icon.
-    for (const auto& args : std::vector<std::vector<std::string>>{
-             {"icon", "--state", "PD_STATE_REBUILD_WARNING_1", "--media", "MEDIA_TYPE_SSD",
-              "--overlay"},
-             {"icon", "--state", "40177", "--media", "40293", "--overlay", "--power", "40084"}}) {
-        r = Pitool(args);
-        ExpectOk(r);
-        EXPECT_THAT(r.out, AllOf(HasSubstr("icon     24212"), HasSubstr("ssd_rb_wr_vemo.gif")));
-    }
-    r = Pitool({"icon", "--state", "PD_STATE_WARNING", "--media", "MEDIA_TYPE_SSD", "--overlay",
-                "--power", "POWER_STATE_POWER_SAVE"});
-    EXPECT_THAT(r.out, HasSubstr("ssd_no_wr_ps.gif"));
-    r = Pitool({"icon", "--json", "--state", "PD_STATE_MISSING", "--foreign", "--power",
-                "power_state_power_save"});
-    ExpectOk(r);
-    EXPECT_THAT(r.out, AllOf(HasSubstr("\"icon\": 24079"), HasSubstr("\"foreign\": true")));
-
-    ExpectUsage(Pitool({"icon", "--state", "PD_STATE_SLEEPY"}), "PD_STATE_SLEEPY");
-    ExpectUsage(Pitool({"icon", "--state", "MEDIA_TYPE_SSD"}), "PD_STATE_* name");
-    ExpectUsage(Pitool({"icon", "--overlay"}), "--state is needed");
-    ExpectUsage(Pitool({"icon", "24078", "--state", "40177"}), "not both");
-}
-
-TEST(PitoolUnits, BoundariesOfTheUnits) {
-    auto r = Pitool({"units", "1023"});
-    ExpectOk(r);
-    EXPECT_THAT(r.out, StartsWith("1023 B  (1023 bytes; unit 21024 UNITS_BYTES)"));
-    r = Pitool({"units", "0x400"});
-    EXPECT_THAT(r.out, StartsWith("1.00 KB  (1024 bytes; unit 21003"));
-    r = Pitool({"units", "1649267441664"});
-    EXPECT_THAT(r.out, StartsWith("1.50 TB"));
-    r = Pitool({"units", "--json", "18446744073709551615"});
-    ExpectOk(r);
-    EXPECT_THAT(r.out, AllOf(HasSubstr("\"value\": 16384"), HasSubstr("\"unit\": 21026"),
-                             HasSubstr("\"symbol\": \"PB\"")));
-
-    ExpectUsage(Pitool({"units", "18446744073709551616"}), "out of range");
-    ExpectUsage(Pitool({"units", "-1"}), "out of range");
-    ExpectUsage(Pitool({"units", "12 KB"}), "not a number");
-    ExpectUsage(Pitool({"units"}), "bytes");
 }
 
 TEST_F(PitoolHexdump, RangesFilesAndStandardInput) {
@@ -318,23 +141,6 @@ TEST_F(PitoolHexdump, RangesFilesAndStandardInput) {
     ExpectUsage(Pitool({"hexdump", file, "--end", "21"}), "past the end of the data (20 bytes)");
     ExpectUsage(Pitool({"hexdump", file, "--first", "x"}), "not a number");
     ExpectUsage(Pitool({"hexdump", Path("missing.bin")}), "cannot open");
-}
-
-TEST_F(PitoolLd, ExampleDocuments) {
-    auto r = Pitool({"ld", Example("ld-raid10.xml")});
-    ExpectOk(r);
-    EXPECT_THAT(r.out, AllOf(HasSubstr("1536 GB  (units 21021 UNITS_GIGABYTES)"),
-                             HasSubstr("container 2: 2 pieces"),
-                             HasSubstr("drive 4003  start 2048  used 1649267441664"),
-                             HasSubstr("global hot spares     4101, 4102"),
-                             HasSubstr("dedicated hot spares  4201"),
-                             HasSubstr("associated drives     8001, 8002")));
-
-    r = Pitool({"ld", "--json", Example("ld-raid5.xml")});
-    ExpectOk(r);
-    EXPECT_THAT(r.out, AllOf(HasSubstr("\"size\": 204800"), HasSubstr("\"object_id\": 5003"),
-                             HasSubstr("\"start_address\": 536870912000"),
-                             HasSubstr("\"global_hot_spares\": []")));
 }
 
 TEST_F(PitoolLd, DocumentsWithoutContainersAndBadDocuments) {
@@ -398,90 +204,9 @@ TEST_F(PitoolConfig, ScopesAndTheFallback) {
     // A key with a line break still gives one line on standard error.
     ExpectNotFound(Pitool({"config", "--file", ini, "get", "two\nlines"}), "two\\nlines");
 
-    const auto list =
-        Pitool({"config", "--file", ini, "list", "Poll", "Missing", "--adapter", "2"});
-    ExpectOk(list);
-    EXPECT_THAT(list.out,
-                AllOf(HasSubstr("Poll     10"), HasSubstr("Missing  (empty or not set)")));
-
     ExpectOk(Pitool({"config", "--file", ini, "delete", "--adapter", "2"}));
     EXPECT_EQ(Pitool({"config", "--file", ini, "get", "Poll", "--adapter", "2"}).out, "30\n");
     EXPECT_THAT(ReadBytes(ini), ::testing::Not(HasSubstr("[Config.2]\n")));
-}
-
-TEST_F(PitoolConfig, ValuesReadBackExactly) {
-    const std::string ini = Path("pi.ini");
-    for (const std::string& value :
-         {std::string(" padded; # \"quoted\" "), std::string(""), std::string("a=b")}) {
-        ExpectOk(Pitool({"config", "--file", ini, "set", "Text", value, "--name", "Mail"}));
-        const auto r = Pitool({"config", "--json", "--file", ini, "get", "Text", "--name", "Mail"});
-        ExpectOk(r);
-        EXPECT_EQ(Pitool({"config", "--file", ini, "get", "Text", "--name", "Mail"}).out,
-                  value + "\n");
-        EXPECT_TRUE(ValidJson(r.out)) << r.out;
-    }
-}
-
-TEST_F(PitoolConfig, DeleteOneKeyOrAScopeOfTheSample) {
-    const std::string original = ReadBytes(Example("pi.ini"));
-    const std::string ini = File("pi.ini", original);
-
-    const auto r =
-        Pitool({"config", "--file", ini, "delete", "WriteCache", "--adapter", "0", "--unit", "1"});
-    ExpectOk(r);
-    EXPECT_EQ(r.out, "deleted Config.0.1: WriteCache\n");
-    std::string expected = original;
-    const std::string line = "WriteCache = off   ; battery missing\n";
-    expected.erase(expected.find(line), line.size());
-    EXPECT_EQ(ReadBytes(ini), expected) << "only that line goes; comments and neighbours stay";
-
-    // Gone already, or only in the fallback section: nothing is deleted.
-    ExpectNotFound(
-        Pitool({"config", "--file", ini, "delete", "WriteCache", "--adapter", "0", "--unit", "1"}),
-        "'WriteCache' is not set in Config.0.1");
-    ExpectNotFound(Pitool({"config", "--file", ini, "delete", "LogLevel", "--adapter", "0"}),
-                   "not set in Config.0");
-    ExpectUsage(Pitool({"config", "--file", ini, "delete", ""}), "key is empty");
-    EXPECT_EQ(ReadBytes(ini), expected);
-
-    ExpectOk(Pitool({"config", "--json", "--file", ini, "delete", "--name", "Mail"}));
-    ExpectNotFound(Pitool({"config", "--file", ini, "delete", "--name", "Mail"}),
-                   "no section Config.Mail");
-    EXPECT_THAT(ReadBytes(ini), AllOf(::testing::Not(HasSubstr("[Config.Mail]")),
-                                      HasSubstr("[Config.Host_1]\nRole = primary")));
-}
-
-TEST_F(PitoolConfig, ListShowsTheFileInItsOrder) {
-    const std::string ini = File("pi.ini", ReadBytes(Example("pi.ini")));
-    ExpectOk(Pitool({"config", "--file", ini, "set", "Note", "two\nlines", "--name", "Host=1"}));
-
-    const auto all = Pitool({"config", "--file", ini, "list"});
-    ExpectOk(all);
-    size_t at = 0;
-    for (const char* part :
-         {"[DefaultConfig]\nPollInterval = 30\n", "Greeting = \" Welcome; please log in \"\n",
-          "\n[Config.0]\n", "[Config.0.1]\nReadCache = on\nWriteCache = off\n", "[Config.Mail]",
-          "Subject = \"Storage event #%d\"\n", "[Config.Host_1]\nRole = primary\n",
-          "Note = \"two\\nlines\"\n"}) {
-        const size_t found = all.out.find(part, at);
-        EXPECT_NE(found, std::string::npos) << "in order: " << part << "\n" << all.out;
-        at = found == std::string::npos ? at : found;
-    }
-
-    const auto one = Pitool({"config", "--file", ini, "list", "--adapter", "0"});
-    ExpectOk(one);
-    EXPECT_EQ(one.out, "[Config.0]\nPollInterval = 10\nAlias = Front bay\n");
-    for (const auto& args : {std::vector<std::string>{"list"},
-                             std::vector<std::string>{"list", "--section", "Config.Mail"}}) {
-        std::vector<std::string> call = {"config", "--json", "--file", ini};
-        call.insert(call.end(), args.begin(), args.end());
-        const auto r = Pitool(call);
-        ExpectOk(r);
-        EXPECT_TRUE(ValidJson(r.out)) << r.out;
-        EXPECT_THAT(r.out, HasSubstr("\"Subject\": \"Storage event #%d\""));
-    }
-    ExpectNotFound(Pitool({"config", "--file", ini, "list", "--adapter", "7"}),
-                   "no section Config.7");
 }
 
 TEST_F(PitoolConfig, BadUsageIsRefused) {
@@ -503,20 +228,4 @@ TEST_F(PitoolConfig, BadUsageIsRefused) {
     ExpectUsage(Pitool({"config", "--file", Path("gone.ini"), "delete"}), "no such file");
     // Nothing of that changed the file.
     EXPECT_EQ(ReadBytes(ini), "[DefaultConfig]\nPoll=30\n");
-}
-
-TEST(PitoolDemo, TourRunsOverTheExamples) {
-    const auto r = Pitool({"demo"});
-    ExpectOk(r);
-    for (const char* part :
-         {"== Sense data", "== Drive identity", "== Help anchors", "== Icons", "== Byte counts",
-          "== Logical drive documents", "== The configuration file", "$ pitool ld ",
-          "invalid field in CDB", "progress 37.50% (24576/65536)",
-          "ATA status return: error 0x40, status 0x51, device 0x40, count 0x1, LBA 0x12345678",
-          "ssd_rb_wr_vemo.gif", "1536 GB"}) {
-        EXPECT_THAT(r.out, HasSubstr(part));
-    }
-    ExpectUsage(RunProgram(PITOOL_PATH, {"demo"}, "", {{"PI_EXAMPLES_DIR", "/nonexistent"}}),
-                "PI_EXAMPLES_DIR");
-    ExpectUsage(Pitool({"demo", "--examples", "/"}), "not an examples directory");
 }

@@ -87,14 +87,4 @@ TEST_F(PitoolCli, RefusedWritesSayWhichRuleAndWhy) {
     EXPECT_EQ(ReadBytes(m_File), "[DefaultConfig]\nPoll=30\n");
 }
 
-// The health follows the drive's state even where the icon table has no
-// image for the marks and shows an ok disk.
-TEST(PitoolIcon, HealthOfADriveStateBesideItsIcon) {
-    const ProgramResult r = Pitool({"icon", "--state", "PD_STATE_REBUILD_WARNING_1", "--media",
-                                    "MEDIA_TYPE_SSD", "--power", "POWER_STATE_POWER_SAVE"});
-    EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_THAT(r.out, HasSubstr("drive_ok_no.gif"));
-    EXPECT_THAT(r.out, HasSubstr("health   warning"));
-}
-
 } // namespace

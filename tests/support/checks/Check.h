@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <ostream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -81,6 +82,10 @@ struct Target {
     const char* name;
     CheckFunction check;
 };
+// How a test case that replays a target shows it: by name, not as raw bytes.
+inline void PrintTo(const Target& target, std::ostream* out) {
+    *out << target.name;
+}
 
 // Every target linked into the regression test, in the order they were linked.
 inline std::vector<Target>& ReplayedTargets() {
