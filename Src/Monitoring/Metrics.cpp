@@ -1,0 +1,604 @@
+// The Prometheus text metrics of an inventory (docs/metrics.md).
+#include "PI/Metrics.h"
+
+#include "Exposition.h"
+#include "IdentifierNames.h"
+#include "MetricTable.h"
+
+#include "PI/Health.h"
+#include "PI/Helpers.h"
+#include "PI/Lookup.h"
+
+#include <algorithm>
+#include <deque>
+#include <map>
+#include <memory>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+
+namespace PI {
+namespace Monitoring {
+namespace {
+
+// One metric family: its samples are collected apart, so that each family
+// is written as one group whatever order the objects come in.
+struct Family {
+    std::string name;
+    std::string help;
+    const char* type;
+    std::string body;
+};
+
+class Page {
+public:
+    Family& Get(const std::string& name, const char* help, const char* type = "gauge") {
+        auto found = m_Index.find(name);
+        if (found != m_Index.end())
+            return *found->second;
+        m_Families.push_back(Family{name, help, type, {}});
+        m_Index.emplace(name, &m_Families.back());
+        return m_Families.back();
+    }
+    void Write(std::string& out) const {
+        for (const Family& f : m_Families) {
+            if (f.body.empty())
+                continue;
+            out += "# HELP ";
+            out += f.name;
+            out += ' ';
+            out += f.help;
+            out += "\n# TYPE ";
+            out += f.name;
+            out += ' ';
+            out += f.type;
+            out += '\n';
+            out += f.body;
+        }
+    }
+
+private:
+    std::deque<Family> m_Families;
+    std::unordered_map<std::string, Family*> m_Index;
+};
+
+void AddLabel(std::string& labels, const char* name, std::string_view value) {
+    if (!labels.empty())
+        labels += ',';
+    labels += name;
+    labels += "=\"";
+    AppendLabelValue(labels, value);
+    labels += '"';
+}
+
+void Start(Family& f, const std::string& labels) {
+    f.body += f.name;
+    f.body += '{';
+    f.body += labels;
+    f.body += "} ";
+}
+
+void Sample(Family& f, const std::string& labels, const Number& value, double scale = 1) {
+    Start(f, labels);
+    AppendValue(f.body, value, scale);
+    f.body += '\n';
+}
+
+void Sample(Family& f, const std::string& labels, double value) {
+    Start(f, labels);
+    AppendValue(f.body, value);
+    f.body += '\n';
+}
+
+// `labels` plus one more.
+void Sample(Family& f, const std::string& labels, const char* name, std::string_view value,
+            double sample) {
+    std::string all = labels;
+    AddLabel(all, name, value);
+    Sample(f, all, sample);
+}
+
+std::string NumberText(const Number& n) {
+    std::string text;
+    AppendValue(text, n);
+    return text;
+}
+
+std::string NameOrNumber(const char* name, long long value) {
+    return name != nullptr ? std::string(name) : std::to_string(value);
+}
+
+// A state set: one sample per state, 1 for the current one. Two states that
+// show as the same label value (texts that differ only in bytes replaced as
+// not UTF-8) are one sample.
+struct State {
+    std::string label;
+    bool current;
+};
+
+void StateSet(Family& f, const std::string& labels, const char* labelName,
+              const std::vector<State>& states) {
+    std::vector<std::pair<std::string, bool>> shown;
+    for (const State& s : states) {
+        std::string value;
+        AppendLabelValue(value, s.label);
+        auto same = std::find_if(shown.begin(), shown.end(),
+                                 [&](const auto& e) { return e.first == value; });
+        if (same == shown.end())
+            shown.emplace_back(std::move(value), s.current);
+        else
+            same->second = same->second || s.current;
+    }
+    for (const auto& [value, current] : shown) {
+        f.body += f.name;
+        f.body += '{';
+        f.body += labels;
+        if (!labels.empty())
+            f.body += ',';
+        f.body += labelName;
+        f.body += "=\"";
+        f.body += value;
+        f.body += "\"} ";
+        f.body += current ? '1' : '0';
+        f.body += '\n';
+    }
+}
+
+bool IsBlank(char c) {
+    return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
+}
+
+std::string_view Trimmed(std::string_view text) {
+    while (!text.empty() && IsBlank(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && IsBlank(text.back()))
+        text.remove_suffix(1);
+    return text;
+}
+
+bool SameWord(std::string_view a, std::string_view b) {
+    const auto fold = [](char c) { return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c; };
+    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(),
+                                              [&](char x, char y) { return fold(x) == fold(y); });
+}
+
+const KindRow* KindOf(int type) {
+    for (const KindRow& row : kKindRows)
+        if (row.type == type)
+            return &row;
+    return nullptr;
+}
+
+const PropertyRow* RowOf(Kind kind, int property) {
+    for (const PropertyRow& row : kPropertyRows)
+        if (row.kind == kind && row.property == property)
+            return &row;
+    return nullptr;
+}
+
+// The first property of each id in a list, as FindProperty finds it.
+class FirstProperties {
+public:
+    // True the first time `id` is seen since the last Reset.
+    bool First(int id) {
+        if (id >= kFirst && id < kFirst + kSpan) {
+            unsigned& mark = m_Marks[id - kFirst];
+            if (mark == m_Round)
+                return false;
+            mark = m_Round;
+            return true;
+        }
+        if (std::find(m_Others.begin(), m_Others.end(), id) != m_Others.end())
+            return false;
+        m_Others.push_back(id);
+        return true;
+    }
+    void Reset() {
+        ++m_Round;
+        m_Others.clear();
+    }
+
+private:
+    static constexpr int kFirst = 23001;
+    static constexpr int kSpan = 475;
+    unsigned m_Marks[kSpan] = {};
+    unsigned m_Round = 1;
+    std::vector<int> m_Others;
+};
+
+class Writer {
+public:
+    explicit Writer(const COperation& operation)
+        : m_Operation(operation), m_Words(GetHealthWords()),
+          m_DriveStates(ConstantsNamed("PD_STATE_")), m_Media(ConstantsNamed("MEDIA_TYPE_")),
+          m_Power(ConstantsNamed("POWER_STATE_")) {
+        for (const CObject& object : operation.Objects)
+            m_ById.emplace(object.ObjectID, &object); // the first of an id stays
+        m_Info = &m_Page.Get("pi_object_info",
+                             "Every object of the inventory and every logical drive, with its "
+                             "name; value 1.");
+        m_Health = &m_Page.Get("pi_health",
+                               "Health of each object that has a status: 1 for the current one "
+                               "of ok, warning, critical and unknown.");
+    }
+
+    void Write(std::string& out) {
+        std::unordered_set<unsigned long long> seen;
+        for (const CObject& object : m_Operation.Objects)
+            if (seen.insert(object.ObjectID).second)
+                WriteObject(object);
+        std::unordered_set<std::string> seenDrives;
+        for (size_t i = 0; i < m_Operation.LogicalDrives.size(); ++i)
+            WriteLogicalDrive(m_Operation.LogicalDrives[i], i, seenDrives);
+        WriteEvents();
+        m_Page.Write(out);
+    }
+
+private:
+    const CObject* Find(unsigned long long id) const {
+        auto found = m_ById.find(id);
+        return found == m_ById.end() ? nullptr : found->second;
+    }
+
+    // The adapter an object belongs to: itself or the first adapter up its
+    // first parents; null when the chain ends or turns in a circle.
+    const CObject* AdapterOf(const CObject* object) const {
+        for (size_t steps = 0; object != nullptr && steps <= m_ById.size(); ++steps) {
+            if (IsAdapterType(object->ObjectType))
+                return object;
+            if (object->Parents.empty())
+                return nullptr;
+            object = Find(object->Parents.front());
+        }
+        return nullptr;
+    }
+
+    std::string TypeLabel(int type) const { return NameOrNumber(ObjectTypeName(type), type); }
+
+    void WriteObject(const CObject& object) {
+        const KindRow* kind = KindOf(object.ObjectType);
+        // Identity first: the properties that give labels.
+        std::string name, serial, slot, target;
+        const CProperty* status = nullptr;
+        const CProperty* media = nullptr;
+        const CProperty* power = nullptr;
+        m_First.Reset();
+        for (const CProperty& p : object.Properties) {
+            if (kind == nullptr || !m_First.First(p.PropertyID))
+                continue;
+            const PropertyRow* row = RowOf(kind->kind, p.PropertyID);
+            if (row == nullptr)
+                continue;
+            Number n;
+            switch (row->role) {
+            case Role::Name:
+                TextOf(p, name);
+                break;
+            case Role::Serial:
+                TextOf(p, serial);
+                break;
+            case Role::Slot:
+                if (NumberOf(p, n))
+                    slot = NumberText(n);
+                break;
+            case Role::Target:
+                if (NumberOf(p, n))
+                    target = NumberText(n);
+                break;
+            case Role::Status:
+                status = &p;
+                break;
+            case Role::Media:
+                media = &p;
+                break;
+            case Role::Power:
+                power = &p;
+                break;
+            default:
+                break;
+            }
+        }
+        std::string identity;
+        if (const CObject* adapter = AdapterOf(&object))
+            AddLabel(identity, "adapter", std::to_string(adapter->ObjectID));
+        AddLabel(identity, "id", std::to_string(object.ObjectID));
+        if (!slot.empty())
+            AddLabel(identity, "slot", slot);
+        if (!serial.empty())
+            AddLabel(identity, "serial", serial);
+        std::string typed;
+        AddLabel(typed, "type", TypeLabel(object.ObjectType));
+        typed += ',';
+        typed += identity;
+
+        std::string info = typed;
+        AddLabel(info, "name", name);
+        if (kind != nullptr && kind->kind == Kind::Task) {
+            AddLabel(info, "target", target);
+        }
+        Sample(*m_Info, info, 1.0);
+
+        if (kind != nullptr && HasStatus(kind->kind)) {
+            WriteHealth(typed, GetObjectHealth(object));
+            if (status != nullptr)
+                WriteStatus(*kind, identity, *status);
+        }
+        if (media != nullptr)
+            WriteNamedState(m_Page.Get("pi_physical_drive_media",
+                                       "Media of the physical drive: 1 for the current one."),
+                            identity, "media", *media, m_Media);
+        if (power != nullptr)
+            WriteNamedState(m_Page.Get("pi_physical_drive_power_state",
+                                       "Power state of the physical drive: 1 for the current one."),
+                            identity, "state", *power, m_Power);
+        if (kind != nullptr && kind->kind == Kind::Task && !target.empty())
+            WriteTaskProgress(identity, object);
+        WriteProperties(kind == nullptr ? nullptr : kind, object.Properties, typed, identity);
+    }
+
+    static bool HasStatus(Kind kind) {
+        for (const PropertyRow& row : kPropertyRows)
+            if (row.kind == kind && row.role == Role::Status)
+                return true;
+        return false;
+    }
+
+    void WriteHealth(const std::string& labels, _HEALTH health) {
+        static constexpr _HEALTH kAll[] = {HEALTH_OK, HEALTH_WARNING, HEALTH_CRITICAL,
+                                           HEALTH_UNKNOWN};
+        std::vector<State> states;
+        for (_HEALTH h : kAll)
+            states.push_back({HealthName(h), h == health});
+        StateSet(*m_Health, labels, "health", states);
+    }
+
+    // A drive state by its PD_STATE_* name; a text status by the state
+    // words, plus the text itself when it is none of them.
+    void WriteStatus(const KindRow& kind, const std::string& identity, const CProperty& status) {
+        const std::string family = std::string(kind.prefix) + "_state";
+        Family& f = m_Page.Get(family, "State of the object: 1 for the current one.");
+        if (kind.kind == Kind::PhysicalDrive) {
+            WriteNamedState(f, identity, "state", status, m_DriveStates);
+            return;
+        }
+        std::string text;
+        if (!TextOf(status, text))
+            return;
+        const std::string_view word = Trimmed(text);
+        std::vector<State> states;
+        bool matched = false;
+        for (const CHealthWord& w : m_Words) {
+            const bool current = SameWord(w.Word, word);
+            matched = matched || current;
+            states.push_back({w.Word, current});
+        }
+        if (!matched)
+            states.push_back({std::string(word), true});
+        StateSet(f, identity, "state", states);
+    }
+
+    void WriteNamedState(Family& f, const std::string& identity, const char* labelName,
+                         const CProperty& p, const std::vector<NamedNumber>& names) {
+        Number n;
+        if (!NumberOf(p, n))
+            return;
+        const double value = n.AsDouble();
+        std::vector<State> states;
+        bool matched = false;
+        for (const NamedNumber& name : names) {
+            const bool current = value == name.value;
+            matched = matched || current;
+            states.push_back({name.name, current});
+        }
+        if (!matched)
+            states.push_back({NumberText(n), true});
+        StateSet(f, identity, labelName, states);
+    }
+
+    // The time left of the work of a task, as its object reports it.
+    void WriteTaskProgress(const std::string& identity, const CObject& task) {
+        const CProperty* targetId = FindProperty(task.Properties, TASK_OBJECT);
+        Number id;
+        if (targetId == nullptr || !NumberOf(*targetId, id) || !id.exact)
+            return;
+        const CObject* target = Find(id.whole);
+        if (target == nullptr)
+            return;
+        for (int property : kRemainingTimeProperties) {
+            const CProperty* p = FindProperty(target->Properties, property);
+            Number left;
+            if (p != nullptr && NumberOf(*p, left)) {
+                Sample(m_Page.Get("pi_task_remaining_seconds",
+                                  "Time left of the task's work, as its object reports it."),
+                       identity, left);
+                return;
+            }
+        }
+    }
+
+    // Dedicated numbers by the kind's table, every other number and text
+    // generically by the property's name.
+    void WriteProperties(const KindRow* kind, const std::vector<CProperty>& properties,
+                         const std::string& typed, const std::string& identity) {
+        m_First.Reset();
+        for (const CProperty& p : properties) {
+            if (!m_First.First(p.PropertyID))
+                continue;
+            const PropertyRow* row = kind == nullptr ? nullptr : RowOf(kind->kind, p.PropertyID);
+            Number n;
+            if (row != nullptr && (row->role == Role::Gauge || row->role == Role::Counter)) {
+                if (NumberOf(p, n)) {
+                    Sample(m_Page.Get(row->family, row->help,
+                                      row->role == Role::Counter ? "counter" : "gauge"),
+                           identity, n, row->scale);
+                    continue;
+                }
+            } else if (row != nullptr && ShownAsLabelOrState(*row, p)) {
+                continue;
+            }
+            std::string text;
+            if (TextOf(p, text)) {
+                std::string labels = typed;
+                AddLabel(labels, "property",
+                         NameOrNumber(PropertyName(p.PropertyID), p.PropertyID));
+                AddLabel(labels, "value", text);
+                Sample(PropertyInfo(), labels, 1.0);
+            } else if (NumberOf(p, n)) {
+                GenericSample(p.PropertyID, typed, n);
+            }
+        }
+    }
+
+    // Whether WriteObject made a label or a state set of the property; one
+    // it could not read is shown generically instead.
+    static bool ShownAsLabelOrState(const PropertyRow& row, const CProperty& p) {
+        Number n;
+        switch (row.role) {
+        case Role::Name:
+        case Role::Serial:
+            return p.Type == VT_STRING;
+        case Role::Status:
+            return row.kind == Kind::PhysicalDrive ? NumberOf(p, n) : p.Type == VT_STRING;
+        default:
+            return NumberOf(p, n);
+        }
+    }
+
+    Family& PropertyInfo() {
+        return m_Page.Get("pi_property_info",
+                          "A text property without a metric of its own; value 1.");
+    }
+
+    void GenericSample(int id, const std::string& typed, const Number& n) {
+        const char* name = PropertyName(id);
+        if (name == nullptr) {
+            std::string labels = typed;
+            AddLabel(labels, "property", std::to_string(id));
+            Sample(m_Page.Get("pi_property_unnamed",
+                              "A number property whose id has no name, by its id."),
+                   labels, n);
+            return;
+        }
+        Family*& f = m_Generic[id];
+        if (f == nullptr) {
+            std::string family = "pi_property_";
+            for (const char* c = name; *c != '\0'; ++c)
+                family += static_cast<char>(*c >= 'A' && *c <= 'Z' ? *c - 'A' + 'a' : *c);
+            // Never one of the families the generic ones are told apart by.
+            if (family == "pi_property_info" || family == "pi_property_unnamed")
+                family += "_value";
+            const std::string help = "Property " + std::string(name) + " as a number.";
+            f = &m_Page.Get(family, help.c_str());
+        }
+        Sample(*f, typed, n);
+    }
+
+    void WriteLogicalDrive(const CLogicalDrive& drive, size_t index,
+                           std::unordered_set<std::string>& seen) {
+        const CProperty* numberProperty =
+            FindProperty(drive.Properties, LOGICAL_DRIVE_LOGICAL_DRIVE_NUMBER);
+        Number number;
+        const std::string ld = numberProperty != nullptr && NumberOf(*numberProperty, number)
+                                   ? NumberText(number)
+                                   : "#" + std::to_string(index);
+        if (!seen.insert(ld).second)
+            return;
+        const CObject* adapter = nullptr;
+        size_t members = 0;
+        for (const CContainer& container : drive.Containers) {
+            for (const CDrive& member : container.Drives) {
+                if (members++ == 0)
+                    adapter = AdapterOf(Find(member.ObjectID));
+            }
+        }
+        std::string identity;
+        if (adapter != nullptr)
+            AddLabel(identity, "adapter", std::to_string(adapter->ObjectID));
+        AddLabel(identity, "ld", ld);
+        std::string typed;
+        AddLabel(typed, "type", TypeLabel(OBJECT_TYPE_LOGICAL_DRIVE));
+        typed += ',';
+        typed += identity;
+
+        std::string name;
+        if (const CProperty* p = FindProperty(drive.Properties, LOGICAL_DRIVE_NAME))
+            TextOf(*p, name);
+        std::string info = typed;
+        AddLabel(info, "name", name);
+        Sample(*m_Info, info, 1.0);
+
+        const KindRow* kind = KindOf(OBJECT_TYPE_LOGICAL_DRIVE);
+        WriteHealth(typed, GetLogicalDriveHealth(drive));
+        if (const CProperty* status = FindProperty(drive.Properties, LOGICAL_DRIVE_STATUS))
+            WriteStatus(*kind, identity, *status);
+        if (const double factor = UnitFactor(drive.Units); factor > 0)
+            Sample(m_Page.Get("pi_logical_drive_size_bytes", "Size of the logical drive."),
+                   identity, static_cast<double>(drive.Size) * factor);
+        Sample(m_Page.Get("pi_logical_drive_members",
+                          "Physical drives in the logical drive's containers."),
+               identity, static_cast<double>(members));
+        Family& spares = m_Page.Get("pi_logical_drive_spares",
+                                    "Hot spares the logical drive can use, global or dedicated.");
+        Sample(spares, identity, "spare", "global", static_cast<double>(drive.GHS.size()));
+        Sample(spares, identity, "spare", "dedicated", static_cast<double>(drive.DHS.size()));
+        WriteProperties(kind, drive.Properties, typed, identity);
+    }
+
+    static double UnitFactor(_UNITS units) {
+        switch (units) {
+        case UNITS_BYTES:
+            return 1;
+        case UNITS_KILOBYTES:
+            return 1024.0;
+        case UNITS_MEGABYTES:
+            return 1024.0 * 1024;
+        case UNITS_GIGABYTES:
+            return 1024.0 * 1024 * 1024;
+        case UNITS_TERABYTES:
+            return 1024.0 * 1024 * 1024 * 1024;
+        case UNITS_PETABYTES:
+            return 1024.0 * 1024 * 1024 * 1024 * 1024;
+        default:
+            return 0; // a unit whose size is not known: no size rather than a wrong one
+        }
+    }
+
+    // Events by their grade (Scalar3); every named grade is shown, 0 when
+    // no event has it.
+    void WriteEvents() {
+        std::map<int, double> counts;
+        for (const NamedNumber& s : Severities())
+            counts[s.value] = 0;
+        for (const CEvent& e : m_Operation.Events)
+            counts[e.Scalar3] += 1;
+        Family& f = m_Page.Get("pi_events", "Events of the inventory by severity.");
+        for (const auto& [severity, count] : counts)
+            Sample(f, std::string(), "severity", NameOrNumber(SeverityName(severity), severity),
+                   count);
+    }
+
+    const COperation& m_Operation;
+    const std::vector<CHealthWord> m_Words;
+    const std::vector<NamedNumber> m_DriveStates, m_Media, m_Power;
+    std::unordered_map<unsigned long long, const CObject*> m_ById;
+    std::unordered_map<int, Family*> m_Generic;
+    FirstProperties m_First;
+    Page m_Page;
+    Family* m_Info = nullptr;
+    Family* m_Health = nullptr;
+};
+
+} // namespace
+} // namespace Monitoring
+
+void WriteMetrics(const COperation& operation, std::string& out) {
+    Monitoring::Writer(operation).Write(out);
+}
+
+std::string GetMetrics(const COperation& operation) {
+    std::string out;
+    WriteMetrics(operation, out);
+    return out;
+}
+
+} // namespace PI
