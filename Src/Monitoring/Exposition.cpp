@@ -5,6 +5,7 @@
 
 #include <RVX/Exceptions.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <vector>
@@ -37,6 +38,13 @@ void ForEachCharacter(std::string_view text, Take take, Replace replace) {
 } // namespace
 
 void AppendLabelValue(std::string& out, std::string_view text) {
+    // Most values are plain ASCII: taken whole.
+    if (std::none_of(text.begin(), text.end(), [](char c) {
+            return c == '\\' || c == '"' || c == '\n' || static_cast<unsigned char>(c) >= 0x80;
+        })) {
+        out += text;
+        return;
+    }
     ForEachCharacter(
         text,
         [&out](const char* c, size_t length) {
@@ -68,9 +76,13 @@ std::string OneLineText(std::string_view text) {
 // GetValue only reads, though it is not declared const. Throwing is off
 // while it runs, so that a malformed block is a failed read.
 bool NumberOf(const CProperty& property, Number& number) {
-    CProperty& p = const_cast<CProperty&>(property);
     RVX::Threading::CThrowStateGuard state;
     RVX::Threading::CDisableThrow quiet;
+    return NumberOfQuietly(property, number);
+}
+
+bool NumberOfQuietly(const CProperty& property, Number& number) {
+    CProperty& p = const_cast<CProperty&>(property);
     switch (p.Type) {
     case VT_UINT64: {
         unsigned long long value = 0;
@@ -107,7 +119,7 @@ bool NumberOf(const CProperty& property, Number& number) {
     }
     case VT_INT_LIST: {
         int value = 0;
-        std::vector<int> choices;
+        thread_local std::vector<int> choices; // kept for its capacity
         if (p.GetValue(value, choices) != RESULT_SUCCESS)
             return false;
         number.exact = false;
@@ -120,11 +132,14 @@ bool NumberOf(const CProperty& property, Number& number) {
 }
 
 bool TextOf(const CProperty& property, std::string& text) {
-    if (property.Type != VT_STRING)
-        return false;
     RVX::Threading::CThrowStateGuard state;
     RVX::Threading::CDisableThrow quiet;
-    return const_cast<CProperty&>(property).GetValue(text) == RESULT_SUCCESS;
+    return TextOfQuietly(property, text);
+}
+
+bool TextOfQuietly(const CProperty& property, std::string& text) {
+    return property.Type == VT_STRING &&
+           const_cast<CProperty&>(property).GetValue(text) == RESULT_SUCCESS;
 }
 
 void AppendValue(std::string& out, unsigned long long value) {

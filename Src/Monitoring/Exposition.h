@@ -31,6 +31,10 @@ struct Number {
 bool NumberOf(const CProperty& property, Number& number);
 // VT_STRING only.
 bool TextOf(const CProperty& property, std::string& text);
+// The same for a caller that has turned throwing off itself (a
+// CThrowStateGuard and a CDisableThrow around a whole page).
+bool NumberOfQuietly(const CProperty& property, Number& number);
+bool TextOfQuietly(const CProperty& property, std::string& text);
 
 // A sample value: integers in full, NaN, +Inf and -Inf by name, other
 // doubles in their shortest exact form.

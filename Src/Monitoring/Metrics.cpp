@@ -9,6 +9,8 @@
 #include "PI/Helpers.h"
 #include "PI/Lookup.h"
 
+#include <RVX/Exceptions.h>
+
 #include <algorithm>
 #include <deque>
 #include <map>
@@ -41,6 +43,10 @@ public:
         return m_Families.back();
     }
     void Write(std::string& out) const {
+        size_t size = out.size();
+        for (const Family& f : m_Families)
+            size += f.body.size() + f.name.size() * 2 + f.help.size() + 32;
+        out.reserve(size);
         for (const Family& f : m_Families) {
             if (f.body.empty())
                 continue;
@@ -116,6 +122,22 @@ struct State {
     bool current;
 };
 
+// One sample of a state set; `value` is escaped already.
+void StateLine(Family& f, const std::string& labels, const char* labelName, std::string_view value,
+               bool current) {
+    f.body += f.name;
+    f.body += '{';
+    f.body += labels;
+    if (!labels.empty())
+        f.body += ',';
+    f.body += labelName;
+    f.body += "=\"";
+    f.body += value;
+    f.body += "\"} ";
+    f.body += current ? '1' : '0';
+    f.body += '\n';
+}
+
 void StateSet(Family& f, const std::string& labels, const char* labelName,
               const std::vector<State>& states) {
     std::vector<std::pair<std::string, bool>> shown;
@@ -129,19 +151,23 @@ void StateSet(Family& f, const std::string& labels, const char* labelName,
         else
             same->second = same->second || s.current;
     }
-    for (const auto& [value, current] : shown) {
-        f.body += f.name;
-        f.body += '{';
-        f.body += labels;
-        if (!labels.empty())
-            f.body += ',';
-        f.body += labelName;
-        f.body += "=\"";
-        f.body += value;
-        f.body += "\"} ";
-        f.body += current ? '1' : '0';
-        f.body += '\n';
+    for (const auto& [value, current] : shown)
+        StateLine(f, labels, labelName, value, current);
+}
+
+// A state set over names that need no escaping (identifiers), with the
+// number itself as one more state when no name has it.
+void NamedStateSet(Family& f, const std::string& labels, const char* labelName,
+                   const std::vector<NamedNumber>& names, const Number& n) {
+    const double value = n.AsDouble();
+    bool matched = false;
+    for (const NamedNumber& name : names) {
+        const bool current = value == name.value;
+        matched = matched || current;
+        StateLine(f, labels, labelName, name.name, current);
     }
+    if (!matched)
+        StateLine(f, labels, labelName, NumberText(n), true);
 }
 
 bool IsBlank(char c) {
@@ -169,11 +195,26 @@ const KindRow* KindOf(int type) {
     return nullptr;
 }
 
+constexpr int kFirstId = 23001;
+constexpr int kIdSpan = 475;
+constexpr size_t kKindCount = static_cast<size_t>(Kind::Task) + 1;
+
+// The table's row of a kind and a property, looked up once per property of
+// every object: indexed by kind and id.
 const PropertyRow* RowOf(Kind kind, int property) {
-    for (const PropertyRow& row : kPropertyRows)
-        if (row.kind == kind && row.property == property)
-            return &row;
-    return nullptr;
+    struct Index {
+        const PropertyRow* rows[kKindCount][kIdSpan] = {};
+        Index() {
+            for (const PropertyRow& row : kPropertyRows)
+                if (row.property >= kFirstId && row.property < kFirstId + kIdSpan &&
+                    rows[static_cast<size_t>(row.kind)][row.property - kFirstId] == nullptr)
+                    rows[static_cast<size_t>(row.kind)][row.property - kFirstId] = &row;
+        }
+    };
+    static const Index index;
+    if (property < kFirstId || property >= kFirstId + kIdSpan)
+        return nullptr;
+    return index.rows[static_cast<size_t>(kind)][property - kFirstId];
 }
 
 // The first property of each id in a list, as FindProperty finds it.
@@ -199,8 +240,8 @@ public:
     }
 
 private:
-    static constexpr int kFirst = 23001;
-    static constexpr int kSpan = 475;
+    static constexpr int kFirst = kFirstId;
+    static constexpr int kSpan = kIdSpan;
     unsigned m_Marks[kSpan] = {};
     unsigned m_Round = 1;
     std::vector<int> m_Others;
@@ -217,6 +258,12 @@ public:
         m_Info = &m_Page.Get("pi_object_info",
                              "Every object of the inventory and every logical drive, with its "
                              "name; value 1.");
+        m_PropertyInfo = &m_Page.Get("pi_property_info",
+                                     "A text property without a metric of its own; value 1.");
+        m_MediaFamily = &m_Page.Get("pi_physical_drive_media",
+                                    "Media of the physical drive: 1 for the current one.");
+        m_PowerFamily = &m_Page.Get("pi_physical_drive_power_state",
+                                    "Power state of the physical drive: 1 for the current one.");
         m_Health = &m_Page.Get("pi_health",
                                "Health of each object that has a status: 1 for the current one "
                                "of ok, warning, critical and unknown.");
@@ -253,7 +300,12 @@ private:
         return nullptr;
     }
 
-    std::string TypeLabel(int type) const { return NameOrNumber(ObjectTypeName(type), type); }
+    const std::string& TypeLabel(int type) {
+        auto found = m_TypeLabels.find(type);
+        if (found == m_TypeLabels.end())
+            found = m_TypeLabels.emplace(type, NameOrNumber(ObjectTypeName(type), type)).first;
+        return found->second;
+    }
 
     void WriteObject(const CObject& object) {
         const KindRow* kind = KindOf(object.ObjectType);
@@ -272,17 +324,17 @@ private:
             Number n;
             switch (row->role) {
             case Role::Name:
-                TextOf(p, name);
+                TextOfQuietly(p, name);
                 break;
             case Role::Serial:
-                TextOf(p, serial);
+                TextOfQuietly(p, serial);
                 break;
             case Role::Slot:
-                if (NumberOf(p, n))
+                if (NumberOfQuietly(p, n))
                     slot = NumberText(n);
                 break;
             case Role::Target:
-                if (NumberOf(p, n))
+                if (NumberOfQuietly(p, n))
                     target = NumberText(n);
                 break;
             case Role::Status:
@@ -324,13 +376,9 @@ private:
                 WriteStatus(*kind, identity, *status);
         }
         if (media != nullptr)
-            WriteNamedState(m_Page.Get("pi_physical_drive_media",
-                                       "Media of the physical drive: 1 for the current one."),
-                            identity, "media", *media, m_Media);
+            WriteNamedState(*m_MediaFamily, identity, "media", *media, m_Media);
         if (power != nullptr)
-            WriteNamedState(m_Page.Get("pi_physical_drive_power_state",
-                                       "Power state of the physical drive: 1 for the current one."),
-                            identity, "state", *power, m_Power);
+            WriteNamedState(*m_PowerFamily, identity, "state", *power, m_Power);
         if (kind != nullptr && kind->kind == Kind::Task && !target.empty())
             WriteTaskProgress(identity, object);
         WriteProperties(kind == nullptr ? nullptr : kind, object.Properties, typed, identity);
@@ -346,23 +394,24 @@ private:
     void WriteHealth(const std::string& labels, _HEALTH health) {
         static constexpr _HEALTH kAll[] = {HEALTH_OK, HEALTH_WARNING, HEALTH_CRITICAL,
                                            HEALTH_UNKNOWN};
-        std::vector<State> states;
         for (_HEALTH h : kAll)
-            states.push_back({HealthName(h), h == health});
-        StateSet(*m_Health, labels, "health", states);
+            StateLine(*m_Health, labels, "health", HealthName(h), h == health);
     }
 
     // A drive state by its PD_STATE_* name; a text status by the state
     // words, plus the text itself when it is none of them.
     void WriteStatus(const KindRow& kind, const std::string& identity, const CProperty& status) {
-        const std::string family = std::string(kind.prefix) + "_state";
-        Family& f = m_Page.Get(family, "State of the object: 1 for the current one.");
+        Family*& cached = m_StateFamilies[static_cast<size_t>(kind.kind)];
+        if (cached == nullptr)
+            cached = &m_Page.Get(std::string(kind.prefix) + "_state",
+                                 "State of the object: 1 for the current one.");
+        Family& f = *cached;
         if (kind.kind == Kind::PhysicalDrive) {
             WriteNamedState(f, identity, "state", status, m_DriveStates);
             return;
         }
-        std::string text;
-        if (!TextOf(status, text))
+        std::string& text = m_Text;
+        if (!TextOfQuietly(status, text))
             return;
         const std::string_view word = Trimmed(text);
         std::vector<State> states;
@@ -380,26 +429,15 @@ private:
     void WriteNamedState(Family& f, const std::string& identity, const char* labelName,
                          const CProperty& p, const std::vector<NamedNumber>& names) {
         Number n;
-        if (!NumberOf(p, n))
-            return;
-        const double value = n.AsDouble();
-        std::vector<State> states;
-        bool matched = false;
-        for (const NamedNumber& name : names) {
-            const bool current = value == name.value;
-            matched = matched || current;
-            states.push_back({name.name, current});
-        }
-        if (!matched)
-            states.push_back({NumberText(n), true});
-        StateSet(f, identity, labelName, states);
+        if (NumberOfQuietly(p, n))
+            NamedStateSet(f, identity, labelName, names, n);
     }
 
     // The time left of the work of a task, as its object reports it.
     void WriteTaskProgress(const std::string& identity, const CObject& task) {
         const CProperty* targetId = FindProperty(task.Properties, TASK_OBJECT);
         Number id;
-        if (targetId == nullptr || !NumberOf(*targetId, id) || !id.exact)
+        if (targetId == nullptr || !NumberOfQuietly(*targetId, id) || !id.exact)
             return;
         const CObject* target = Find(id.whole);
         if (target == nullptr)
@@ -407,7 +445,7 @@ private:
         for (int property : kRemainingTimeProperties) {
             const CProperty* p = FindProperty(target->Properties, property);
             Number left;
-            if (p != nullptr && NumberOf(*p, left)) {
+            if (p != nullptr && NumberOfQuietly(*p, left)) {
                 Sample(m_Page.Get("pi_task_remaining_seconds",
                                   "Time left of the task's work, as its object reports it."),
                        identity, left);
@@ -427,23 +465,31 @@ private:
             const PropertyRow* row = kind == nullptr ? nullptr : RowOf(kind->kind, p.PropertyID);
             Number n;
             if (row != nullptr && (row->role == Role::Gauge || row->role == Role::Counter)) {
-                if (NumberOf(p, n)) {
-                    Sample(m_Page.Get(row->family, row->help,
-                                      row->role == Role::Counter ? "counter" : "gauge"),
-                           identity, n, row->scale);
+                if (NumberOfQuietly(p, n)) {
+                    Family*& f = m_RowFamilies[row - kPropertyRows];
+                    if (f == nullptr)
+                        f = &m_Page.Get(row->family, row->help,
+                                        row->role == Role::Counter ? "counter" : "gauge");
+                    Sample(*f, identity, n, row->scale);
                     continue;
                 }
             } else if (row != nullptr && ShownAsLabelOrState(*row, p)) {
                 continue;
             }
-            std::string text;
-            if (TextOf(p, text)) {
-                std::string labels = typed;
-                AddLabel(labels, "property",
-                         NameOrNumber(PropertyName(p.PropertyID), p.PropertyID));
-                AddLabel(labels, "value", text);
-                Sample(PropertyInfo(), labels, 1.0);
-            } else if (NumberOf(p, n)) {
+            if (TextOfQuietly(p, m_Text)) {
+                std::string& body = m_PropertyInfo->body;
+                body += m_PropertyInfo->name;
+                body += '{';
+                body += typed;
+                body += ",property=\"";
+                if (const char* name = PropertyName(p.PropertyID))
+                    body += name;
+                else
+                    body += std::to_string(p.PropertyID);
+                body += "\",value=\"";
+                AppendLabelValue(body, m_Text);
+                body += "\"} 1\n";
+            } else if (NumberOfQuietly(p, n)) {
                 GenericSample(p.PropertyID, typed, n);
             }
         }
@@ -458,15 +504,10 @@ private:
         case Role::Serial:
             return p.Type == VT_STRING;
         case Role::Status:
-            return row.kind == Kind::PhysicalDrive ? NumberOf(p, n) : p.Type == VT_STRING;
+            return row.kind == Kind::PhysicalDrive ? NumberOfQuietly(p, n) : p.Type == VT_STRING;
         default:
-            return NumberOf(p, n);
+            return NumberOfQuietly(p, n);
         }
-    }
-
-    Family& PropertyInfo() {
-        return m_Page.Get("pi_property_info",
-                          "A text property without a metric of its own; value 1.");
     }
 
     void GenericSample(int id, const std::string& typed, const Number& n) {
@@ -479,7 +520,7 @@ private:
                    labels, n);
             return;
         }
-        Family*& f = m_Generic[id];
+        Family*& f = m_Generic[id - kFirstId]; // a named id is in the band
         if (f == nullptr) {
             std::string family = "pi_property_";
             for (const char* c = name; *c != '\0'; ++c)
@@ -498,7 +539,7 @@ private:
         const CProperty* numberProperty =
             FindProperty(drive.Properties, LOGICAL_DRIVE_LOGICAL_DRIVE_NUMBER);
         Number number;
-        const std::string ld = numberProperty != nullptr && NumberOf(*numberProperty, number)
+        const std::string ld = numberProperty != nullptr && NumberOfQuietly(*numberProperty, number)
                                    ? NumberText(number)
                                    : "#" + std::to_string(index);
         if (!seen.insert(ld).second)
@@ -522,7 +563,7 @@ private:
 
         std::string name;
         if (const CProperty* p = FindProperty(drive.Properties, LOGICAL_DRIVE_NAME))
-            TextOf(*p, name);
+            TextOfQuietly(*p, name);
         std::string info = typed;
         AddLabel(info, "name", name);
         Sample(*m_Info, info, 1.0);
@@ -577,11 +618,22 @@ private:
                    count);
     }
 
+    // Throwing is off for the whole page: a block that cannot be read is a
+    // failed read.
+    RVX::Threading::CThrowStateGuard m_ThrowState;
+    RVX::Threading::CDisableThrow m_Quiet;
     const COperation& m_Operation;
     const std::vector<CHealthWord> m_Words;
     const std::vector<NamedNumber> m_DriveStates, m_Media, m_Power;
     std::unordered_map<unsigned long long, const CObject*> m_ById;
-    std::unordered_map<int, Family*> m_Generic;
+    Family* m_Generic[kIdSpan] = {};
+    Family* m_RowFamilies[kPropertyRowCount] = {};
+    Family* m_StateFamilies[kKindCount] = {};
+    Family* m_MediaFamily = nullptr;
+    Family* m_PowerFamily = nullptr;
+    Family* m_PropertyInfo = nullptr;
+    std::string m_Text; // kept for its capacity
+    std::unordered_map<int, std::string> m_TypeLabels;
     FirstProperties m_First;
     Page m_Page;
     Family* m_Info = nullptr;
