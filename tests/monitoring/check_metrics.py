@@ -1,9 +1,8 @@
-"""`promtool check metrics` finds no problem in the metrics of every example
-inventory, and the alert tests' series taken from the example inventories
-are still what `pitool metrics` writes.
-
-    check_metrics.py PITOOL PROMTOOL EXAMPLES_DIR
-"""
+# `promtool check metrics` finds no problem in the metrics of every example
+# inventory, and the alert tests' series taken from the example inventories
+# are still what `pitool metrics` writes.
+#
+#     check_metrics.py PITOOL PROMTOOL EXAMPLES_DIR
 import glob
 import os
 import re
@@ -30,24 +29,17 @@ def samples(text):
 
 
 def first_and_last(values):
-    """The first and the last value of promtool's expanding notation; None
-    for a missing one."""
-    tokens = values.split()
-
-    def start(token):
-        base = token.split("x")[0]
-        return None if base == "_" else float(re.match(r"-?[0-9.]+", base).group(0))
-
-    def end(token):
-        m = re.fullmatch(r"(-?[0-9.]+)([+-][0-9.]+)?x([0-9]+)", token)
-        if token.startswith("_"):
+    # The first and the last value of promtool's series notation ("1x9 0x40",
+    # "_x10 1x39", "6000-60x40"); None for a missing one.
+    def value(token, last):
+        m = re.fullmatch(r"(_|-?[0-9.]+)(?:([+-][0-9.]+)?x([0-9]+))?", token)
+        if m.group(1) == "_":
             return None
-        if not m:
-            return float(token)
-        step = float(m.group(2)) if m.group(2) else 0.0
-        return float(m.group(1)) + step * int(m.group(3))
+        step = float(m.group(2) or 0) * int(m.group(3) or 0) if last else 0
+        return float(m.group(1)) + step
 
-    return start(tokens[0]), end(tokens[-1])
+    tokens = values.split()
+    return value(tokens[0], False), value(tokens[-1], True)
 
 
 def main(pitool, promtool, examples):
@@ -75,8 +67,7 @@ def main(pitool, promtool, examples):
         for which, value, output in (("before", first, before), ("after", last, after)):
             if output.get(key) != value:
                 failures.append(f"{key}: the test has {value} {which}, pitool {output.get(key)}")
-    for failure in failures:
-        print("FAIL:", failure)
+    print("".join("FAIL: " + failure + "\n" for failure in failures), end="")
     return 1 if failures else 0
 
 

@@ -20,24 +20,12 @@ namespace pi_fuzz {
 inline PI::COperation RandomInventory(Random& pick) {
     static constexpr int kTypes[] = {19007, 19020, 19019, 19013, 19014, 19015,
                                      19017, 19005, 19004, 19011, 19999, -1};
-    static constexpr int kProperties[] = {PI::PHYSICAL_DRIVE_STATUS,
-                                          PI::PHYSICAL_DRIVE_SLOT,
-                                          PI::PHYSICAL_DRIVE_SERIAL_NUMBER,
-                                          PI::PHYSICAL_DRIVE_TEMPERATURE,
-                                          PI::PHYSICAL_DRIVE_MEDIA_TYPE,
-                                          PI::PHYSICAL_DRIVE_POWER_STATUS,
-                                          PI::PHYSICAL_DRIVE_MEDIA_ERROR_COUNT,
-                                          PI::PHYSICAL_DRIVE_NAME,
-                                          PI::LOGICAL_DRIVE_STATUS,
-                                          PI::LOGICAL_DRIVE_LOGICAL_DRIVE_NUMBER,
-                                          PI::ADAPTER_STATUS,
-                                          PI::BATTERY_STATUS,
-                                          PI::BATTERY_RELATIVE_STATE_OF_CHARGE,
-                                          PI::TASK_OBJECT,
-                                          PI::TASK_NAME,
-                                          PI::PHYSICAL_DRIVE_REMAINING_TIME,
-                                          99999,
-                                          -5};
+    static constexpr int kProperties[] = {
+        23276, 23274, 23272, 23278, 23257, 23267, 23256, 23218,
+        23211, 23150, 23348, 23269, 99999, -5}; // drive status, slot, serial, temperature, media,
+                                                // power, errors; logical drive status and number;
+                                                // battery status; task object; remaining time; no
+                                                // names
     PI::Testing::RecordGenerator generator(pick.Next() * 0x100000000ull + pick.Next());
     generator.MaxRecords = 6;
     PI::COperation operation = generator.Record<PI::COperation>();
