@@ -381,7 +381,7 @@ private:
             WriteNamedState(*m_PowerFamily, identity, "state", *power, m_Power);
         if (kind != nullptr && kind->kind == Kind::Task && !target.empty())
             WriteTaskProgress(identity, object);
-        WriteProperties(kind == nullptr ? nullptr : kind, object.Properties, typed, identity);
+        WriteProperties(kind == nullptr ? nullptr : kind, object.Properties, identity);
     }
 
     static bool HasStatus(Kind kind) {
@@ -457,7 +457,7 @@ private:
     // Dedicated numbers by the kind's table, every other number and text
     // generically by the property's name.
     void WriteProperties(const KindRow* kind, const std::vector<CProperty>& properties,
-                         const std::string& typed, const std::string& identity) {
+                         const std::string& identity) {
         m_First.Reset();
         for (const CProperty& p : properties) {
             if (!m_First.First(p.PropertyID))
@@ -480,7 +480,7 @@ private:
                 std::string& body = m_PropertyInfo->body;
                 body += m_PropertyInfo->name;
                 body += '{';
-                body += typed;
+                body += identity;
                 body += ",property=\"";
                 if (const char* name = PropertyName(p.PropertyID))
                     body += name;
@@ -490,7 +490,7 @@ private:
                 AppendLabelValue(body, m_Text);
                 body += "\"} 1\n";
             } else if (NumberOfQuietly(p, n)) {
-                GenericSample(p.PropertyID, typed, n);
+                GenericSample(p.PropertyID, identity, n);
             }
         }
     }
@@ -510,10 +510,10 @@ private:
         }
     }
 
-    void GenericSample(int id, const std::string& typed, const Number& n) {
+    void GenericSample(int id, const std::string& identity, const Number& n) {
         const char* name = PropertyName(id);
         if (name == nullptr) {
-            std::string labels = typed;
+            std::string labels = identity;
             AddLabel(labels, "property", std::to_string(id));
             Sample(m_Page.Get("pi_property_unnamed",
                               "A number property whose id has no name, by its id."),
@@ -531,7 +531,7 @@ private:
             const std::string help = "Property " + std::string(name) + " as a number.";
             f = &m_Page.Get(family, help.c_str());
         }
-        Sample(*f, typed, n);
+        Sample(*f, identity, n);
     }
 
     void WriteLogicalDrive(const CLogicalDrive& drive, size_t index,
@@ -582,7 +582,7 @@ private:
                                     "Hot spares the logical drive can use, global or dedicated.");
         Sample(spares, identity, "spare", "global", static_cast<double>(drive.GHS.size()));
         Sample(spares, identity, "spare", "dedicated", static_cast<double>(drive.DHS.size()));
-        WriteProperties(kind, drive.Properties, typed, identity);
+        WriteProperties(kind, drive.Properties, identity);
     }
 
     static double UnitFactor(_UNITS units) {
