@@ -6,6 +6,7 @@
 #include "Inventory.h"
 
 #include <PI/Interchange.h>
+#include <PI/Metrics.h>
 
 #include <benchmark/benchmark.h>
 #include <msgpack.hpp>
@@ -44,6 +45,19 @@ void Counters(benchmark::State& state, size_t bytes) {
         benchmark::Counter(static_cast<double>(bench::TheInventory().properties),
                            benchmark::Counter::kIsIterationInvariantRate);
     state.counters["bytes"] = static_cast<double>(bytes);
+}
+
+// ---- Prometheus metrics of the same inventory ----
+
+void MetricsPage(benchmark::State& state) {
+    const PI::COperation& operation = bench::TheInventory().operation;
+    std::string out;
+    for (auto _ : state) {
+        out.clear();
+        PI::WriteMetrics(operation, out);
+        benchmark::DoNotOptimize(out.data());
+    }
+    Counters(state, out.size());
 }
 
 // ---- JSON ----
@@ -193,6 +207,7 @@ void PackDecodeNlohmann(benchmark::State& state) {
 }
 
 BENCHMARK(JsonEncode)->Name("interchange/json_encode")->Unit(benchmark::kMicrosecond);
+BENCHMARK(MetricsPage)->Name("interchange/metrics_page")->Unit(benchmark::kMicrosecond);
 BENCHMARK(JsonEncodeWriterAlone)
     ->Name("interchange/json_encode_rapidjson_writer")
     ->Unit(benchmark::kMicrosecond);
@@ -225,6 +240,8 @@ BENCHMARK(PackDecodeNlohmann)
     ->Unit(benchmark::kMicrosecond);
 
 [[maybe_unused]] const int kInterchangeRows[] = {
+    bench::AddComparison({"interchange", "Prometheus metrics vs JSON encode, same inventory",
+                          "interchange/metrics_page", "interchange/json_encode", 1.5}),
     bench::AddComparison({"interchange", "JSON decode vs RapidJSON bare SAX parse",
                           "interchange/json_decode", "interchange/json_decode_rapidjson_sax", 2.0}),
     bench::AddComparison({"interchange", "JSON decode vs nlohmann-json DOM parse",

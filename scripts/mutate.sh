@@ -221,6 +221,30 @@ mutant platform/src/IniFile.cpp \
 mutant platform/src/IniFile.cpp \
   'RemoveStaleTemps(directory, name);' 'static_cast<void>(&RemoveStaleTemps);'
 
+# ---- Metrics and the check plugin ----
+mutant Src/Monitoring/Exposition.cpp \
+  "if (length == 1 && (*c == '\\\\' || *c == '\"'))" "if (length == 1 && *c == '\\\\')"
+mutant Src/Monitoring/Exposition.cpp \
+  "return c == '\\\\' || c == '\"' || c == '\\n' ||" "return c == '\\\\' || c == '\"' ||"
+mutant Src/Monitoring/Exposition.cpp \
+  '[&out] { out += kReplacement; });' '[] {});'
+mutant Src/Monitoring/Exposition.cpp \
+  'out += "NaN";' 'out += "nan";'
+mutant Src/Monitoring/Metrics.cpp \
+  'if (mark == m_Round)' 'if (mark == m_Round && false)'
+mutant Src/Monitoring/Metrics.cpp \
+  'if (seen.insert(object.ObjectID).second)' 'if (seen.insert(object.ObjectID).second || true)'
+mutant Src/Monitoring/Metrics.cpp \
+  'const bool current = value == name.value;' 'const bool current = value != name.value;'
+mutant Src/Monitoring/Metrics.cpp \
+  'static_cast<double>(drive.GHS.size())' 'static_cast<double>(drive.DHS.size())'
+mutant Src/Monitoring/Check.cpp \
+  'const bool within = value >= Start && value <= End;' 'const bool within = value > Start && value <= End;'
+mutant Src/Monitoring/Check.cpp \
+  'if (hasCritical && critical.Alerts(value))' 'if (hasCritical && !critical.Alerts(value))'
+mutant Src/Monitoring/Check.cpp \
+  'values[failed ? DRIVES_FAILED : DRIVES_WARNING] += 1;' 'values[failed ? DRIVES_WARNING : DRIVES_FAILED] += 1;'
+
 count=${#FILES[@]}
 
 # Replaces the anchor of mutant $1 in its file; exit 3 when it is not there

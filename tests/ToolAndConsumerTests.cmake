@@ -3,7 +3,7 @@
 # tree must hold none of the tests' API.
 
 if(TARGET pitool)
-  foreach(name test_pitool test_pitool_record test_pitool_cli test_pitool_show)
+  foreach(name test_pitool test_pitool_record test_pitool_cli test_pitool_show test_pitool_monitoring)
     add_executable(${name} ${CMAKE_CURRENT_LIST_DIR}/tool/${name}.cpp
                            ${CMAKE_CURRENT_LIST_DIR}/tool/RunProgram.cpp)
     target_link_libraries(${name} PRIVATE pi_test_support GTest::gtest GTest::gtest_main GTest::gmock

@@ -1,7 +1,7 @@
 # Type stubs of the compiled part of the pi package.
 import os
-from typing import (Any, Dict, Iterable, Iterator, List, MutableSequence, Optional, Tuple,
-                    Type, TypeVar, Union, overload)
+from typing import (Any, Dict, Iterable, Iterator, List, Mapping, MutableSequence, Optional,
+                    Tuple, Type, TypeVar, Union, overload)
 
 from ._identifiers import Health, ObjectType, PropertyID, Severity, Units, ValueType
 from ._values import Range, SenseData, Selection, XmlText
@@ -350,3 +350,7 @@ class CConfigFile:
     def items(self, section: Optional[str] = ...) -> List[Tuple[str, str]]: ...
     def sections(self) -> List[str]: ...
     def read_all(self) -> Dict[str, List[Tuple[str, str]]]: ...
+
+def get_metrics(operation: COperation) -> str: ...
+def check(operation: COperation, warning: Mapping[str, str] = ...,
+          critical: Mapping[str, str] = ...) -> Tuple[int, str, List[str]]: ...

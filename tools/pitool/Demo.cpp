@@ -2,6 +2,7 @@
 #include "Commands.h"
 
 #include <RVX/Application.h>
+#include <algorithm>
 
 #include <CLI/CLI.hpp>
 
@@ -24,7 +25,31 @@ struct Step {
     std::string title; // starts a new section when not empty
     std::vector<std::string> args;
     int expected = EXIT_OK;
+    // For a long page: only its lines that contain one of these are shown.
+    std::vector<std::string> excerpt = {};
 };
+
+// The lines of `page` that contain one of `keys`, with a mark where lines
+// were left out.
+std::string Excerpt(const std::string& page, const std::vector<std::string>& keys) {
+    std::string shown;
+    bool skipped = false;
+    for (size_t start = 0; start < page.size();) {
+        const size_t end = std::min(page.find('\n', start), page.size());
+        const std::string line = page.substr(start, end - start);
+        start = end + 1;
+        const bool keep = std::any_of(keys.begin(), keys.end(), [&](const std::string& key) {
+            return line.find(key) != std::string::npos;
+        });
+        if (keep) {
+            shown += (skipped ? "...\n" : "") + line + "\n";
+            skipped = false;
+        } else {
+            skipped = true;
+        }
+    }
+    return shown + (skipped ? "...\n" : "");
+}
 
 bool IsExamplesDir(const fs::path& dir) {
     boost::system::error_code error;
@@ -144,6 +169,14 @@ std::vector<Step> Tour(const fs::path& examples, const std::string& ini) {
         {"",
          {"record", "diff", "--all", at("inventory-before.json"), at("inventory-after.json")},
          EXIT_NOT_FOUND},
+        {"Monitoring: the failed drive in the Prometheus metrics (an excerpt), and the check "
+         "plugin's line; exit status 2 is CRITICAL",
+         {"metrics", at("inventory-after.json")},
+         EXIT_OK,
+         {"# TYPE pi_health", "id=\"4098\",slot=\"2\",serial=\"ZC100019\",health=\"critical\"",
+          "# TYPE pi_physical_drive_state", "serial=\"ZC100019\",state=\"PD_STATE_FAILED\"",
+          "# TYPE pi_logical_drive_spares", "pi_logical_drive_spares{"}},
+        {"", {"check", "-v", at("inventory-after.json")}, 2},
     };
 }
 
@@ -194,7 +227,8 @@ Result RunDemo(const DemoArgs& args) {
         try {
             Result step_result = Dispatch(step.args, call, help);
             status = step_result.status;
-            result.text += step_result.text;
+            result.text += step.excerpt.empty() ? step_result.text + step_result.raw
+                                                : Excerpt(step_result.raw, step.excerpt);
             if (!step_result.note.empty()) {
                 result.text += "(" + step_result.note + ")\n";
             }

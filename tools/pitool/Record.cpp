@@ -2,6 +2,7 @@
 // told apart by their first byte): shown for a person, compared, patched and
 // converted.
 #include "Commands.h"
+#include "RecordFile.h"
 #include "RecordShow.h"
 
 #include <PI/Diff.h>
@@ -211,8 +212,8 @@ mode_t NewFileMode() {
     return 0666 & ~mask;
 }
 
-// Writes `bytes` to `path` whole or not at all: a temporary file beside it,
-// flushed, then renamed over it.
+} // namespace
+
 void WriteFileAtomically(const std::string& path, const std::string& bytes) {
     const size_t slash = path.rfind('/');
     std::string temp =
@@ -238,6 +239,12 @@ void WriteFileAtomically(const std::string& path, const std::string& bytes) {
         Fail("cannot write " + Quote(path) + ": " + std::strerror(why));
     }
 }
+
+PI::AnyRecord ReadRecordFile(const std::string& path) {
+    return ReadRecord(path).record;
+}
+
+namespace {
 
 // A record for the caller: into `path` when given; MessagePack is binary and
 // never goes to a terminal.

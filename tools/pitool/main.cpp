@@ -56,6 +56,11 @@ int main(int argc, char** argv) {
         }
         return result.status;
     } catch (const ToolError& e) {
+        // A check plugin answers bad usage as UNKNOWN, on its one line.
+        if (call.command == "check") {
+            std::cout << "PI UNKNOWN - " << OneLine(e.what()) << '\n';
+            return 3;
+        }
         std::cerr << prefix() << OneLine(e.what()) << '\n';
         return e.Status();
     } catch (const std::bad_alloc&) {
