@@ -31,6 +31,7 @@ void AddLdCommand(CLI::App& app, Invocation& call);
 void AddConfigCommand(CLI::App& app, Invocation& call);
 void AddDemoCommand(CLI::App& app, Invocation& call);
 void AddRecordCommand(CLI::App& app, Invocation& call);
+void AddRedfishCommand(CLI::App& app, Invocation& call);
 
 // Adds a subcommand with a one-line summary (for the list of subcommands) and
 // details (for its --help), gives it --json, and records its name when it is

@@ -35,6 +35,7 @@ Result Dispatch(const std::vector<std::string>& args, Invocation& call, std::str
     AddLdCommand(app, call);
     AddConfigCommand(app, call);
     AddRecordCommand(app, call);
+    AddRedfishCommand(app, call);
     AddDemoCommand(app, call);
 
     // CLI11 takes the arguments last first.
