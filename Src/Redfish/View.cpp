@@ -503,9 +503,6 @@ private:
             json.Number("TotalCacheSizeMiB", *memory / (1024 * 1024));
             json.End();
         }
-        json.BeginObject("Links");
-        json.Link("Storage", StorageUri(a));
-        json.End();
         Oem(json, *a.object, TextOf(p, ADAPTER_STATUS));
         json.End();
         Emit(uri, json);
