@@ -11,6 +11,15 @@ if(TARGET pitool AND PI_SYSTEM_PYTHON3)
   add_test(NAME redfish.schemas
     COMMAND ${PI_SYSTEM_PYTHON3} ${CMAKE_CURRENT_LIST_DIR}/check_schemas.py
             ${PI_REDFISH_SCHEMA_DIR} $<TARGET_FILE:pitool>
-            $<TARGET_FILE:redfish_random_inventory> ${PROJECT_SOURCE_DIR}/examples 12)
+            $<TARGET_FILE:redfish_random_inventory> ${PROJECT_SOURCE_DIR}/examples 8)
   set_tests_properties(redfish.schemas PROPERTIES TIMEOUT 120 SKIP_RETURN_CODE 77)
+endif()
+
+if(TARGET pitool AND PI_SYSTEM_PYTHON3)
+  foreach(mode redfishtool hostile)
+    add_test(NAME redfish.service_${mode}
+      COMMAND ${PI_SYSTEM_PYTHON3} ${CMAKE_CURRENT_LIST_DIR}/check_service.py
+              $<TARGET_FILE:pitool> ${PROJECT_SOURCE_DIR}/examples ${mode})
+    set_tests_properties(redfish.service_${mode} PROPERTIES TIMEOUT 120 SKIP_RETURN_CODE 77)
+  endforeach()
 endif()

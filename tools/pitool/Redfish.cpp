@@ -18,6 +18,8 @@ struct RedfishArgs {
     std::string file;
     std::string directory;
     std::string listen = "127.0.0.1:8000";
+    int readTimeout = 10;
+    size_t maxConnections = 64;
 };
 
 Result WriteMockup(const RedfishArgs& args) {
@@ -76,11 +78,21 @@ void AddRedfishCommand(CLI::App& app, Invocation& call) {
     serve->add_option("file", args->file, "Inventory record file")->required();
     serve->add_option("--listen", args->listen, "ADDRESS:PORT (port 0: any free one)")
         ->capture_default_str();
+    serve->add_option("--read-timeout", args->readTimeout, "Seconds a client has for a request")
+        ->check(CLI::Range(1, 3600))
+        ->capture_default_str();
+    serve
+        ->add_option("--max-connections", args->maxConnections,
+                     "Connections served at once; more are answered 503")
+        ->check(CLI::Range(1, 10000))
+        ->capture_default_str();
     serve->preparse_callback([&call](size_t) { call.command = "redfish serve"; });
     serve->callback([&call, args] {
         call.run = [args] {
             ServeOptions options;
             options.file = args->file;
+            options.readTimeoutSeconds = args->readTimeout;
+            options.maxConnections = args->maxConnections;
             ParseListen(args->listen, options);
             ServeRedfish(options);
             return Result{};

@@ -189,6 +189,7 @@ public:
     }
 
     size_t& Connections() { return m_Connections; }
+    const ServeOptions& Options() const { return m_Options; }
 
     void Run() {
         beast::error_code ec;
@@ -292,7 +293,7 @@ private:
         m_Parser.emplace();
         m_Parser->header_limit(SERVE_HEADER_LIMIT);
         m_Parser->body_limit(SERVE_BODY_LIMIT);
-        m_Stream.expires_after(std::chrono::seconds(SERVE_READ_TIMEOUT_SECONDS));
+        m_Stream.expires_after(std::chrono::seconds(m_Server.Options().readTimeoutSeconds));
         http::async_read(
             m_Stream, m_Buffer, *m_Parser,
             [self = shared_from_this()](beast::error_code ec, size_t) { self->OnRead(ec); });
@@ -355,7 +356,7 @@ private:
 
     void Send(Response res) {
         auto response = std::make_shared<Response>(std::move(res));
-        m_Stream.expires_after(std::chrono::seconds(SERVE_READ_TIMEOUT_SECONDS));
+        m_Stream.expires_after(std::chrono::seconds(m_Server.Options().readTimeoutSeconds));
         http::async_write(m_Stream, *response,
                           [self = shared_from_this(), response](beast::error_code ec, size_t) {
                               if (ec || !response->keep_alive())
@@ -381,7 +382,7 @@ void Server::Accept() {
         if (ec == asio::error::operation_aborted || !m_Acceptor.is_open())
             return;
         if (!ec) {
-            const bool refused = m_Connections >= SERVE_MAX_CONNECTIONS;
+            const bool refused = m_Connections >= m_Options.maxConnections;
             std::make_shared<Session>(std::move(socket), *this)->Start(refused);
         }
         Accept();

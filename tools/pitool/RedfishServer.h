@@ -19,15 +19,15 @@ struct ServeOptions {
     std::string file;
     std::string address = "127.0.0.1";
     std::uint16_t port = 8000;
+    int readTimeoutSeconds = 10; // for a whole request; then the connection is closed
+    size_t maxConnections = 64;  // more get 503 and are closed
 };
 
 // The service's limits (docs/redfish.md).
-constexpr size_t SERVE_HEADER_LIMIT = 8192;    // request line and headers: 431 beyond
-constexpr size_t SERVE_TARGET_LIMIT = 2048;    // request target: 414 beyond
-constexpr size_t SERVE_BODY_LIMIT = 4096;      // a body (only ever refused with 405)
-constexpr size_t SERVE_MAX_CONNECTIONS = 64;   // more get 503 and are closed
-constexpr int SERVE_READ_TIMEOUT_SECONDS = 10; // for a whole request
-constexpr int SERVE_WATCH_MILLISECONDS = 500;  // how often the file is looked at
+constexpr size_t SERVE_HEADER_LIMIT = 8192;   // request line and headers: 431 beyond
+constexpr size_t SERVE_TARGET_LIMIT = 2048;   // request target: 414 beyond
+constexpr size_t SERVE_BODY_LIMIT = 4096;     // a body (only ever refused with 405)
+constexpr int SERVE_WATCH_MILLISECONDS = 500; // how often the file is looked at
 
 // Serves until SIGTERM or SIGINT; prints "listening on ADDRESS:PORT" on
 // standard output once it accepts connections. Throws ToolError when the
