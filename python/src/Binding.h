@@ -19,6 +19,7 @@ void RegisterRecords(py::module_& m);
 void RegisterConfig(py::module_& m);
 void RegisterInterchange(py::module_& m);
 void RegisterDiff(py::module_& m);
+void RegisterRedfish(py::module_& m);
 void RegisterTesting(py::module_& m);
 
 // A class that another area registered, to add methods to it: the

@@ -15,6 +15,7 @@ PYBIND11_MODULE(_core, m) {
     // Areas that extend the record classes register after them.
     pibind::RegisterInterchange(m);
     pibind::RegisterDiff(m);
+    pibind::RegisterRedfish(m);
 #if defined(PI_WITH_TEST_HOOKS)
     pibind::RegisterTesting(m); // pi._core._testing, in a build for the tests only
 #endif
