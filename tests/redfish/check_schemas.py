@@ -21,17 +21,21 @@ def skip(why):
     sys.exit(SKIP)
 
 
-def load_store(folder):
-    store = {}
-    for name in os.listdir(folder):
-        if name.endswith(".json"):
-            with open(os.path.join(folder, name), encoding="utf-8") as f:
-                schema = json.load(f)
-            # Every reference names a DMTF address; the file is its last part.
-            store["http://redfish.dmtf.org/schemas/v1/" + name] = schema
-            if "$id" in schema:
-                store[schema["$id"]] = schema
-    return store
+def local_loader(folder):
+    """Reads a schema by its DMTF address from the folder (the address's last
+    part is the file name), each file once; never fetches anything."""
+    loaded = {}
+
+    def load(address):
+        name = address.split("#")[0].rsplit("/", 1)[-1]
+        if name not in loaded:
+            path = os.path.join(folder, name)
+            if not os.path.isfile(path):
+                return None
+            with open(path, encoding="utf-8") as f:
+                loaded[name] = json.load(f)
+        return loaded[name]
+    return load
 
 
 def links(value, out):
@@ -53,7 +57,14 @@ def main():
         import jsonschema
     except ImportError:
         skip("python3-jsonschema is not installed (scripts/install-deps.sh)")
-    store = load_store(schema_dir)
+    load = local_loader(schema_dir)
+
+    class LocalResolver(jsonschema.RefResolver):
+        def resolve_remote(self, uri):
+            document = load(uri)
+            if document is None:
+                raise jsonschema.RefResolutionError("%s is not in %s" % (uri, schema_dir))
+            return document
     validators = {}
     failures, checked, unavailable = [], 0, {}
     with tempfile.TemporaryDirectory() as scratch:
@@ -93,18 +104,18 @@ def main():
                 else:
                     failures.append("%s %s: @odata.type %r" % (where, uri, kind))
                     continue
-                if address not in store:
+                document = load(address)
+                if document is None:
                     unavailable[kind] = unavailable.get(kind, 0) + 1
                     continue
                 key = (address, parts[-1])
                 if key not in validators:
-                    document = store[address]
                     definition = document.get("definitions", {}).get(parts[-1])
                     if definition is None:
                         failures.append("%s %s: %s has no definition %s" % (where, uri, address, parts[-1]))
                         continue
                     validators[key] = jsonschema.Draft7Validator(
-                        definition, resolver=jsonschema.RefResolver(address, document, store=store))
+                        definition, resolver=LocalResolver(address, document))
                 errors = sorted(validators[key].iter_errors(resource), key=str)
                 checked += 1
                 for error in errors[:3]:
