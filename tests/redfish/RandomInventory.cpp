@@ -25,20 +25,17 @@ public:
         COperation op;
         const _OBJECT_TYPE adapterTypes[] = {OBJECT_TYPE_ADAPTER_1, OBJECT_TYPE_ADAPTER_5,
                                              OBJECT_TYPE_ADAPTER_8};
-        const size_t adapters = 1 + m_Gen.Below(3);
-        for (size_t i = 0; i < adapters; ++i)
+        for (size_t i = 1 + m_Gen.Below(3); i > 0; --i)
             op.Objects.push_back(
                 Object(Id(), adapterTypes[m_Gen.Below(3)], {},
                        {ADAPTER_NAME, ADAPTER_VENDOR, ADAPTER_PRODUCT, ADAPTER_SERIAL_NUMBER,
                         ADAPTER_FIRMWARE_VERSION, ADAPTER_MEMORY_SIZE, ADAPTER_STATUS}));
         if (m_Gen.Below(3) == 0)
             op.Objects.push_back(Object(Id(), OBJECT_TYPE_SYSTEM, {}, {SYSTEM_NAME}));
-        const size_t enclosures = m_Gen.Below(3);
-        for (size_t i = 0; i < enclosures; ++i)
+        for (size_t i = m_Gen.Below(3); i > 0; --i)
             op.Objects.push_back(Object(Id(), OBJECT_TYPE_ENCLOSURE, Parents(op), {}));
         std::vector<unsigned long long> drives;
-        const size_t count = m_Gen.Below(12);
-        for (size_t i = 0; i < count; ++i) {
+        for (size_t i = m_Gen.Below(12); i > 0; --i) {
             op.Objects.push_back(
                 Object(Id(), OBJECT_TYPE_PHYSICAL_DRIVE, Parents(op),
                        {PHYSICAL_DRIVE_NAME, PHYSICAL_DRIVE_STATUS, PHYSICAL_DRIVE_MEDIA_TYPE,
@@ -58,10 +55,8 @@ public:
                 CProperty name(TASK_NAME, false);
                 name.SetValue(std::string(names[m_Gen.Below(4)]));
                 CProperty status(TASK_STATUS, false);
-                if (m_Gen.Bool())
-                    status.SetValue(std::string("Running"));
-                else
-                    status.SetValue(m_Gen.I32(), m_Gen.I32(), m_Gen.I32(), 1);
+                m_Gen.Bool() ? status.SetValue(std::string("Running"))
+                             : status.SetValue(m_Gen.I32(), m_Gen.I32(), m_Gen.I32(), 1);
                 task.Properties = {name, status};
             }
             CProperty target(TASK_OBJECT, false);
@@ -104,7 +99,7 @@ private:
         return ids[m_Gen.Below(ids.size())];
     }
 
-    // Any objects made so far, a dangling id, or none.
+    // The first object (an adapter), any object made so far, or a dangling id.
     std::vector<unsigned long long> Parents(const COperation& op) {
         std::vector<unsigned long long> parents;
         for (size_t i = 1 + m_Gen.Below(2); i > 0 && !op.Objects.empty(); --i) {

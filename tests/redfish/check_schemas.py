@@ -1,126 +1,94 @@
 #!/usr/bin/python3
-"""Every resource of the Redfish view against DMTF's JSON schema that its
-own @odata.type names, for the example inventories and seeded random ones.
-The view's links must name resources of the same tree.
-
-  check_schemas.py SCHEMA_DIR PITOOL RANDOM_INVENTORY EXAMPLES_DIR SEEDS
-
-Exits 77 (skipped) saying why when the schemas or python3-jsonschema are
-missing."""
+"""Each resource of the Redfish view of the example and seeded random
+inventories against the DMTF schema its @odata.type names; links must name
+resources of the same tree. Exits 77 saying why when the schemas or
+python3-jsonschema are missing.
+  check_schemas.py SCHEMA_DIR PITOOL RANDOM_INVENTORY EXAMPLES_DIR SEEDS"""
 import json
 import os
 import subprocess
 import sys
 import tempfile
 
-SKIP = 77
+
+def mockup_tree(pitool, inventory, out):
+    """pitool's mockup of an inventory as {URI: resource}."""
+    subprocess.run([pitool, "redfish", inventory, "-o", out], check=True, timeout=30,
+                   stdout=subprocess.DEVNULL)
+    tree = {}
+    for folder, _, files in os.walk(out):
+        if "index.json" in files:
+            with open(os.path.join(folder, "index.json"), encoding="utf-8") as f:
+                tree["/" + os.path.relpath(folder, out)] = json.load(f)
+    return tree
 
 
-def skip(why):
-    print("SKIPPED: " + why)
-    sys.exit(SKIP)
-
-
-def local_loader(folder):
-    """Reads a schema by its DMTF address from the folder (the address's last
-    part is the file name), each file once; never fetches anything."""
-    loaded = {}
-
-    def load(address):
-        name = address.split("#")[0].rsplit("/", 1)[-1]
-        if name not in loaded:
-            path = os.path.join(folder, name)
-            if not os.path.isfile(path):
-                return None
-            with open(path, encoding="utf-8") as f:
-                loaded[name] = json.load(f)
-        return loaded[name]
-    return load
-
-
-def links(value, out):
+def links(value):
     if isinstance(value, dict):
         if set(value) == {"@odata.id"}:
-            out.append(value["@odata.id"])
-        for member in value.values():
-            links(member, out)
-    elif isinstance(value, list):
-        for member in value:
-            links(member, out)
+            yield value["@odata.id"]
+        value = list(value.values())
+    for member in value if isinstance(value, list) else []:
+        yield from links(member)
 
 
 def main():
     schema_dir, pitool, generator, examples, seeds = sys.argv[1:6]
     if not os.path.isdir(schema_dir):
-        skip("no Redfish schemas at %s (../shared/data beside the checkout)" % schema_dir)
+        print("SKIPPED: no Redfish schemas at %s (../shared/data beside the checkout)" % schema_dir)
+        return 77
     try:
         import jsonschema
     except ImportError:
-        skip("python3-jsonschema is not installed (scripts/install-deps.sh)")
-    load = local_loader(schema_dir)
+        print("SKIPPED: python3-jsonschema is not installed (scripts/install-deps.sh)")
+        return 77
+    loaded = {}
+
+    def load(address):  # a DMTF address is read from the folder, never fetched
+        name = address.split("#")[0].rsplit("/", 1)[-1]
+        path = os.path.join(schema_dir, name)
+        if name not in loaded and os.path.isfile(path):
+            with open(path, encoding="utf-8") as f:
+                loaded[name] = json.load(f)
+        return loaded.get(name)
 
     class LocalResolver(jsonschema.RefResolver):
         def resolve_remote(self, uri):
-            document = load(uri)
-            if document is None:
+            if load(uri) is None:
                 raise jsonschema.RefResolutionError("%s is not in %s" % (uri, schema_dir))
-            return document
-    validators = {}
-    failures, checked, unavailable = [], 0, {}
+            return load(uri)
+
+    validators, failures, checked, unavailable = {}, [], 0, {}
     with tempfile.TemporaryDirectory() as scratch:
-        inventories = [os.path.join(examples, n)
-                       for n in ("inventory-before.json", "inventory-after.json")]
+        inventories = [os.path.join(examples, "inventory-%s.json" % n) for n in ("before", "after")]
         for seed in range(int(seeds)):
-            path = os.path.join(scratch, "random-%d.json" % seed)
-            subprocess.run([generator, str(seed), path], check=True, timeout=30)
-            inventories.append(path)
+            inventories.append(os.path.join(scratch, "random-%d.json" % seed))
+            subprocess.run([generator, str(seed), inventories[-1]], check=True, timeout=30)
         for index, inventory in enumerate(inventories):
-            out = os.path.join(scratch, "mockup-%d" % index)
-            subprocess.run([pitool, "redfish", inventory, "-o", out], check=True,
-                           timeout=30, stdout=subprocess.DEVNULL)
-            tree = {}
-            for folder, _, files in os.walk(out):
-                if "index.json" in files:
-                    uri = "/" + os.path.relpath(folder, out)
-                    with open(os.path.join(folder, "index.json"), encoding="utf-8") as f:
-                        tree[uri] = json.load(f)
+            tree = mockup_tree(pitool, inventory, os.path.join(scratch, "mockup-%d" % index))
             where = os.path.basename(inventory)
             if "/redfish/v1" not in tree:
                 failures.append("%s: no service root" % where)
             for uri, resource in sorted(tree.items()):
                 if resource.get("@odata.id") != uri:
                     failures.append("%s %s: @odata.id is %r" % (where, uri, resource.get("@odata.id")))
-                found = []
-                links(resource, found)
-                for target in found:
-                    if target != uri and target not in tree:
-                        failures.append("%s %s: link to missing %s" % (where, uri, target))
+                failures += ["%s %s: link to missing %s" % (where, uri, target)
+                             for target in links(resource) if target not in tree]
                 kind = resource.get("@odata.type", "")
-                parts = kind.lstrip("#").split(".")
-                if len(parts) == 3:
-                    address = "http://redfish.dmtf.org/schemas/v1/%s.%s.json" % (parts[0], parts[1])
-                elif len(parts) == 2:
-                    address = "http://redfish.dmtf.org/schemas/v1/%s.json" % parts[0]
-                else:
+                name, _, definition = kind.lstrip("#").rpartition(".")
+                address = "http://redfish.dmtf.org/schemas/v1/%s.json" % name
+                document = load(address) if name else None
+                if not name:
                     failures.append("%s %s: @odata.type %r" % (where, uri, kind))
-                    continue
-                document = load(address)
-                if document is None:
+                elif document is None:
                     unavailable[kind] = unavailable.get(kind, 0) + 1
                     continue
-                key = (address, parts[-1])
-                if key not in validators:
-                    definition = document.get("definitions", {}).get(parts[-1])
-                    if definition is None:
-                        failures.append("%s %s: %s has no definition %s" % (where, uri, address, parts[-1]))
-                        continue
-                    validators[key] = jsonschema.Draft7Validator(
-                        definition, resolver=LocalResolver(address, document))
-                errors = sorted(validators[key].iter_errors(resource), key=str)
+                if (address, definition) not in validators:
+                    validators[address, definition] = jsonschema.Draft7Validator(
+                        document["definitions"][definition], resolver=LocalResolver(address, document))
                 checked += 1
-                for error in errors[:3]:
-                    failures.append("%s %s: %s at %s" % (where, uri, error.message,
-                                                         "/".join(map(str, error.absolute_path))))
+                failures += ["%s %s: %s at %s" % (where, uri, e.message, "/".join(map(str, e.absolute_path)))
+                             for e in validators[address, definition].iter_errors(resource)]
     for kind, count in sorted(unavailable.items()):
         print("NOT CHECKED: %d resources of %s: its schema is not in %s" % (count, kind, schema_dir))
     print("%d resources of %d inventories valid against their schemas" % (checked, len(inventories)))
