@@ -12,11 +12,8 @@ void RegisterRedfish(py::module_& m) {
     m.def(
         "redfish_view",
         [](const PI::COperation& inventory) {
-            std::vector<PI::CRedfishResource> view;
-            {
-                py::gil_scoped_release unlocked;
-                view = PI::MakeRedfishView(inventory);
-            }
+            // The GIL stays held: another thread may be changing the record.
+            const std::vector<PI::CRedfishResource> view = PI::MakeRedfishView(inventory);
             py::object loads = py::module_::import("json").attr("loads");
             py::dict out;
             for (const PI::CRedfishResource& r : view)
