@@ -152,6 +152,22 @@ mutant Src/Objects/PropertyRead.cpp \
 mutant Src/Objects/PropertyRead.cpp \
   'value = Word<std::uint32_t>(Data) != 0;' 'value = Word<std::uint32_t>(Data) == 0;'
 
+# ---- Redfish view ----
+mutant Src/Redfish/View.cpp \
+  'm_Spares.emplace(spare, "Global");' 'm_Spares.emplace(spare, "Dedicated");'
+mutant Src/Redfish/View.cpp \
+  'else if (spare != m_Spares.end() && !member)' 'else if (spare != m_Spares.end() && member)'
+mutant Src/Redfish/View.cpp \
+  'm_Scratch += "\xEF\xBF\xBD";' 'm_Scratch += text[at];'
+mutant Src/Redfish/View.cpp \
+  'return m_DriveAdapter.at(d) !=' 'return m_DriveAdapter.at(d) =='
+mutant Src/Redfish/View.cpp \
+  'return static_cast<int>(done * 100 /' 'return static_cast<int>(done * 101 /'
+mutant Src/Redfish/View.cpp \
+  'if (number && *number <= 100)' 'if (number)'
+mutant Src/Redfish/Tables.cpp \
+  '{5, "RAID5"}' '{5, "RAID6"}'
+
 count=${#FILES[@]}
 
 # Replaces the anchor of mutant $1 in its file; exit 3 when it is not there

@@ -9,6 +9,7 @@
 
 #include <PI/Interchange.h>
 
+#include <algorithm>
 #include <fstream>
 #include <iostream>
 #include <string>
@@ -27,7 +28,7 @@ public:
                                              OBJECT_TYPE_ADAPTER_8};
         for (size_t i = 1 + m_Gen.Below(3); i > 0; --i)
             op.Objects.push_back(
-                Object(Id(), adapterTypes[m_Gen.Below(3)], {},
+                Object(m_Gen.Below(4), adapterTypes[m_Gen.Below(3)], {}, // ids repeat
                        {ADAPTER_NAME, ADAPTER_VENDOR, ADAPTER_PRODUCT, ADAPTER_SERIAL_NUMBER,
                         ADAPTER_FIRMWARE_VERSION, ADAPTER_MEMORY_SIZE, ADAPTER_STATUS}));
         if (m_Gen.Below(3) == 0)
@@ -48,15 +49,20 @@ public:
             op.Objects.push_back(Object(Id(), OBJECT_TYPE_BATTERY, Parents(op),
                                         {BATTERY_NAME, BATTERY_VENDOR, BATTERY_SERIAL_NUMBER,
                                          BATTERY_STATUS, BATTERY_TYPE, BATTERY_VERSION}));
-        for (size_t i = m_Gen.Below(4); i > 0; --i) {
+        for (size_t i = 1 + m_Gen.Below(3); i > 0; --i) {
             CObject task = Object(Id(), OBJECT_TYPE_TASK, {}, {TASK_NAME, TASK_STATUS});
-            if (m_Gen.Bool()) {
+            if (m_Gen.Below(4) != 0) {
                 const char* names[] = {"Rebuild", " initialization ", "Consistency Check", "Copy"};
                 CProperty name(TASK_NAME, false);
                 name.SetValue(std::string(names[m_Gen.Below(4)]));
                 CProperty status(TASK_STATUS, false);
+                // A progress at either end of its range now and then.
+                int low = m_Gen.I32(), high = m_Gen.I32();
+                if (low > high)
+                    std::swap(low, high);
+                const int value = m_Gen.Bool() ? high : m_Gen.Below(2) ? low : m_Gen.I32();
                 m_Gen.Bool() ? status.SetValue(std::string("Running"))
-                             : status.SetValue(m_Gen.I32(), m_Gen.I32(), m_Gen.I32(), 1);
+                             : status.SetValue(value, low, high, 1);
                 task.Properties = {name, status};
             }
             CProperty target(TASK_OBJECT, false);
@@ -93,7 +99,7 @@ public:
 
 private:
     // Mostly small ids, so that some repeat.
-    unsigned long long Id() { return m_Gen.Below(4) == 0 ? m_Gen.U64() : m_Gen.Below(40); }
+    unsigned long long Id() { return m_Gen.Below(4) == 0 ? m_Gen.U64() : m_Gen.Below(16); }
 
     unsigned long long Pick(const std::vector<unsigned long long>& ids) {
         return ids[m_Gen.Below(ids.size())];

@@ -1,11 +1,7 @@
 #!/usr/bin/python3
-"""`pitool redfish serve` on a free loopback port; every wait is bounded and
-SIGTERM must stop it with status 0.
-  check_service.py PITOOL EXAMPLES_DIR redfishtool  Debian's redfishtool reads the
-      root, system, storage, drives and volumes: the mockup's resources; a
-      rewritten file is served.
-  check_service.py PITOOL EXAMPLES_DIR hostile      raw sockets send what a hostile
-      client would; each answer is checked, and that it still serves after."""
+"""`pitool redfish serve` on a free loopback port, read by Debian's redfishtool
+or by a hostile raw-socket client; bounded waits; SIGTERM must stop it.
+  check_service.py PITOOL EXAMPLES_DIR redfishtool|hostile"""
 import json
 import os
 import select
@@ -47,14 +43,12 @@ class Service:
         try:
             status = self.process.wait(timeout=5)
         except subprocess.TimeoutExpired:
-            self.process.kill()
-            status = self.process.wait()
+            status = self.process.kill() or "still running"
         check(status == 0, "SIGTERM stops the service with status 0 (got %r)" % status)
 
 
 def exchange(port, data, timeout=5.0, shut=False):
-    """All that comes back for `data` until the peer closes; None when it
-    does not within `timeout`."""
+    """What comes back until the peer closes; None if not within `timeout`."""
     with socket.create_connection(("127.0.0.1", port), timeout=timeout) as s:
         s.sendall(data)
         if shut:
@@ -63,14 +57,11 @@ def exchange(port, data, timeout=5.0, shut=False):
         while time.monotonic() < deadline:
             try:
                 chunk = s.recv(65536)
-            except socket.timeout:
-                return None
-            except ConnectionResetError:
-                return answer
+            except (socket.timeout, ConnectionResetError) as e:
+                return None if isinstance(e, socket.timeout) else answer
             if not chunk:
                 return answer
             answer += chunk
-        return None
 
 
 def parse(answer):
@@ -86,8 +77,7 @@ def request(port, method, target, extra=b"", body=b""):
 
 
 def redfishtools(service, *calls):
-    """redfishtool once per argument list, all at once (each run starts an
-    interpreter); what each printed, as JSON."""
+    """The JSON of redfishtool runs, started together (each starts an interpreter)."""
     runs = [subprocess.Popen(["redfishtool", "-r", "127.0.0.1:%d" % service.port, "-A", "None",
                               "-S", "Never", "-T", "5"] + args, stdout=subprocess.PIPE, text=True)
             for args in calls]
@@ -178,9 +168,6 @@ def hostile(pitool, examples, scratch):
         for s in held:
             s.close()
         time.sleep(0.3)
-        answer = exchange(port, b"GET /redfish/v1 HTTP/1.1\r\nHost: x\r\n\r\n" * 2 +
-                          b"GET /redfish/v1/Systems HTTP/1.1\r\nHost: x\r\nConnection: close\r\n\r\n")
-        check(answer is not None and answer.count(b"HTTP/1.1 200 OK") == 3, "keep-alive serves 3")
         status, _, body = request(port, "GET", "/redfish/v1")
         check(status == 200 and json.loads(body) == root, "the service still serves afterwards")
     finally:
