@@ -163,8 +163,6 @@ mutant Src/Redfish/View.cpp \
   'return m_DriveAdapter.at(d) !=' 'return m_DriveAdapter.at(d) =='
 mutant Src/Redfish/View.cpp \
   'return static_cast<int>(done * 100 /' 'return static_cast<int>(done * 101 /'
-mutant Src/Redfish/View.cpp \
-  'if (number && *number <= 100)' 'if (number)'
 mutant Src/Redfish/Tables.cpp \
   '{5, "RAID5"}' '{5, "RAID6"}'
 

@@ -57,12 +57,12 @@ public:
                 name.SetValue(std::string(names[m_Gen.Below(4)]));
                 CProperty status(TASK_STATUS, false);
                 // A progress at either end of its range now and then.
-                int low = m_Gen.I32(), high = m_Gen.I32();
-                if (low > high)
-                    std::swap(low, high);
+                const auto [low, high] = std::minmax({m_Gen.I32(), m_Gen.I32()});
                 const int value = m_Gen.Bool() ? high : m_Gen.Below(2) ? low : m_Gen.I32();
-                m_Gen.Bool() ? status.SetValue(std::string("Running"))
-                             : status.SetValue(value, low, high, 1);
+                const size_t kind = m_Gen.Below(3); // a word, a range, any number
+                kind == 0   ? status.SetValue(std::string("Running"))
+                : kind == 1 ? status.SetValue(value, low, high, 1)
+                            : status.SetValue(static_cast<unsigned long long>(m_Gen.U64()));
                 task.Properties = {name, status};
             }
             CProperty target(TASK_OBJECT, false);
