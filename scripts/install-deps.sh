@@ -17,13 +17,15 @@ packages=(
   debootstrap lintian dpkg-dev
   rapidjson-dev libmsgpack-cxx-dev nlohmann-json3-dev python3-msgpack libsimdjson-dev
   prometheus prometheus-node-exporter python3-yaml  # promtool, the monitoring end-to-end test
+  python3-jsonschema redfishtool  # the Redfish view's tests: DMTF schemas, a Redfish client
+  wrk  # the Redfish service's load test (bench/)
 )
 
 # Only the host's CI stages use these: sanitizers and fuzzers with clang, the
 # i386 root, building and checking the Debian packages, the monitoring tests
 # against Prometheus (which the i386 run skips). PI_DEPS_BUILD_ONLY=1
 # (the i386 root) leaves them out.
-host_only=" clang libclang-rt-14-dev debootstrap lintian dpkg-dev prometheus prometheus-node-exporter "
+host_only=" clang libclang-rt-14-dev debootstrap lintian dpkg-dev prometheus prometheus-node-exporter wrk "
 if [ "${PI_DEPS_BUILD_ONLY:-0}" = 1 ]; then
   build_only=()
   for p in "${packages[@]}"; do

@@ -244,6 +244,19 @@ mutant Src/Monitoring/Check.cpp \
   'if (hasCritical && critical.Alerts(value))' 'if (hasCritical && !critical.Alerts(value))'
 mutant Src/Monitoring/Check.cpp \
   'values[failed ? DRIVES_FAILED : DRIVES_WARNING] += 1;' 'values[failed ? DRIVES_WARNING : DRIVES_FAILED] += 1;'
+# ---- Redfish view ----
+mutant Src/Redfish/View.cpp \
+  'm_Spares.emplace(spare, "Global");' 'm_Spares.emplace(spare, "Dedicated");'
+mutant Src/Redfish/View.cpp \
+  'else if (spare != m_Spares.end() && !member)' 'else if (spare != m_Spares.end() && member)'
+mutant Src/Redfish/View.cpp \
+  'm_Scratch += "\xEF\xBF\xBD";' 'm_Scratch += text[at];'
+mutant Src/Redfish/View.cpp \
+  'return m_DriveAdapter.at(d) !=' 'return m_DriveAdapter.at(d) =='
+mutant Src/Redfish/View.cpp \
+  'return static_cast<int>(done * 100 /' 'return static_cast<int>(done * 101 /'
+mutant Src/Redfish/Tables.cpp \
+  '{5, "RAID5"}' '{5, "RAID6"}'
 
 count=${#FILES[@]}
 

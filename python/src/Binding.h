@@ -23,6 +23,7 @@ void RegisterInterchange(py::module_& m);
 void RegisterDiff(py::module_& m);
 void RegisterQueries(py::module_& m);
 void RegisterMetrics(py::module_& m);
+void RegisterRedfish(py::module_& m);
 void RegisterTesting(py::module_& m);
 
 // A class that another area registered, to add methods to it: the

@@ -17,6 +17,7 @@ PYBIND11_MODULE(_core, m) {
     pibind::RegisterDiff(m);
     pibind::RegisterQueries(m);
     pibind::RegisterMetrics(m);
+    pibind::RegisterRedfish(m);
 #if defined(PI_WITH_TEST_HOOKS)
     pibind::RegisterTesting(m); // pi._core._testing, in a build for the tests only
 #endif

@@ -33,6 +33,7 @@ void AddDemoCommand(CLI::App& app, Invocation& call);
 void AddRecordCommand(CLI::App& app, Invocation& call);
 void AddMetricsCommand(CLI::App& app, Invocation& call);
 void AddCheckCommand(CLI::App& app, Invocation& call);
+void AddRedfishCommand(CLI::App& app, Invocation& call);
 
 // Adds a subcommand with a one-line summary (for the list of subcommands) and
 // details (for its --help), gives it --json, and records its name when it is

@@ -37,6 +37,7 @@ Result Dispatch(const std::vector<std::string>& args, Invocation& call, std::str
     AddRecordCommand(app, call);
     AddMetricsCommand(app, call);
     AddCheckCommand(app, call);
+    AddRedfishCommand(app, call);
     AddDemoCommand(app, call);
 
     // CLI11 takes the arguments last first.
