@@ -9,7 +9,7 @@
 #      in the same tree,
 #   3. the configuration suites built with clang and ThreadSanitizer (with the
 #      test hooks, which their write stage cases use),
-#   4. each fuzz target for a short run (FUZZ_SECONDS, default 20) with a
+#   4. each fuzz target for a short run (FUZZ_SECONDS, default 15) with a
 #      fixed seed (FUZZ_SEED, default 1), so that a run is repeatable; longer
 #      and freshly seeded runs are scripts/fuzz.sh's own job,
 #   5. the Debian packages, packed from stage 1's tree: checked with lintian,
@@ -109,10 +109,10 @@ if [ "$fuzzing" = 1 ] && ! skipped 6; then
 fi
 
 if [ "$fuzzing" = 1 ]; then
-  stage "4 fuzz targets, ${FUZZ_SECONDS:-20} s each"
+  stage "4 fuzz targets, ${FUZZ_SECONDS:-15} s each"
   fuzz_build=
   skipped 2 || fuzz_build=build-asan-clang
-  FUZZ_BUILD=$fuzz_build FUZZ_SEED="${FUZZ_SEED:-1}" scripts/fuzz.sh "${FUZZ_SECONDS:-20}"
+  FUZZ_BUILD=$fuzz_build FUZZ_SEED="${FUZZ_SEED:-1}" scripts/fuzz.sh "${FUZZ_SECONDS:-15}"
 fi
 
 if ! skipped 6; then
