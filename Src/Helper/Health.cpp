@@ -210,13 +210,21 @@ _HEALTH HealthOfDriveState(int state) {
     return HealthOfIconFile(file.Str());
 }
 
+const CHealthWord* MatchHealthWord(const std::vector<CHealthWord>& words, std::string_view text,
+                                   std::string_view* trimmed) {
+    text = Trimmed(text);
+    if (trimmed != nullptr)
+        *trimmed = text;
+    for (const CHealthWord& row : words)
+        if (SameWord(row.Word, text))
+            return &row;
+    return nullptr;
+}
+
 _HEALTH HealthOfStateText(std::string_view text) {
     const std::shared_ptr<const WordTable> table = CurrentTable();
-    text = Trimmed(text);
-    for (const CHealthWord& row : *table)
-        if (SameWord(row.Word, text))
-            return row.Health;
-    return HEALTH_UNKNOWN;
+    const CHealthWord* row = MatchHealthWord(*table, text);
+    return row != nullptr ? row->Health : HEALTH_UNKNOWN;
 }
 
 bool SetHealthWords(const std::vector<CHealthWord>& words) {

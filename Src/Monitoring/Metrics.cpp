@@ -1,6 +1,7 @@
 // The Prometheus text metrics of an inventory (docs/metrics.md).
 #include "PI/Metrics.h"
 
+#include "../Helper/HealthWords.h"
 #include "Exposition.h"
 #include "IdentifierNames.h"
 #include "MetricTable.h"
@@ -168,24 +169,6 @@ void NamedStateSet(Family& f, const std::string& labels, const char* labelName,
     }
     if (!matched)
         StateLine(f, labels, labelName, NumberText(n), true);
-}
-
-bool IsBlank(char c) {
-    return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
-}
-
-std::string_view Trimmed(std::string_view text) {
-    while (!text.empty() && IsBlank(text.front()))
-        text.remove_prefix(1);
-    while (!text.empty() && IsBlank(text.back()))
-        text.remove_suffix(1);
-    return text;
-}
-
-bool SameWord(std::string_view a, std::string_view b) {
-    const auto fold = [](char c) { return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c; };
-    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(),
-                                              [&](char x, char y) { return fold(x) == fold(y); });
 }
 
 const KindRow* KindOf(int type) {
@@ -413,15 +396,12 @@ private:
         std::string& text = m_Text;
         if (!TextOfQuietly(status, text))
             return;
-        const std::string_view word = Trimmed(text);
+        std::string_view word;
+        const CHealthWord* match = MatchHealthWord(m_Words, text, &word);
         std::vector<State> states;
-        bool matched = false;
-        for (const CHealthWord& w : m_Words) {
-            const bool current = SameWord(w.Word, word);
-            matched = matched || current;
-            states.push_back({w.Word, current});
-        }
-        if (!matched)
+        for (const CHealthWord& w : m_Words)
+            states.push_back({w.Word, &w == match});
+        if (match == nullptr)
             states.push_back({std::string(word), true});
         StateSet(f, identity, "state", states);
     }
