@@ -177,7 +177,7 @@ mutant Src/Objects/Lookup.cpp \
   'if (object.ObjectType == type)' 'if (object.ObjectType != type)'
 # operator== of the records: a task's object part, and the members left out.
 mutant Src/Shared/PI/Internal/RecordDescription.h \
-  'same = static_cast<const CObject&>(a) == static_cast<const CObject&>(b);' 'same = true;'
+  'same = d.Of(a).Object == d.Of(b).Object;' 'same = true;'
 mutant Src/Shared/PI/Internal/RecordDescription.h \
   'if (!same || !d.Compared)' 'if (!same)'
 

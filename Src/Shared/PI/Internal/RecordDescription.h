@@ -330,7 +330,7 @@ template <class R> bool EqualByDescription(const R& a, const R& b) {
         if (!same || !d.Compared)
             return;
         if constexpr (std::is_same_v<std::decay_t<decltype(d.Default)>, TaskBaseDefault>)
-            same = static_cast<const CObject&>(a) == static_cast<const CObject&>(b);
+            same = d.Of(a).Object == d.Of(b).Object;
         else if constexpr (HAS_POINTER<D>)
             same = SameMember(a.*D::Pointer, b.*D::Pointer);
     });
