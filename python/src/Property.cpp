@@ -1,6 +1,7 @@
 // CProperty: the typed value, with `.value` in Python's terms and explicit
 // set_*/get_* methods for each kind.
 #include "Fields.h"
+#include "PythonNames.h"
 
 #include <PI/Internal/RecordDescription.h>
 #include <PI/Property.h>
@@ -307,14 +308,11 @@ and the block (``data``) change only through the setters.)doc");
         using M = std::decay_t<decltype(d)>;
         using T = std::decay_t<decltype(std::declval<CProperty&>().*M::Pointer)>;
         const char* name = d.Name.data();
-        if constexpr (std::is_same_v<
-                          std::integral_constant<std::remove_const_t<decltype(M::Pointer)>,
-                                                 M::Pointer>,
-                          std::integral_constant<decltype(&CProperty::Type), &CProperty::Type>>) {
+        if constexpr (IS_PROPERTY_KIND<M::Pointer>) {
             cls.def_property_readonly(
                 name, [](const CProperty& p) { return ToEnum("ValueType", p.Type); });
         } else if constexpr (std::is_enum_v<T>) {
-            EnumField(cls, name, M::Pointer, "PropertyID");
+            EnumField(cls, name, M::Pointer, ENUMERATION<T>);
         } else if constexpr (std::is_pointer_v<T>) {
             // the block itself is `data` and `value`
         } else if constexpr (std::is_same_v<std::decay_t<decltype(d.Default)>,

@@ -1,6 +1,7 @@
 // The value records: objects, tasks, logical drive layouts, levels,
 // migrations, partitions, pass-through results, events and operations.
 #include "Fields.h"
+#include "PythonNames.h"
 
 #include <PI/Internal/RecordDescription.h>
 #include <PI/Operation.h>
@@ -44,14 +45,6 @@ py::str GetPlaceHolder(CEvent& event, Int slot) {
                                      &CEvent::GetPlaceHolder5, &CEvent::GetPlaceHolder6};
     return ToPy((event.*getters[Slot(slot)])().Str());
 }
-
-// The Python name of an enumeration member's type, in pi._identifiers.
-template <class E> constexpr const char* ENUMERATION = nullptr;
-template <> constexpr const char* ENUMERATION<_OBJECT_TYPE> = "ObjectType";
-template <> constexpr const char* ENUMERATION<_UNITS> = "Units";
-
-template <class T> struct IsVector : std::false_type {};
-template <class T> struct IsVector<std::vector<T>> : std::true_type {};
 
 // A task's object part, the member Object of its interchange form, as a live
 // view: the only way to reach the object part's own Flag, which the task's
@@ -245,24 +238,27 @@ void BindOperation(py::module_& m) {
 } // namespace
 
 void RegisterRecords(py::module_& m) {
-    BindListView<CProperty>(m, "PropertyList", "A record's properties (items are live views).");
-    BindListView<unsigned long long>(m, "IdList", "A record's list of 64-bit object ids.");
-    BindListView<int>(m, "IntList", "A record's list of 32-bit numbers.");
+    BindListView<CProperty>(m, LIST_VIEW<CProperty>,
+                            "A record's properties (items are live views).");
+    BindListView<unsigned long long>(m, LIST_VIEW<unsigned long long>,
+                                     "A record's list of 64-bit object ids.");
+    BindListView<int>(m, LIST_VIEW<int>, "A record's list of 32-bit numbers.");
     BindObject(m);
     BindLogicalDrive(m);
     BindLevels(m);
     BindSmallRecords(m);
     BindOperation(m);
-    BindListView<CObject>(m, "ObjectList", "An operation's objects (items are live views).");
-    BindListView<CDrive>(m, "DriveList", "A container's drive pieces (live views).");
-    BindListView<CContainer>(m, "ContainerList", "A logical drive's containers (live views).");
-    BindListView<CLogicalDrive>(m, "LogicalDriveList",
+    BindListView<CObject>(m, LIST_VIEW<CObject>, "An operation's objects (items are live views).");
+    BindListView<CDrive>(m, LIST_VIEW<CDrive>, "A container's drive pieces (live views).");
+    BindListView<CContainer>(m, LIST_VIEW<CContainer>,
+                             "A logical drive's containers (live views).");
+    BindListView<CLogicalDrive>(m, LIST_VIEW<CLogicalDrive>,
                                 "An operation's logical drives (live views).");
-    BindListView<CLevel>(m, "LevelList", "An operation's levels (live views).");
-    BindListView<CMigration>(m, "MigrationList", "An operation's migrations (live views).");
-    BindListView<CEvent>(m, "EventList", "An operation's events (live views).");
-    BindListView<CPassThrough>(m, "PassThroughList", "An operation's pass-through results.");
-    BindListView<CPartition>(m, "PartitionList", "An operation's partitions (live views).");
+    BindListView<CLevel>(m, LIST_VIEW<CLevel>, "An operation's levels (live views).");
+    BindListView<CMigration>(m, LIST_VIEW<CMigration>, "An operation's migrations (live views).");
+    BindListView<CEvent>(m, LIST_VIEW<CEvent>, "An operation's events (live views).");
+    BindListView<CPassThrough>(m, LIST_VIEW<CPassThrough>, "An operation's pass-through results.");
+    BindListView<CPartition>(m, LIST_VIEW<CPartition>, "An operation's partitions (live views).");
 }
 
 } // namespace pibind
