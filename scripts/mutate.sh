@@ -20,6 +20,9 @@
 # per-test timeout of tests that set none, MUTATE_RUN_TIMEOUT (1200) a bound
 # on one mutant's whole test run, MUTATE_EXCLUDE a ctest -E regular
 # expression of tests left out. The unmutated suite runs first and must pass.
+# MUTATE_HINTS names the output of an earlier run: a mutant killed there
+# first runs only the test that killed it, and the whole suite only when
+# that test passes now, which gives the same verdicts much sooner.
 set -uo pipefail
 
 source_dir=$(cd "$(dirname "$0")/.." && pwd)
@@ -27,6 +30,7 @@ jobs=${MUTATE_JOBS:-2}
 test_timeout=${MUTATE_TIMEOUT:-120}
 run_timeout=${MUTATE_RUN_TIMEOUT:-1200}
 exclude=${MUTATE_EXCLUDE:-}
+hints=${MUTATE_HINTS:-}
 mode=run
 only=
 build=
@@ -323,6 +327,20 @@ fi
 build_all() { cmake --build "$build" -j "$jobs" >"$backup/build.log" 2>&1; }
 # A mutant changes only libPI or libRVX; nothing else is relinked against them.
 build_libraries() { cmake --build "$build" -j "$jobs" --target PI RVX >"$backup/build.log" 2>&1; }
+# The test that killed mutant $1 in the hints' run, if one did.
+hinted_killer() {
+  [ -n "$hints" ] || return 0
+  awk -v n="$1" '$1 == n && $2 == "KILLED" { want = 1; next }
+    want && /KILLED by (the hinted |[0-9]+ - )/ {
+      sub(/.*KILLED by (the hinted |[0-9]+ - )/, ""); sub(/ \(.*/, ""); print; exit }
+    { want = 0 }' "$hints"
+}
+# Whether test $1 exists and fails.
+one_test_fails() {
+  timeout "$run_timeout" ctest --test-dir "$build" --timeout "$test_timeout" --output-on-failure \
+    -R "^$(printf '%s' "$1" | sed 's/[][\.*^$+?(){}|]/\\&/g')\$" >"$backup/test.log" 2>&1
+  grep -qE 'tests passed, [1-9][0-9]* tests failed out of' "$backup/test.log"
+}
 run_tests() {
   local args=(--test-dir "$build" -j "$jobs" --timeout "$test_timeout" --stop-on-failure
     --output-on-failure)
@@ -361,6 +379,9 @@ for ((i = 0; i < count; ++i)); do
   if ! build_libraries; then
     verdict="KILLED (does not compile)"
     uncompilable+=($n)
+    killed=$((killed + 1))
+  elif killer=$(hinted_killer $n) && [ -n "$killer" ] && one_test_fails "$killer"; then
+    verdict="KILLED by the hinted $killer"
     killed=$((killed + 1))
   elif ! run_tests; then
     first=$(grep -m1 -oE '[0-9]+ - [^ ]+ \((Failed|Timeout|SEGFAULT|Subprocess aborted|Child aborted|Exception)[^)]*\)' "$backup/test.log")
