@@ -1,5 +1,5 @@
-// Which failures of a configuration write raise and which return 20000, the
-// rule a refusal names, and the section a scoped read was served from.
+// Which failures of a configuration write raise and which return 20000, and
+// the rule a refusal names.
 #include <PI/ConfigFile.h>
 #include <PI/Identifiers.h>
 
@@ -76,20 +76,6 @@ TEST_F(ConfigRulesTest, UnreadableFileRaisesAndLeavesNoLockFileOfItsOwn) {
     EXPECT_TRUE(LockFileLeft());
 }
 
-// Files the platform refuses are refused at the lock, so the write raises,
-// naming the rule (a FIFO: the configuration file suite). Nothing changes.
-TEST_F(ConfigRulesTest, RefusedFilesRaiseWithTheirRule) {
-    WriteBytes(m_File, "[Config.1]\nk=old\n");
-    const std::string second = m_Dir + "/second-name.ini";
-    ASSERT_EQ(::link(m_File.c_str(), second.c_str()), 0);
-    EXPECT_EQ(RaisedBy(m_Store), INI::INI_ERROR_HARD_LINKED);
-    ASSERT_EQ(::unlink(second.c_str()), 0);
-
-    ASSERT_EQ(::truncate(m_File.c_str(), INI::INI_MAX_FILE_SIZE + 1), 0); // sparse
-    EXPECT_EQ(RaisedBy(m_Store), INI::INI_ERROR_TOO_LARGE);
-    EXPECT_EQ(boost::filesystem::file_size(m_File), INI::INI_MAX_FILE_SIZE + 1);
-}
-
 // Failures after the file is locked return 20000, and the thread learns why.
 TEST_F(ConfigRulesTest, UpdateFailuresReturnTheCodeAndSayWhy) {
     ASSERT_EQ(m_Store.WriteKeyValue("k", "v", 1, -1), 0u);
@@ -105,22 +91,6 @@ TEST_F(ConfigRulesTest, UpdateFailuresReturnTheCodeAndSayWhy) {
     // Each thread has its own: another thread's write leaves this one's alone.
     std::thread([&] { EXPECT_EQ(m_Store.WriteKeyValue("k", "w", 1, -1), 0u); }).join();
     EXPECT_EQ(PI::GetLastConfigWriteFailure().Text, failure.Text);
-}
-
-TEST_F(ConfigRulesTest, ScopedReadsNameTheSectionTheyWereServedFrom) {
-    WriteBytes(m_File, "[DefaultConfig]\nPoll=30\nAlias=\n[Config.0]\nPoll=10\n[Config.a_b]\n"
-                       "Poll=5\n");
-    std::string value, from = "stale";
-    ASSERT_EQ(m_Store.ReadKeyValue("Poll", value, 0, -1, from), 0u);
-    EXPECT_EQ(value + " " + from, "10 Config.0");
-    ASSERT_EQ(m_Store.ReadKeyValue("Poll", value, 0, 1, from), 0u);
-    EXPECT_EQ(value + " " + from, "30 DefaultConfig");
-    ASSERT_EQ(m_Store.ReadKeyValue("Poll", value, "a=b", from), 0u);
-    EXPECT_EQ(value + " " + from, "5 Config.a_b");
-    ASSERT_EQ(m_Store.ReadKeyValue("Alias", value, "a=b", from), 0u); // an empty value is a value
-    EXPECT_EQ(value + "|" + from, "|DefaultConfig");
-    EXPECT_EQ(m_Store.ReadKeyValue("None", value, 0, -1, from), PI::RESULT_CONFIG_NOT_READ);
-    EXPECT_EQ(from, "");
 }
 
 } // namespace
