@@ -153,34 +153,13 @@ TEST_F(IniFileTest, RewriteChangesOnlyWhatWasSet) {
 // Each text is written as a key and as its value.
 TEST_F(IniFileTest, AwkwardValuesAndKeysReadBackByteForByte) {
     WriteBytes(m_File, "");
-    const std::vector<std::string> texts = {"",
-                                            " lead",
-                                            "trail ",
-                                            "  ",
-                                            "\t tab \t",
-                                            "a=b",
-                                            "a;b",
-                                            "a ;b",
-                                            "#x",
-                                            "x #y",
-                                            "\"quoted\"",
-                                            "\"",
-                                            "back\\",
-                                            "\\\"",
-                                            "\\n",
-                                            "two\nlines",
-                                            "cr\r",
-                                            "crlf\r\n",
-                                            "[section]",
-                                            "a\tb",
-                                            "=",
-                                            "\\",
-                                            "two words",
-                                            "\"q\" x",
-                                            "x\"=\"y",
-                                            "k\\",
-                                            "utf-8 \xC3\xA4",
-                                            "\x01\x7F\xFF"};
+    const std::vector<std::string> texts = {
+        "",          " lead",          "trail ",       "  ",         "\t tab \t",  "a=b",
+        "a;b",       "a ;b",           "#x",           "x #y",       "\"quoted\"", "\"",
+        "back\\",    "\\\"",           "\\n",          "two\nlines", "cr\r",       "crlf\r\n",
+        "[section]", "utf-8 \xC3\xA4", "\x01\x7F\xFF", "a\tb",       "=",          "\\",
+        "two words", "\"q\" x",        "x\"=\"y",      "k\\",
+    };
     {
         CIniFile ini;
         ini.Lock(m_File, INI_WAIT_FOREVER);
