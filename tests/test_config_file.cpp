@@ -23,6 +23,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -200,16 +201,51 @@ TEST_F(ConfigFileTest, FailedLockReachesTheCallerAsThePlatformsException) {
     std::string value = "stale";
     EXPECT_EQ(store.ReadKeyValue("k", value, 1, 1), PI::RESULT_CONFIG_NOT_READ);
     EXPECT_EQ(value, "");
+    // Failures after the lock return 20000, and the thread learns why: each
+    // thread its own.
     CConfigFile unnamed;
-    EXPECT_EQ(unnamed.WriteKeyValue("k", "v", 1, 1), PI::RESULT_NOT_FOUND);
+    EXPECT_EQ(unnamed.WriteKeyValueList({{"k", "v", "n"}}), PI::RESULT_NOT_FOUND);
+    const PI::CConfigFailure failure = PI::GetLastConfigWriteFailure();
+    EXPECT_EQ(failure.Code, 0u);
+    EXPECT_NE(failure.Text.find("no configuration file"), std::string::npos) << failure.Text;
+    std::thread([&] { EXPECT_EQ(m_Store.WriteKeyValue("k", "w", 1, -1), 0u); }).join();
+    EXPECT_EQ(PI::GetLastConfigWriteFailure().Text, failure.Text);
 
     // A lock file that is a directory (symlinks and FIFOs: the INI file suite).
-    store.SetFilePath(m_File);
-    ASSERT_EQ(::mkdir((m_File + ".lck").c_str(), 0700), 0);
+    const std::string other = m_Dir + "/other.ini";
+    store.SetFilePath(other);
+    ASSERT_EQ(::mkdir((other + ".lck").c_str(), 0700), 0);
     e = WriteFailure(store);
     EXPECT_EQ(e.GetCode(), RVX::INI_Files::INI_ERROR_BAD_LOCK_FILE);
     EXPECT_EQ(e.GetSystemError(), 0); // a refusal, not a failed call
-    EXPECT_NE(std::string(e.what()).find(m_File + ".lck"), std::string::npos) << e.what();
+    EXPECT_NE(std::string(e.what()).find(other + ".lck"), std::string::npos) << e.what();
+}
+
+// A file the caller may not read cannot be loaded for the update: the second
+// lock attempt's failure reaches the caller, and the lock file it made goes.
+TEST_F(ConfigFileTest, UnreadableFileRaisesAndLeavesNoLockFileOfItsOwn) {
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "needs root to act as a second user";
+    ASSERT_EQ(::chmod(m_Dir.c_str(), 0777), 0); // the other user may make lock files here
+    WriteBytes(m_File, "[Config.1]\nk=old\n");
+    ASSERT_EQ(::chmod(m_File.c_str(), 0600), 0); // root's own
+    const auto writeAsOther = [&] {
+        return RunInChild(
+            [&] {
+                return WriteFailure(m_Store).GetCode() == RVX::INI_Files::INI_ERROR_NOT_WRITABLE
+                           ? 0
+                           : 1;
+            },
+            true);
+    };
+    EXPECT_EQ(writeAsOther(), 0);
+    EXPECT_FALSE(boost::filesystem::exists(m_File + ".lck"));
+    EXPECT_EQ(ReadBytes(m_File), "[Config.1]\nk=old\n");
+    // A lock file that was there before is another writer's: it stays.
+    WriteBytes(m_File + ".lck", "");
+    ASSERT_EQ(::chmod((m_File + ".lck").c_str(), 0666), 0);
+    EXPECT_EQ(writeAsOther(), 0);
+    EXPECT_TRUE(boost::filesystem::exists(m_File + ".lck"));
 }
 
 TEST_F(ConfigFileTest, HostileFilesGiveTheResultCodesWithoutWaiting) {
@@ -244,7 +280,9 @@ TEST_F(ConfigFileTest, RefusedWriteLeavesTheFileByteIdentical) {
     ASSERT_TRUE(boost::filesystem::exists(lockFile));
     const std::string before = ReadBytes(m_File);
 
+    EXPECT_EQ(PI::GetLastConfigWriteFailure().Code, 0u);
     EXPECT_EQ(m_Store.WriteKeyValue(std::string("nul\0key", 7), "v", "n"), PI::RESULT_NOT_FOUND);
+    EXPECT_EQ(PI::GetLastConfigWriteFailure().Code, RVX::INI_Files::INI_ERROR_NOT_REPRESENTABLE);
     EXPECT_FALSE(boost::filesystem::exists(lockFile)) << "a failed write removes the lock file";
     EXPECT_EQ(m_Store.WriteKeyValue("k", "v", "line\nbreak"), PI::RESULT_NOT_FOUND);
     EXPECT_EQ(m_Store.WriteKeyValue("k", std::string("nul\0", 4), "n"), PI::RESULT_NOT_FOUND);
