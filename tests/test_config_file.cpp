@@ -23,6 +23,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -67,7 +68,9 @@ TEST_F(ConfigFileTest, FileNameLiesInBinBesideTheProgram) {
     EXPECT_EQ(store.GetFilePath(), boost::filesystem::path(m_File));
 }
 
-TEST_F(ConfigFileTest, NumbersAndNamesChooseTheSection) {
+// Numbers and names choose the section; a read falls back to [DefaultConfig]
+// only, and says which section served it.
+TEST_F(ConfigFileTest, ScopesChooseTheSectionAndFallBackToDefaultConfig) {
     EXPECT_EQ(m_Store.WriteKeyValue("k", "unit", -1, 2), 0u);
     EXPECT_EQ(m_Store.WriteKeyValue("k", "zero", 3, 0), 0u);
     EXPECT_EQ(m_Store.WriteKeyValue("k", "adapter", 4, -1), 0u);
@@ -86,59 +89,45 @@ TEST_F(ConfigFileTest, NumbersAndNamesChooseTheSection) {
     EXPECT_EQ(InFile("DefaultConfig", "n"), "empty name");
     EXPECT_FALSE(SectionInFile("Config.-1"));
 
-    std::string value;
-    EXPECT_EQ(m_Store.ReadKeyValue("k", value, -1, 2), 0u);
-    EXPECT_EQ(value, "unit");
-    EXPECT_EQ(m_Store.ReadKeyValue("k", value, 4, -7), 0u);
-    EXPECT_EQ(value, "adapter");
-    EXPECT_EQ(m_Store.ReadKeyValue("k", value, -3, -3), 0u);
-    EXPECT_EQ(value, "default");
-    EXPECT_EQ(m_Store.ReadKeyValue("k", value, "a=b=c"), 0u);
-    EXPECT_EQ(value, "named");
-}
-
-TEST_F(ConfigFileTest, ScopedReadsFallBackToDefaultConfig) {
-    ASSERT_EQ(m_Store.WriteKeyValue("shared", "from default", -1, -1), 0u);
-    ASSERT_EQ(m_Store.WriteKeyValue("both", "from default", -1, -1), 0u);
-    ASSERT_EQ(m_Store.WriteKeyValue("both", "from adapter", 3, -1), 0u);
-    ASSERT_EQ(m_Store.WriteKeyValue("both", "from name", "n"), 0u);
-
-    std::string value = "stale";
-    EXPECT_EQ(m_Store.ReadKeyValue("shared", value, 3, -1), 0u);
-    EXPECT_EQ(value, "from default");
-    EXPECT_EQ(m_Store.ReadKeyValue("shared", value, 9, 9), 0u) << "a missing section falls back";
-    EXPECT_EQ(value, "from default");
-    EXPECT_EQ(m_Store.ReadKeyValue("both", value, 3, -1), 0u);
-    EXPECT_EQ(value, "from adapter");
-    EXPECT_EQ(m_Store.ReadKeyValue("shared", value, "n"), 0u);
-    EXPECT_EQ(value, "from default");
-    EXPECT_EQ(m_Store.ReadKeyValue("both", value, "n"), 0u);
-    EXPECT_EQ(value, "from name");
-
+    struct {
+        int first, second;
+        const char *name, *key, *served;
+    } const reads[] = {
+        {-1, 2, nullptr, "k", "unit in Config.-1.2"},
+        {4, -7, nullptr, "k", "adapter in Config.4"},
+        {-3, -3, nullptr, "k", "default in DefaultConfig"},
+        {0, 0, "a=b=c", "k", "named in Config.a_b_c"},
+        {9, 9, nullptr, "n", "empty name in DefaultConfig"}, // a missing section falls back
+        {4, 1, nullptr, "k", "default in DefaultConfig"},    // a unit, never to its adapter
+        {0, 0, "x=y", "n", "empty name in DefaultConfig"},
+    };
+    for (const auto& r : reads) {
+        std::string value = "stale", from = "stale";
+        EXPECT_EQ(r.name ? m_Store.ReadKeyValue(r.key, value, r.name, from)
+                         : m_Store.ReadKeyValue(r.key, value, r.first, r.second, from),
+                  0u);
+        EXPECT_EQ(value + " in " + from, r.served);
+    }
+    std::string value = "stale", from = "stale";
+    EXPECT_EQ(m_Store.ReadKeyValue("absent", value, 3, -1, from), PI::RESULT_CONFIG_NOT_READ);
+    EXPECT_EQ(value + from, "");
     value = "stale";
-    EXPECT_EQ(m_Store.ReadKeyValue("absent", value, 3, -1), PI::RESULT_CONFIG_NOT_READ);
-    EXPECT_EQ(value, "");
-    value = "stale";
-    EXPECT_EQ(m_Store.ReadSectionKeyValue("Config.3", "shared", value), PI::RESULT_CONFIG_NOT_READ)
+    EXPECT_EQ(m_Store.ReadSectionKeyValue("Config.4", "n", value), PI::RESULT_CONFIG_NOT_READ)
         << "no fallback for a verbatim section";
     EXPECT_EQ(value, "");
-
-    std::vector<CConfigValue> items = {{"shared", "stale", "n"}, {"both", "stale", "n"}};
+    std::vector<CConfigValue> items = {{"n", "stale", "x=y"}, {"k", "stale", "x=y"}};
     EXPECT_EQ(m_Store.ReadKeyValueList(items), 0u);
     EXPECT_EQ(items[0].Value, "") << "no fallback in a list";
-    EXPECT_EQ(items[1].Value, "from name");
+    EXPECT_EQ(items[1].Value, "listed");
 }
 
 TEST_F(ConfigFileTest, EmptyKeyRemovesTheSectionEmptyValueIsKept) {
-    ASSERT_EQ(m_Store.WriteKeyValue("a", "1", 3, -1), 0u);
-    ASSERT_EQ(m_Store.WriteKeyValue("b", "2", 3, -1), 0u);
-    ASSERT_EQ(m_Store.WriteKeyValue("a", "1", 4, -1), 0u);
+    for (int adapter : {3, 4})
+        ASSERT_EQ(m_Store.WriteKeyValue("a", "1", adapter, -1), 0u);
     ASSERT_EQ(m_Store.WriteKeyValue("blank", "", 4, -1), 0u);
-
     EXPECT_EQ(m_Store.WriteKeyValue("", "ignored", 3, -1), 0u);
     EXPECT_FALSE(SectionInFile("Config.3"));
-    EXPECT_EQ(InFile("Config.4", "a"), "1");
-    EXPECT_EQ(InFile("Config.4", "blank"), "");
+    EXPECT_EQ(InFile("Config.4", "a") + "|" + InFile("Config.4", "blank"), "1|");
     std::string value = "stale";
     EXPECT_EQ(m_Store.ReadKeyValue("blank", value, 4, -1), 0u);
     EXPECT_EQ(value, "");
@@ -170,9 +159,6 @@ TEST_F(ConfigFileTest, ListsSkipEmptyNamesAndApplyInOrder) {
 
 TEST_F(ConfigFileTest, MissingFileReadsNothingAndFirstWriteCreatesIt) {
     std::string value = "stale";
-    EXPECT_EQ(m_Store.ReadKeyValue("k", value, 1, 2), PI::RESULT_CONFIG_NOT_READ);
-    EXPECT_EQ(value, "");
-    value = "stale";
     EXPECT_EQ(m_Store.ReadSectionKeyValue("S", "k", value), PI::RESULT_CONFIG_NOT_READ);
     EXPECT_EQ(value, "");
     EXPECT_FALSE(boost::filesystem::exists(m_File)) << "reads never create the file";
@@ -184,8 +170,6 @@ TEST_F(ConfigFileTest, MissingFileReadsNothingAndFirstWriteCreatesIt) {
     struct stat info;
     ASSERT_EQ(::stat(m_File.c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 07777, 0640u);
-    EXPECT_EQ(m_Store.ReadKeyValue("k", value, 1, 2), 0u);
-    EXPECT_EQ(value, "v");
 
     // An existing file keeps its mode.
     ASSERT_EQ(::chmod(m_File.c_str(), 0600), 0);
@@ -195,17 +179,14 @@ TEST_F(ConfigFileTest, MissingFileReadsNothingAndFirstWriteCreatesIt) {
 }
 
 // The exception that a failed second lock gives the caller: the platform's,
-// of its registered module, naming the path and the system's error.
+// naming the path and the system's error.
 RVX::Exceptions::CException WriteFailure(CConfigFile& store) {
     try {
         store.WriteKeyValue("k", "v", 1, 1);
+        ADD_FAILURE() << "the write did not throw";
     } catch (const RVX::Exceptions::CException& e) {
         return e;
-    } catch (const std::exception& e) {
-        ADD_FAILURE() << "not the platform's exception: " << e.what();
-        return RVX::Exceptions::CException(0);
     }
-    ADD_FAILURE() << "the write did not throw";
     return RVX::Exceptions::CException(0);
 }
 
@@ -220,26 +201,51 @@ TEST_F(ConfigFileTest, FailedLockReachesTheCallerAsThePlatformsException) {
     std::string value = "stale";
     EXPECT_EQ(store.ReadKeyValue("k", value, 1, 1), PI::RESULT_CONFIG_NOT_READ);
     EXPECT_EQ(value, "");
+    // Failures after the lock return 20000, and the thread learns why: each
+    // thread its own.
     CConfigFile unnamed;
-    EXPECT_EQ(unnamed.WriteKeyValue("k", "v", 1, 1), PI::RESULT_NOT_FOUND);
+    EXPECT_EQ(unnamed.WriteKeyValueList({{"k", "v", "n"}}), PI::RESULT_NOT_FOUND);
+    const PI::CConfigFailure failure = PI::GetLastConfigWriteFailure();
+    EXPECT_EQ(failure.Code, 0u);
+    EXPECT_NE(failure.Text.find("no configuration file"), std::string::npos) << failure.Text;
+    std::thread([&] { EXPECT_EQ(m_Store.WriteKeyValue("k", "w", 1, -1), 0u); }).join();
+    EXPECT_EQ(PI::GetLastConfigWriteFailure().Text, failure.Text);
 
     // A lock file that is a directory (symlinks and FIFOs: the INI file suite).
-    store.SetFilePath(m_File);
-    ASSERT_EQ(::mkdir((m_File + ".lck").c_str(), 0700), 0);
+    const std::string other = m_Dir + "/other.ini";
+    store.SetFilePath(other);
+    ASSERT_EQ(::mkdir((other + ".lck").c_str(), 0700), 0);
     e = WriteFailure(store);
     EXPECT_EQ(e.GetCode(), RVX::INI_Files::INI_ERROR_BAD_LOCK_FILE);
     EXPECT_EQ(e.GetSystemError(), 0); // a refusal, not a failed call
-    EXPECT_NE(std::string(e.what()).find(m_File + ".lck"), std::string::npos) << e.what();
+    EXPECT_NE(std::string(e.what()).find(other + ".lck"), std::string::npos) << e.what();
 }
 
-// Writes fail at the lock, so they raise (see ConfigFile.h).
-bool RaisesNotRegular(const std::function<void()>& write) {
-    try {
-        write();
-    } catch (const RVX::Exceptions::CException& e) {
-        return e.GetCode() == RVX::INI_Files::INI_ERROR_NOT_REGULAR;
-    }
-    return false;
+// A file the caller may not read cannot be loaded for the update: the second
+// lock attempt's failure reaches the caller, and the lock file it made goes.
+TEST_F(ConfigFileTest, UnreadableFileRaisesAndLeavesNoLockFileOfItsOwn) {
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "needs root to act as a second user";
+    ASSERT_EQ(::chmod(m_Dir.c_str(), 0777), 0); // the other user may make lock files here
+    WriteBytes(m_File, "[Config.1]\nk=old\n");
+    ASSERT_EQ(::chmod(m_File.c_str(), 0600), 0); // root's own
+    const auto writeAsOther = [&] {
+        return RunInChild(
+            [&] {
+                return WriteFailure(m_Store).GetCode() == RVX::INI_Files::INI_ERROR_NOT_WRITABLE
+                           ? 0
+                           : 1;
+            },
+            true);
+    };
+    EXPECT_EQ(writeAsOther(), 0);
+    EXPECT_FALSE(boost::filesystem::exists(m_File + ".lck"));
+    EXPECT_EQ(ReadBytes(m_File), "[Config.1]\nk=old\n");
+    // A lock file that was there before is another writer's: it stays.
+    WriteBytes(m_File + ".lck", "");
+    ASSERT_EQ(::chmod((m_File + ".lck").c_str(), 0666), 0);
+    EXPECT_EQ(writeAsOther(), 0);
+    EXPECT_TRUE(boost::filesystem::exists(m_File + ".lck"));
 }
 
 TEST_F(ConfigFileTest, HostileFilesGiveTheResultCodesWithoutWaiting) {
@@ -249,6 +255,15 @@ TEST_F(ConfigFileTest, HostileFilesGiveTheResultCodesWithoutWaiting) {
         store.SetFilePath(m_File);
         std::string value;
         std::vector<CConfigValue> items = {{"k", "", "n"}};
+        // Writes fail at the lock, so they raise (see ConfigFile.h).
+        const auto RaisesNotRegular = [](const std::function<void()>& write) {
+            try {
+                write();
+            } catch (const RVX::Exceptions::CException& e) {
+                return e.GetCode() == RVX::INI_Files::INI_ERROR_NOT_REGULAR;
+            }
+            return false;
+        };
         const bool ok = store.ReadKeyValue("k", value, 1, 1) == PI::RESULT_CONFIG_NOT_READ &&
                         store.ReadKeyValueList(items) == PI::RESULT_CONFIG_NOT_READ &&
                         RaisesNotRegular([&] { store.WriteKeyValue("k", "v", 1, 1); }) &&
@@ -265,7 +280,9 @@ TEST_F(ConfigFileTest, RefusedWriteLeavesTheFileByteIdentical) {
     ASSERT_TRUE(boost::filesystem::exists(lockFile));
     const std::string before = ReadBytes(m_File);
 
+    EXPECT_EQ(PI::GetLastConfigWriteFailure().Code, 0u);
     EXPECT_EQ(m_Store.WriteKeyValue(std::string("nul\0key", 7), "v", "n"), PI::RESULT_NOT_FOUND);
+    EXPECT_EQ(PI::GetLastConfigWriteFailure().Code, RVX::INI_Files::INI_ERROR_NOT_REPRESENTABLE);
     EXPECT_FALSE(boost::filesystem::exists(lockFile)) << "a failed write removes the lock file";
     EXPECT_EQ(m_Store.WriteKeyValue("k", "v", "line\nbreak"), PI::RESULT_NOT_FOUND);
     EXPECT_EQ(m_Store.WriteKeyValue("k", std::string("nul\0", 4), "n"), PI::RESULT_NOT_FOUND);
@@ -291,34 +308,6 @@ std::string SampleWithCrlfAndBom() {
     return text;
 }
 
-TEST_F(ConfigFileTest, HandWrittenFileReadsAndKeepsItsCommentsOnRewrite) {
-    const std::string original = SampleWithCrlfAndBom();
-    ASSERT_NE(original.find("; battery missing"), std::string::npos);
-    WriteBytes(m_File, original);
-
-    std::string value;
-    EXPECT_EQ(m_Store.ReadKeyValue("PollInterval", value, 0, -1), 0u);
-    EXPECT_EQ(value, "10");
-    EXPECT_EQ(m_Store.ReadKeyValue("PollInterval", value, 1, -1), 0u);
-    EXPECT_EQ(value, "30");
-    // As the sample's comments say: a unit falls back to [DefaultConfig],
-    // never to its adapter's section.
-    ASSERT_NE(original.find("unit 1 of adapter 0 polls every 30 seconds"), std::string::npos);
-    EXPECT_EQ(m_Store.ReadKeyValue("PollInterval", value, 0, 1), 0u);
-    EXPECT_EQ(value, "30");
-    EXPECT_EQ(m_Store.ReadKeyValue("Alias", value, 0, 1), PI::RESULT_CONFIG_NOT_READ);
-    EXPECT_EQ(m_Store.ReadKeyValue("WriteCache", value, 0, 1), 0u);
-    EXPECT_EQ(value, "off");
-    EXPECT_EQ(m_Store.ReadKeyValue("Greeting", value, "Mail"), 0u);
-    EXPECT_EQ(value, " Welcome; please log in ");
-
-    ASSERT_EQ(m_Store.WriteKeyValue("WriteCache", "on", 0, 1), 0u);
-    std::string expected = original;
-    const std::string from = "WriteCache = off   ; battery missing";
-    expected.replace(expected.find(from), from.size(), "WriteCache = on   ; battery missing");
-    EXPECT_EQ(ReadBytes(m_File), expected);
-}
-
 // `text` without its (only) line that starts with `line`.
 std::string WithoutLine(std::string text, const std::string& line) {
     const size_t at = text.find(line);
@@ -329,10 +318,15 @@ std::string WithoutLine(std::string text, const std::string& line) {
     return text;
 }
 
-TEST_F(ConfigFileTest, DeleteRemovesOneKeyAndKeepsEverythingElse) {
+// Writes and removals in a hand-written file change only their own lines.
+TEST_F(ConfigFileTest, HandWrittenFileKeepsItsCommentsAndLineEndsOnRewrite) {
     const std::string original = SampleWithCrlfAndBom();
     WriteBytes(m_File, original);
+    std::string value;
+    EXPECT_EQ(m_Store.ReadKeyValue("Greeting", value, "Mail"), 0u);
+    EXPECT_EQ(value, " Welcome; please log in ");
 
+    ASSERT_EQ(m_Store.WriteKeyValue("ReadCache", "off", 0, 1), 0u);
     EXPECT_EQ(m_Store.DeleteKeyValue("WriteCache", 0, 1), 0u);
     EXPECT_EQ(m_Store.DeleteKeyValue("PollInterval", -1, -1), 0u);
     EXPECT_EQ(m_Store.DeleteKeyValue("Role", "Host=1"), 0u);
@@ -344,10 +338,11 @@ TEST_F(ConfigFileTest, DeleteRemovesOneKeyAndKeepsEverythingElse) {
     EXPECT_EQ(m_Store.DeleteSectionKeyValue("Config.Host=1", "Role"), 0u);
 
     std::string expected = original;
-    for (const char* line :
-         {"WriteCache = off", "PollInterval = 30", "Role = primary", "Port = 25"})
+    expected.replace(expected.find("ReadCache = on"), 14, "ReadCache = off");
+    for (const char* line : {"WriteCache = off   ; battery missing", "PollInterval = 30",
+                             "Role = primary", "Port = 25"})
         expected = WithoutLine(expected, line);
-    EXPECT_EQ(ReadBytes(m_File), expected) << "comments, neighbours and line ends stay";
+    EXPECT_EQ(ReadBytes(m_File), expected);
 
     // The emptied section stays, so a listing still shows it.
     std::vector<CConfigValue> items = {{"stale", "stale", "stale"}};
@@ -377,17 +372,15 @@ TEST_F(ConfigFileTest, DeleteCreatesNothingAndRefusesAnEmptyKey) {
     EXPECT_EQ(unnamed.DeleteKeyValue("k", 3, -1), PI::RESULT_NOT_FOUND);
 }
 
-void FailWhenWritten(RVX::INI_Files::Internals::WriteStage stage) {
-    if (stage == RVX::INI_Files::Internals::WRITE_WRITTEN)
-        throw std::runtime_error("disk full");
-}
-
 TEST_F(ConfigFileTest, FailedDeleteLeavesTheFileAndNoLock) {
     if (!RVX::Test::HooksAvailable())
         GTEST_SKIP() << "needs the INI write stage hook: a build with -DPI_TEST_HOOKS=ON";
     ASSERT_EQ(m_Store.WriteKeyValue("k", "v", 3, -1), 0u);
     const std::string content = ReadBytes(m_File);
-    RVX::INI_Files::Internals::SetWriteStageHook(&FailWhenWritten);
+    RVX::INI_Files::Internals::SetWriteStageHook([](RVX::INI_Files::Internals::WriteStage stage) {
+        if (stage == RVX::INI_Files::Internals::WRITE_WRITTEN)
+            throw std::runtime_error("disk full");
+    });
     const unsigned result = m_Store.DeleteKeyValue("k", 3, -1);
     RVX::INI_Files::Internals::SetWriteStageHook(nullptr);
     EXPECT_EQ(result, PI::RESULT_NOT_FOUND);
@@ -418,23 +411,17 @@ TEST_F(ConfigFileTest, ReadAllIsTheNamesAndSectionsInOneReading) {
     ASSERT_EQ(m_Store.ReadAll(all), 0u);
     std::vector<std::string> names;
     ASSERT_EQ(m_Store.ReadSectionNames(names), 0u);
+    EXPECT_EQ(names, (std::vector<std::string>{"DefaultConfig", "Config.0", "Config.0.1",
+                                               "Config.Mail", "Config.Host_1", "Empty"}));
     ASSERT_EQ(all.size(), names.size());
     for (size_t i = 0; i < all.size(); ++i) {
         EXPECT_EQ(all[i].Name, names[i]);
-        std::vector<CConfigValue> items;
         ASSERT_EQ(m_Store.ReadSection(names[i], items), 0u);
         EXPECT_EQ(Shown(all[i].Values), Shown(items)) << names[i];
     }
-    EXPECT_EQ(names, (std::vector<std::string>{"DefaultConfig", "Config.0", "Config.0.1",
-                                               "Config.Mail", "Config.Host_1", "Empty"}));
-    ASSERT_EQ(m_Store.ReadSection("Config.0.1", items), 0u);
-    EXPECT_EQ(Shown(items), (std::vector<std::string>{"ReadCache=on", "WriteCache=off"}));
-    EXPECT_EQ(m_Store.ReadSection("Mail", items), PI::RESULT_CONFIG_NOT_READ) << "verbatim names";
-    EXPECT_EQ(all.back().Name, "Empty");
-    EXPECT_TRUE(all.back().Values.empty());
-    ASSERT_GE(all.size(), 2u);
-    EXPECT_EQ(all[1].Name, "Config.0");
     EXPECT_EQ(Shown(all[1].Values).back(), "Late=yes");
+    EXPECT_TRUE(all.back().Values.empty());
+    EXPECT_EQ(m_Store.ReadSection("Mail", items), PI::RESULT_CONFIG_NOT_READ) << "verbatim names";
 }
 
 } // namespace

@@ -84,16 +84,10 @@ TEST_F(ExceptionFacility, ThrowCarriesCodeAndSourceRecords) {
         EXPECT_NE(what.find("test"), std::string::npos) << what;
         EXPECT_NE(what.find("Src/Here:10 <- Src/There:20"), std::string::npos) << what;
     }
-}
-
-TEST_F(ExceptionFacility, ThrowNextPassesForeignExceptionsUnchanged) {
+    // A foreign exception passes unchanged.
     EXPECT_THROW(
-        {
-            try {
-                throw std::runtime_error("foreign");
-            } catch (...) {
-                Threading::CThrowState::ThrowNext({"Src/X", 1, kModule});
-            }
+        try { throw std::runtime_error("foreign"); } catch (...) {
+            Threading::CThrowState::ThrowNext(next);
         },
         std::runtime_error);
 }
@@ -193,29 +187,20 @@ TEST_F(PlatformFiles, TraceEnvironmentTargetWritesToFileWithoutSink) {
     EXPECT_NE(ReadBytes(path).find("Src/X:3 hello"), std::string::npos) << ReadBytes(path);
 }
 
-TEST(Language, KnownTextsAndDecimalFallback) {
+TEST_F(PlatformFiles, LanguageTextsFallBackToDecimalAndCatalogueFilesAreAllOrNothing) {
     using Language_Support::CLanguageSupport;
     CLanguageSupport::Clear();
     Strings::CStringVar out("stale");
-    EXPECT_FALSE(CLanguageSupport::ResolveString(1234, out));
-    EXPECT_EQ(out, "1234");
     EXPECT_FALSE(CLanguageSupport::ResolveString(4294967295u, out));
     EXPECT_EQ(out, "4294967295");
     CLanguageSupport::SetString(1234, "Rebuild started");
     EXPECT_TRUE(CLanguageSupport::ResolveString(1234, out));
     EXPECT_EQ(out, "Rebuild started");
-    CLanguageSupport::Clear();
-}
-
-TEST_F(PlatformFiles, LanguageCatalogueFileIsAllOrNothing) {
-    using Language_Support::CLanguageSupport;
-    CLanguageSupport::Clear();
     const std::string good = m_Dir + "/good.cat";
     const std::string bad = m_Dir + "/bad.cat";
     WriteBytes(good, "# catalogue\r\n10=Ten\r\n\n11=two\\nlines\\t\\\\ = x\n");
     WriteBytes(bad, "12=fine\nnot a line\n");
     EXPECT_EQ(CLanguageSupport::LoadCatalogue(good), 2);
-    Strings::CStringVar out;
     CLanguageSupport::ResolveString(10, out);
     EXPECT_EQ(out, "Ten");
     CLanguageSupport::ResolveString(11, out);

@@ -13,14 +13,12 @@
 #include <RVX/Exceptions.h>
 #include <RVX/IniFiles.h>
 
-#include <dirent.h>
-#include <fcntl.h>
 #include <stdlib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <sstream>
@@ -33,37 +31,23 @@ namespace pi_fuzz {
 // A directory of this process for the files under test: under
 // $PI_FUZZ_TMPDIR, else /dev/shm (no disk writes), else $TMPDIR or /tmp. It
 // is removed with its files when the process exits normally.
-class IniScratch {
-public:
-    IniScratch() {
-        const char* base = std::getenv("PI_FUZZ_TMPDIR");
-        if (base == nullptr)
-            base = ::access("/dev/shm", W_OK) == 0 ? "/dev/shm" : std::getenv("TMPDIR");
-        std::string pattern = std::string(base != nullptr ? base : "/tmp") + "/pi_fuzz_ini.XXXXXX";
-        if (::mkdtemp(&pattern[0]) == nullptr)
-            Fail(__FILE__, __LINE__, "cannot create a scratch directory");
-        m_Path = pattern;
-    }
-    ~IniScratch() {
-        if (DIR* dir = ::opendir(m_Path.c_str())) {
-            while (const dirent* entry = ::readdir(dir))
-                if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0)
-                    ::unlink((m_Path + "/" + entry->d_name).c_str());
-            ::closedir(dir);
-        }
-        ::rmdir(m_Path.c_str());
-    }
-    IniScratch(const IniScratch&) = delete;
-    IniScratch& operator=(const IniScratch&) = delete;
-    const std::string& Path() const { return m_Path; }
-
-private:
-    std::string m_Path;
-};
-
 inline const std::string& IniScratchDirectory() {
-    static const IniScratch scratch;
-    return scratch.Path();
+    static const struct Scratch {
+        std::string path;
+        Scratch() {
+            const char* base = std::getenv("PI_FUZZ_TMPDIR");
+            if (base == nullptr)
+                base = ::access("/dev/shm", W_OK) == 0 ? "/dev/shm" : std::getenv("TMPDIR");
+            path = std::string(base != nullptr ? base : "/tmp") + "/pi_fuzz_ini.XXXXXX";
+            if (::mkdtemp(&path[0]) == nullptr)
+                Fail(__FILE__, __LINE__, "cannot create a scratch directory");
+        }
+        ~Scratch() {
+            std::error_code ignored;
+            std::filesystem::remove_all(path, ignored);
+        }
+    } scratch;
+    return scratch.path;
 }
 
 inline void WriteBytes(const std::string& path, const std::string& bytes) {
@@ -116,12 +100,8 @@ inline bool IsSubsequence(const std::vector<std::string>& inner,
 }
 
 inline std::string TrimBlanks(const std::string& text) {
-    size_t begin = 0, end = text.size();
-    while (begin < end && (text[begin] == ' ' || text[begin] == '\t'))
-        ++begin;
-    while (end > begin && (text[end - 1] == ' ' || text[end - 1] == '\t' || text[end - 1] == '\r'))
-        --end;
-    return text.substr(begin, end - begin);
+    const size_t begin = text.find_first_not_of(" \t"), last = text.find_last_not_of(" \t\r");
+    return last == std::string::npos ? "" : text.substr(begin, last + 1 - begin);
 }
 
 // Names that the text may hold: what stands between "[" and "]" and what
@@ -181,15 +161,11 @@ inline IniValues ReadAll(RVX::INI_Files::CIniFile& ini, const std::vector<std::s
 }
 
 // The documented reasons to refuse a write.
-inline bool HasBlankEnd(const std::string& text) {
-    return !text.empty() && (text.front() == ' ' || text.front() == '\t' || text.back() == ' ' ||
-                             text.back() == '\t');
-}
 inline bool RefusedName(const std::string& section, const std::string& key) {
-    const bool badKey = key.find('\0') != std::string::npos;
-    const bool badSection = section.find_first_of(std::string("]\r\n\0", 4)) != std::string::npos ||
-                            HasBlankEnd(section);
-    return badKey || badSection;
+    const bool blankEnd = !section.empty() && (section.front() == ' ' || section.front() == '\t' ||
+                                               section.back() == ' ' || section.back() == '\t');
+    return key.find('\0') != std::string::npos || blankEnd ||
+           section.find_first_of(std::string("]\r\n\0", 4)) != std::string::npos;
 }
 
 inline void CheckIni(const std::uint8_t* data, size_t size) {
@@ -242,12 +218,10 @@ inline void CheckIni(const std::uint8_t* data, size_t size) {
     }
     const std::string change = " after op " + std::to_string(op) + " on " + Printable(section) +
                                "/" + Printable(key) + " = " + Printable(value) + where;
-    if (op <= 1)
-        PI_FUZZ_CHECK(refused ==
-                          (RefusedName(section, key) || value.find('\0') != std::string::npos),
-                      "refusal" + change);
-    else
-        PI_FUZZ_CHECK(!refused, "a removal refused" + change);
+    // A removal is never refused.
+    PI_FUZZ_CHECK(refused == (op <= 1 &&
+                              (RefusedName(section, key) || value.find('\0') != std::string::npos)),
+                  "refusal" + change);
 
     const std::string after = ReadBytes(path);
     if (refused)
@@ -292,21 +266,16 @@ inline void CheckIni(const std::uint8_t* data, size_t size) {
     if (text.compare(0, 3, bom) == 0)
         PI_FUZZ_CHECK(after.compare(0, 3, bom) == 0, "byte order mark lost" + change);
     const std::vector<std::string> oldLines = Lines(text), newLines = Lines(after);
-    if (refused) {
-        // nothing to add: the file is the same
-    } else if (op <= 1 && before[{section, key}].found == 1) {
+    if (!refused && op <= 1 && before[{section, key}].found == 1) {
         // One line replaced in place.
-        size_t differing = 0;
-        if (oldLines.size() == newLines.size()) {
-            for (size_t i = 0; i < oldLines.size(); ++i)
-                differing += oldLines[i] != newLines[i];
-        }
-        PI_FUZZ_CHECK(oldLines.size() == newLines.size() && differing <= 1,
-                      "more than the key's line changed" + change);
-    } else if (op <= 1) {
-        PI_FUZZ_CHECK(IsSubsequence(oldLines, newLines), "an old line was lost" + change);
-    } else {
-        PI_FUZZ_CHECK(IsSubsequence(newLines, oldLines), "a removal added a line" + change);
+        size_t differing = oldLines.size() == newLines.size() ? 0 : 2;
+        for (size_t i = 0; differing < 2 && i < oldLines.size(); ++i)
+            differing += oldLines[i] != newLines[i];
+        PI_FUZZ_CHECK(differing <= 1, "more than the key's line changed" + change);
+    } else if (!refused) {
+        PI_FUZZ_CHECK(op <= 1 ? IsSubsequence(oldLines, newLines)
+                              : IsSubsequence(newLines, oldLines),
+                      (op <= 1 ? "an old line was lost" : "a removal added a line") + change);
     }
 }
 

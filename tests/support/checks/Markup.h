@@ -19,6 +19,7 @@
 #include <pugixml.hpp>
 #endif
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -77,47 +78,35 @@ inline MarkupModel NavigatedTree(RVX::XML::CMarkup& markup, const std::string& t
 }
 
 #if defined(PI_FUZZ_XML_REFERENCE)
-// Whether the text is a document CMarkup accepts, and its tree, from pugixml.
-inline bool ReferenceTree(const std::string& text, MarkupModel& model,
-                          std::vector<pugi::xml_node>& nodes, pugi::xml_document& document) {
-    if (text.empty() || std::memchr(text.data(), '\0', text.size()) != nullptr)
-        return false;
-    if (!document.load_buffer(text.data(), text.size(), pugi::parse_default | pugi::parse_fragment,
+// The tree of pugixml's own parse, in document order (its walk does not
+// recurse).
+struct ReferenceWalker : pugi::xml_tree_walker {
+    MarkupModel model;
+    std::vector<pugi::xml_node> nodes{pugi::xml_node()};
+    std::vector<int> open{0}, lastChild{0}; // open[d]: the parent of elements at depth d
+    bool for_each(pugi::xml_node& node) override {
+        if (node.type() == pugi::node_element) {
+            open.resize(static_cast<size_t>(depth()) + 1);
+            model.Add(node.name(), open.back(), lastChild);
+            nodes.push_back(node);
+            open.push_back(model.Count());
+        }
+        return true;
+    }
+};
+
+// Whether the text is a document CMarkup accepts, by pugixml.
+inline bool ReferenceTree(const std::string& text, pugi::xml_document& document,
+                          ReferenceWalker& walker) {
+    if (text.empty() || std::memchr(text.data(), '\0', text.size()) != nullptr ||
+        !document.load_buffer(text.data(), text.size(), pugi::parse_default | pugi::parse_fragment,
                               pugi::encoding_utf8))
         return false;
     for (const pugi::xml_node top : document.children())
         if (top.type() == pugi::node_pcdata || top.type() == pugi::node_cdata)
             return false; // character data outside every element
-    std::vector<int> lastChild{0};
-    nodes.assign(1, pugi::xml_node());
-    // Pre-order without recursion: the node, then its children, then the
-    // next sibling of the nearest ancestor that has one.
-    std::vector<int> open{0};
-    pugi::xml_node node = document.first_child();
-    while (node) {
-        bool descended = false;
-        if (node.type() == pugi::node_element) {
-            model.Add(node.name(), open.back(), lastChild);
-            nodes.push_back(node);
-            if (node.first_child()) {
-                open.push_back(model.Count());
-                node = node.first_child();
-                descended = true;
-            }
-        }
-        if (descended)
-            continue;
-        while (node && !node.next_sibling()) {
-            node = node.parent();
-            if (!node || node == document)
-                break;
-            open.pop_back();
-        }
-        if (!node || node == document)
-            break;
-        node = node.next_sibling();
-    }
-    return model.Count() >= 1;
+    document.traverse(walker);
+    return walker.model.Count() >= 1;
 }
 #endif
 
@@ -152,16 +141,18 @@ inline void CheckMarkup(const std::uint8_t* data, size_t size) {
     }
 
     // A run of elements read at once gives what FindElem and GetAttribTexts
-    // give one element at a time, at every level (a few levels per input).
-    if (parsed) {
+    // give one element at a time, at every level (a few levels per input) and
+    // at one past them, by any name, a name found, a name not found.
+    {
         RVX::XML::CMarkup run;
         run.ReadDoc(text);
         static const char* const kNames[] = {"a", "b", "x", "a"};
-        for (int parent = 0; parent <= model.Count() && parent < 16; ++parent) {
+        for (int parent = 0; parent <= model.Count() + 1 && parent < 16; ++parent) {
             const std::string& first =
-                model.name[static_cast<size_t>(parent < model.Count() ? parent + 1 : 1)];
-            for (const char* element : {static_cast<const char*>(nullptr), first.c_str()}) {
-                for (size_t count : {size_t{3}, size_t{4}}) {
+                model.name[static_cast<size_t>(std::min(parent + 1, model.Count()))];
+            for (const char* element :
+                 {static_cast<const char*>(nullptr), first.c_str(), "", "y"}) {
+                for (size_t count : {size_t{0}, size_t{3}, size_t{4}}) {
                     markup.x_SetPos(parent, 0, 0);
                     run.x_SetPos(parent, 0, 0);
                     std::vector<const char*> expected, got;
@@ -194,24 +185,24 @@ inline void CheckMarkup(const std::uint8_t* data, size_t size) {
 
 #if defined(PI_FUZZ_XML_REFERENCE)
     {
-        MarkupModel reference;
-        std::vector<pugi::xml_node> nodes;
+        ReferenceWalker reference;
         pugi::xml_document document;
-        const bool accepted = ReferenceTree(text, reference, nodes, document);
+        const bool accepted = ReferenceTree(text, document, reference);
         PI_FUZZ_CHECK(parsed == accepted, "acceptance differs from pugixml: " + Printable(text));
+        const MarkupModel& tree = reference.model;
         if (accepted) {
-            PI_FUZZ_CHECK(reference.name == model.name && reference.parent == model.parent &&
-                              reference.firstChild == model.firstChild &&
-                              reference.nextSibling == model.nextSibling,
+            PI_FUZZ_CHECK(tree.name == model.name && tree.parent == model.parent &&
+                              tree.firstChild == model.firstChild &&
+                              tree.nextSibling == model.nextSibling,
                           "tree differs from pugixml: " + Printable(text));
-            for (int i = 1; i <= reference.Count(); ++i)
-                for (const pugi::xml_attribute a : nodes[static_cast<size_t>(i)].attributes()) {
-                    const std::string expected =
-                        nodes[static_cast<size_t>(i)].attribute(a.name()).value();
-                    PI_FUZZ_CHECK(markup.x_GetAttrib(i, a.name()) == expected,
-                                  std::string("attribute ") + a.name() + " of element " +
-                                      std::to_string(i) + " in " + Printable(text));
-                }
+            for (int i = 1; i <= tree.Count(); ++i)
+                for (const pugi::xml_attribute a :
+                     reference.nodes[static_cast<size_t>(i)].attributes())
+                    PI_FUZZ_CHECK(
+                        markup.x_GetAttrib(i, a.name()) ==
+                            reference.nodes[static_cast<size_t>(i)].attribute(a.name()).value(),
+                        std::string("attribute ") + a.name() + " of element " + std::to_string(i) +
+                            " in " + Printable(text));
         }
     }
 #endif
@@ -220,30 +211,24 @@ inline void CheckMarkup(const std::uint8_t* data, size_t size) {
     Random random(data, size);
     int parent = 0, current = 0;
     markup.x_SetPos(0, 0, 0);
+    // "", a name nothing has, or an element's name.
     auto someName = [&]() -> std::string {
-        switch (random.Below(4)) {
-        case 0:
-            return "";
-        case 1:
-            return "no such element";
-        default:
-            return model.Count() == 0
-                       ? std::string("a")
-                       : model.name[static_cast<size_t>(
-                             1 + random.Below(static_cast<std::uint32_t>(model.Count())))];
-        }
+        const std::uint32_t pick = random.Below(4);
+        if (pick < 2 || model.Count() == 0)
+            return pick == 0 ? "" : pick == 1 ? "no such element" : "a";
+        return model.name[1 + random.Below(static_cast<std::uint32_t>(model.Count()))];
     };
+    // Before the first element, past the last, the extremes, or a node.
     auto someIndex = [&]() -> int {
-        switch (random.Below(6)) {
-        case 0:
-            return -1 - static_cast<int>(random.Below(3));
-        case 1:
-            return model.Count() + 1 + static_cast<int>(random.Below(3));
-        case 2:
-            return random.Below(2) == 0 ? 2147483647 : -2147483647 - 1;
-        default:
-            return static_cast<int>(random.Below(static_cast<std::uint32_t>(model.Count()) + 1));
-        }
+        const std::uint32_t pick = random.Below(6);
+        const int some = static_cast<int>(
+            random.Below(static_cast<std::uint32_t>(pick < 2    ? 3
+                                                    : pick == 2 ? 2
+                                                                : model.Count() + 1)));
+        return pick == 0   ? -1 - some
+               : pick == 1 ? model.Count() + 1 + some
+               : pick == 2 ? (some == 0 ? 2147483647 : -2147483647 - 1)
+                           : some;
     };
     int copies = 0; // a copy parses the text again: a few per input
     for (int step = 0; step < 64; ++step) {
@@ -307,6 +292,14 @@ inline void CheckMarkup(const std::uint8_t* data, size_t size) {
                               markup.x_GetAttrib(current, name.c_str()),
                           "GetAttrib" + where());
             PI_FUZZ_CHECK(markup.x_GetAttrib(element, nullptr).empty(), "null name" + where());
+            // Several at once read as one by one: a name asked twice gives
+            // the first of its kind both times, no name gives "".
+            static const char* const kAsked[] = {"a", nullptr, "x", "b", "a"};
+            const char* texts[5];
+            markup.GetAttribTexts(kAsked, texts, 5);
+            for (size_t i = 0; i < 5; ++i)
+                PI_FUZZ_CHECK(texts[i] == (kAsked[i] ? markup.GetAttrib(kAsked[i]) : std::string()),
+                              "GetAttribTexts " + std::to_string(i) + where());
             break;
         }
         case 6: { // a copy keeps the document and the position
