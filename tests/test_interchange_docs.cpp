@@ -75,34 +75,6 @@ TEST(InterchangeDocs, EveryExampleIsWhatTheLibraryWrites) {
                                 << RecordClassName(static_cast<ERecordClass>(i));
 }
 
-TEST(InterchangeDocs, ExamplesMeanWhatThePageSays) {
-    // A few of the promises in the page's prose, checked on its examples.
-    const std::vector<std::string> examples = JsonExamples();
-    for (const std::string& example : examples) {
-        AnyRecord record;
-        ASSERT_EQ(ReadJsonDocument(example.data(), example.size(), record), 0u);
-        if (auto* object = std::get_if<CObject>(&record)) {
-            EXPECT_EQ(object->ObjectID, 18446744073709551615ull);
-            EXPECT_EQ(object->Children.at(0), 9007199254740993ull); // above 2^53, exact
-            float value = 0;
-            ASSERT_EQ(object->Properties.at(4).GetValue(value), 0u);
-            EXPECT_EQ(value, 0.1f);
-        }
-        if (auto* property = std::get_if<CProperty>(&record);
-            property != nullptr && property->PropertyID == 23102) {
-            EXPECT_EQ(property->Data, nullptr);
-            EXPECT_EQ(property->DataSize, 24u);
-            EXPECT_EQ(property->SubType, PROPERTY_SUBTYPE_64BIT);
-        }
-        if (auto* property = std::get_if<CProperty>(&record);
-            property != nullptr && property->PropertyID == 23100) {
-            std::string joined;
-            ASSERT_EQ(property->GetValue(joined), 0u);
-            EXPECT_EQ(joined, "a, d");
-        }
-    }
-}
-
 // One row of a member table: a member's name, its type and its default.
 struct Row {
     std::string name, type, fallback;
