@@ -80,21 +80,6 @@ INSTANTIATE_TEST_SUITE_P(Targets, FuzzInputs, ::testing::ValuesIn(Targets()),
                              return std::string(info.param.name);
                          });
 
-// Every target has a seed corpus; a regression directory, where there is
-// one, belongs to a target.
-TEST(FuzzLayout, EveryDirectoryBelongsToATarget) {
-    const std::vector<Target> targets = Targets();
-    for (const char* kind : {"corpus", "regressions"}) {
-        const std::string directory = std::string(PI_SOURCE_DIR) + "/fuzz/" + kind;
-        for (const std::string& path : FilesIn(directory)) {
-            const std::string name = path.substr(directory.size() + 1);
-            const bool known = std::any_of(targets.begin(), targets.end(),
-                                           [&](const Target& t) { return name == t.name; });
-            EXPECT_TRUE(known) << path << " is no fuzz target's";
-        }
-    }
-}
-
 // A marked file keeps one mark when its first section goes, also when the
 // line that becomes first brings a mark of its own: a rewrite writes one
 // mark, never two. (The replayed ini inputs do not reach this.)
