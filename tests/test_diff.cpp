@@ -1,5 +1,6 @@
 // The matching rules of the diff, the paths it writes, and the patches it
-// refuses, on small records written out by hand.
+// refuses, on small records written out by hand. (That every diff patches
+// back: test_diff_random.)
 #include "RecordFieldsEqual.h"
 #include "RecordGenerator.h"
 
@@ -10,7 +11,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
 #include <string>
 #include <thread>
 #include <vector>
@@ -56,14 +56,6 @@ ChangeList DiffOf(const Record& a, const Record& b, EDiffFields fields = EDiffFi
     return changes;
 }
 
-template <class Record> void ExpectPatches(const Record& a, const Record& b) {
-    const ChangeList changes = DiffOf(a, b, EDiffFields::All);
-    Record patched(a);
-    CInterchangeError error;
-    ASSERT_EQ(Patch(patched, changes, &error), 0u) << error.Text();
-    EXPECT_EQ(FirstDifference(patched, b), "");
-}
-
 using Strings = std::vector<std::string>;
 
 TEST(DiffMatching, PropertiesPairByIdentityAndOccurrence) {
@@ -77,14 +69,12 @@ TEST(DiffMatching, PropertiesPairByIdentityAndOccurrence) {
     EXPECT_EQ(changes[0].Old, R"({"PropertyID":23003,"Type":2,"Value":"x"})");
     EXPECT_EQ(changes[0].New, R"({"PropertyID":23003,"Type":2,"Value":"y"})");
     EXPECT_EQ(changes[1].Old, R"({"PropertyID":23003,"Type":2,"Value":"y"})");
-    ExpectPatches(a, b);
 
     // The secondary id is part of the identity.
     COperation c, d;
     c.Properties = {Text(23003, "x", 1), Text(23003, "x", 2)};
     d.Properties = {Text(23003, "x", 2), Text(23003, "x", 1)};
     EXPECT_EQ(Shape(DiffOf(c, d)), (Strings{"moved /Properties/0 /Properties/1"}));
-    ExpectPatches(c, d);
 }
 
 TEST(DiffMatching, ObjectMovedAndChangedAtOnce) {
@@ -95,7 +85,6 @@ TEST(DiffMatching, ObjectMovedAndChangedAtOnce) {
     EXPECT_EQ(Shape(DiffOf(a, b)),
               (Strings{"moved /Objects/0 /Objects/2", "changed /Objects/0/Flag",
                        "changed /Objects/0/Properties/0"}));
-    ExpectPatches(a, b);
 }
 
 TEST(DiffMatching, InsertionsAndRemovalsAreNotMoves) {
@@ -104,7 +93,6 @@ TEST(DiffMatching, InsertionsAndRemovalsAreNotMoves) {
     b.Objects = {Object(9), Object(1), Object(3), Object(4), Object(8)};
     EXPECT_EQ(Shape(DiffOf(a, b)),
               (Strings{"removed /Objects/1", "added /Objects/0", "added /Objects/4"}));
-    ExpectPatches(a, b);
 
     // Reversing four objects keeps one in place and moves three.
     COperation c = a, d;
@@ -113,7 +101,6 @@ TEST(DiffMatching, InsertionsAndRemovalsAreNotMoves) {
     ASSERT_EQ(reversed.size(), 3u);
     for (const CChange& change : reversed)
         EXPECT_EQ(change.Kind, EChangeKind::Moved);
-    ExpectPatches(c, d);
 }
 
 TEST(DiffMatching, MemberDrivesPairByObjectAndStart) {
@@ -128,7 +115,6 @@ TEST(DiffMatching, MemberDrivesPairByObjectAndStart) {
     EXPECT_EQ(Shape(DiffOf(a, b)), (Strings{"moved /Drives/0 /Drives/1"}));
     EXPECT_EQ(Shape(DiffOf(a, b, EDiffFields::All)),
               (Strings{"moved /Drives/0 /Drives/1", "changed /Drives/2/UsedSize"}));
-    ExpectPatches(a, b);
 }
 
 TEST(DiffMatching, OtherListsGoByPosition) {
@@ -137,7 +123,6 @@ TEST(DiffMatching, OtherListsGoByPosition) {
     b.StripeSizes = {128, 256};
     EXPECT_EQ(Shape(DiffOf(a, b)), (Strings{"changed /StripeSizes/0", "changed /StripeSizes/1",
                                             "removed /StripeSizes/2"}));
-    ExpectPatches(a, b);
 }
 
 TEST(DiffFields, IgnoredFieldsOnlyInTheSecondMode) {
@@ -157,7 +142,6 @@ TEST(DiffFields, IgnoredFieldsOnlyInTheSecondMode) {
                                    "changed /Events/0/Text1"}));
     EXPECT_EQ(all[1].Old, R"("")");
     EXPECT_EQ(all[1].New, R"("T:drive 3")");
-    ExpectPatches(a, b);
 }
 
 // Values of every kind, from the seeded generator: what Diff writes for an
@@ -166,22 +150,16 @@ TEST(DiffFields, GeneratedValuesAreWriteJsonValuesText) {
     for (std::uint64_t seed = 1; seed <= 60; ++seed) {
         const COperation added = RecordGenerator(seed).Operation();
         for (const CChange& change : DiffOf(COperation(), added)) {
-            if (change.Kind != EChangeKind::Added)
-                continue;
             const size_t slash = change.Path.rfind('/');
-            const std::string list = change.Path.substr(1, slash - 1);
-            const size_t i = std::stoul(change.Path.substr(slash + 1));
+            const std::string list = change.Path.substr(0, slash + 1);
+            const size_t i = std::strtoul(change.Path.c_str() + slash + 1, nullptr, 10);
             std::string json;
-            auto write = [&](const auto& records) {
-                ASSERT_LT(i, records.size());
-                ASSERT_EQ(WriteJsonValue(records[i], json), 0u);
-            };
-            if (list == "Objects")
-                write(added.Objects);
-            else if (list == "Properties")
-                write(added.Properties);
-            else if (list == "Events")
-                write(added.Events);
+            if (list == "/Objects/")
+                ASSERT_EQ(WriteJsonValue(added.Objects.at(i), json), 0u);
+            else if (list == "/Properties/")
+                ASSERT_EQ(WriteJsonValue(added.Properties.at(i), json), 0u);
+            else if (list == "/Events/")
+                ASSERT_EQ(WriteJsonValue(added.Events.at(i), json), 0u);
             else
                 continue;
             EXPECT_EQ(change.New, json) << "seed " << seed << " " << change.Path;
@@ -345,43 +323,53 @@ TEST(ChangeListDocument, WritesKindsAndMembersAndReadsThemBack) {
     EXPECT_EQ(read, changes);
 }
 
+// Each refusal names the offending member and points at it in the text ('@'
+// marks the place and is taken out); the outputs stay as they were.
 TEST(ChangeListDocument, RefusesMalformedDocumentsWithTheirPointer) {
-    struct Case {
-        const char* text;
+    const std::string head = R"({"Version":1,"Class":"COperation",)";
+    const std::string added = R"({"Kind":"added","Path":"/Objects/0","New":{}},)";
+    const struct {
+        std::string text;
         unsigned int code;
         const char* pointer;
     } cases[] = {
-        {R"({"Version":1,"Class":"COperation","Changes":[)", INTERCHANGE_SYNTAX, ""},
-        {R"({"Version":2,"Class":"COperation","Changes":[]})", INTERCHANGE_VERSION_UNKNOWN,
+        {head + R"("Changes":[)", INTERCHANGE_SYNTAX, ""},
+        {R"({@"Version":2,"Class":"COperation","Changes":[]})", INTERCHANGE_VERSION_UNKNOWN,
          "/Version"},
-        {R"({"Version":1,"Class":"CThing","Changes":[]})", INTERCHANGE_SCHEMA, "/Class"},
-        {R"({"Version":1,"Class":"COperation","Changes":[],"More":1})", INTERCHANGE_SCHEMA,
-         "/More"},
-        {R"({"Version":1,"Class":"COperation","Changes":[{"Kind":"renamed","Path":""}]})",
-         INTERCHANGE_SCHEMA, "/Changes/0/Kind"},
-        {R"({"Version":1,"Class":"COperation","Changes":[{"Kind":"changed","Path":"/Flag","New":true}]})",
-         INTERCHANGE_SCHEMA, "/Changes/0/Old"},
-        {R"({"Version":1,"Class":"COperation","Changes":[{"Kind":"added","Path":"/Objects/0","Old":{},"New":{}}]})",
-         INTERCHANGE_SCHEMA, "/Changes/0/Old"},
-        {R"({"Version":1,"Class":"COperation","Changes":[{"Kind":"moved","Path":"/Objects/0"}]})",
-         INTERCHANGE_SCHEMA, "/Changes/0/From"},
-        {"{\"Version\":1,\"Class\":\"COperation\",\"Changes\":[{\"Kind\":\"changed\",\"Path\":\"/"
-         "\xff\"}]}",
-         INTERCHANGE_BAD_TEXT, ""},
+        {R"({"Version":1,@"Class":"CThing","Changes":[]})", INTERCHANGE_SCHEMA, "/Class"},
+        {head + R"("Changes":[],@"More":1})", INTERCHANGE_SCHEMA, "/More"},
+        {head + R"(@"Changes":{}})", INTERCHANGE_SCHEMA, "/Changes"},
+        {head + R"("Changes":[{"Kind":"renamed","Path":""}]})", INTERCHANGE_SCHEMA,
+         "/Changes/0/Kind"},
+        {head + R"("Changes":[{"Kind":"changed",@"Path":7}]})", INTERCHANGE_SCHEMA,
+         "/Changes/0/Path"},
+        {head + R"("Changes":[)" + added + R"( {@"Kind":"changed","Path":"/Flag","New":true}]})",
+         INTERCHANGE_SCHEMA, "/Changes/1/Old"},
+        {head + R"("Changes":[)" + added + R"({"Kind":"removed","Path":"/Objects/1",@"New":{}}]})",
+         INTERCHANGE_SCHEMA, "/Changes/1/New"},
+        {head + R"("Changes":[{"Kind":"moved","Path":"/Objects/0"}]})", INTERCHANGE_SCHEMA,
+         "/Changes/0/From"},
+        {head + "\"Changes\":[{\"Kind\":\"changed\",\"Path\":\"/\xff\"}]}", INTERCHANGE_BAD_TEXT,
+         ""},
+        {head + R"("Changes":[{"Kind":"changed","Path":"/Flag","Old":)" + std::string(100000, '[') +
+             std::string(100000, ']') + R"(,"New":1}]})",
+         INTERCHANGE_LIMIT, ""},
+        // A NUL byte ends RapidJSON's input; what follows it is still refused.
+        {head + R"("Changes":[]}@)" + std::string(1, '\0') + R"("x")", INTERCHANGE_SYNTAX, ""},
     };
-    const std::string deep = R"({"Version":1,"Class":"COperation","Changes":[{"Kind":"changed",)"
-                             R"("Path":"/Flag","Old":)" +
-                             std::string(100000, '[') + std::string(100000, ']') + R"(,"New":1}]})";
-    std::vector<Case> all(std::begin(cases), std::end(cases));
-    all.push_back({deep.c_str(), INTERCHANGE_LIMIT, ""});
-    for (const Case& c : all) {
+    for (const auto& c : cases) {
+        std::string text = c.text;
+        const size_t at = text.find('@');
+        if (at != std::string::npos)
+            text.erase(at, 1);
         ChangeList changes{CChange{}};
         ERecordClass cls = ERecordClass::Level;
         CInterchangeError error;
-        EXPECT_EQ(ReadChangeList(c.text, std::strlen(c.text), cls, changes, &error), c.code)
-            << c.text << "\n"
+        EXPECT_EQ(ReadChangeList(text.data(), text.size(), cls, changes, &error), c.code)
+            << text << "\n"
             << error.Text();
-        EXPECT_EQ(error.Pointer, c.pointer) << c.text;
+        EXPECT_EQ(error.Pointer, c.pointer) << text;
+        EXPECT_TRUE(at == std::string::npos || error.Offset == at) << text << ": " << error.Offset;
         EXPECT_EQ(changes.size(), 1u) << "a refused document changed the output";
         EXPECT_EQ(cls, ERecordClass::Level);
     }

@@ -74,7 +74,7 @@ int Random(unsigned long long seed, int count, const std::string& directory) {
     for (int i = 0; i < count; ++i) {
         const std::string stem = directory + "/random" + std::to_string(i);
         if (!(i % 2 == 0 ? WriteBoth(generator.Operation(), stem)
-                         : WriteBoth(generator.Task(), stem)))
+                         : WriteBoth(generator.Record<PI::CTask>(), stem)))
             return 1;
     }
     return 0;

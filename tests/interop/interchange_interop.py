@@ -43,15 +43,20 @@ def float32(value):
     return struct.unpack("<f", struct.pack("<f", value))[0]
 
 
+def walk(value, leaf):
+    """`leaf` applied to every value, a dict or list before its items."""
+    value = leaf(value)
+    if isinstance(value, dict):
+        return {key: walk(item, leaf) for key, item in value.items()}
+    if isinstance(value, list):
+        return [walk(item, leaf) for item in value]
+    return value
+
+
 def as_json(value):
     """The MessagePack form with its bins spelled as in JSON."""
-    if isinstance(value, bytes):
-        return {"Base64": base64.b64encode(value).decode("ascii")}
-    if isinstance(value, dict):
-        return {key: as_json(item) for key, item in value.items()}
-    if isinstance(value, list):
-        return [as_json(item) for item in value]
-    return value
+    return walk(value, lambda v: {"Base64": base64.b64encode(v).decode("ascii")}
+                if isinstance(v, bytes) else v)
 
 
 def load_pair(stem):
@@ -65,13 +70,7 @@ def load_pair(stem):
 def floats32(value):
     """Floats (the values of kind 8) as the 32-bit floats they stand for:
     MessagePack carries the float itself, JSON its shortest decimal."""
-    if isinstance(value, float):
-        return float32(value)
-    if isinstance(value, dict):
-        return {key: floats32(item) for key, item in value.items()}
-    if isinstance(value, list):
-        return [floats32(item) for item in value]
-    return value
+    return walk(value, lambda v: float32(v) if isinstance(v, float) else v)
 
 
 def same_in_both(stem):
@@ -122,13 +121,8 @@ def python_documents():
 
 def to_pack(value):
     """The JSON spelling of bytes as a MessagePack bin."""
-    if isinstance(value, dict):
-        if list(value) == ["Base64"]:
-            return base64.b64decode(value["Base64"])
-        return {key: to_pack(item) for key, item in value.items()}
-    if isinstance(value, list):
-        return [to_pack(item) for item in value]
-    return value
+    return walk(value, lambda v: base64.b64decode(v["Base64"])
+                if isinstance(v, dict) and list(v) == ["Base64"] else v)
 
 
 def main():

@@ -75,12 +75,5 @@ template <class R, class> std::string FirstDifference(const R& a, const R& b) {
     return out;
 }
 
-template <class T>
-std::string ListDifference(const std::string& name, const std::vector<T>& a,
-                           const std::vector<T>& b) {
-    std::string below;
-    return Detail::Differs(a, b, below) ? "/" + name + below : "";
-}
-
 } // namespace Testing
 } // namespace PI

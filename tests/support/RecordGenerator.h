@@ -34,8 +34,6 @@ public:
     size_t MaxRecords = 3;
     size_t MaxNumbers = 6;
 
-    std::mt19937_64& Engine() { return m_Engine; }
-
     // Each mostly random, often one of its edge values.
     std::uint64_t U64() {
         const size_t k = Below(8);
@@ -120,22 +118,16 @@ public:
         return p;
     }
 
-    // Any record but a property: each member random, or left at its default
-    // one time in four.
+    // Any record: each member random, or left at its default one time in four.
     template <class R> R Record() {
-        R r;
-        Fill(r);
-        return r;
+        if constexpr (std::is_same_v<R, CProperty>) {
+            return Property();
+        } else {
+            R r;
+            Fill(r);
+            return r;
+        }
     }
-    CObject Object() { return Record<CObject>(); }
-    CTask Task() { return Record<CTask>(); }
-    CDrive Drive() { return Record<CDrive>(); }
-    CContainer Container() { return Record<CContainer>(); }
-    CLogicalDrive LogicalDrive() { return Record<CLogicalDrive>(); }
-    CLevel Level() { return Record<CLevel>(); }
-    CMigration Migration() { return Record<CMigration>(); }
-    CPartition Partition() { return Record<CPartition>(); }
-    CPassThrough PassThrough() { return Record<CPassThrough>(); }
     CEvent Event() { return Record<CEvent>(); }
     COperation Operation() { return Record<COperation>(); }
 
@@ -200,17 +192,19 @@ private:
             std::memcpy(p.Data, bytes, size);
         p.DataSize = size;
     }
+    // A text block of the kind, with its NUL.
+    static void SetText(CProperty& p, unsigned int type, const std::string& text) {
+        p.Type = type;
+        SetBlock(p, (text + '\0').data(), static_cast<unsigned int>(text.size() + 1));
+    }
 
     void FillValue(CProperty& p) {
         switch (Below(16)) {
         case 0:
             break; // VT_NONE
-        case 1: {
-            const std::string text = Text();
-            p.Type = VT_STRING;
-            SetBlock(p, (text + '\0').data(), static_cast<unsigned int>(text.size() + 1));
+        case 1:
+            SetText(p, VT_STRING, Text());
             break;
-        }
         case 2: {
             std::vector<int> list = Ints(1);
             p.SetValue(I32(), list);
@@ -250,12 +244,9 @@ private:
             p.SetValue(list);
             break;
         }
-        case 9: {
-            const std::string text = "<r a=\"" + std::to_string(U32()) + "\">" + Text() + "</r>";
-            p.Type = VT_XML;
-            SetBlock(p, (text + '\0').data(), static_cast<unsigned int>(text.size() + 1));
+        case 9:
+            SetText(p, VT_XML, "<r a=\"" + std::to_string(U32()) + "\">" + Text() + "</r>");
             break;
-        }
         case 10: {
             std::vector<std::string> list(Count(MaxNumbers));
             for (auto& text : list)
@@ -263,14 +254,10 @@ private:
             p.SetValue(list, U32());
             break;
         }
-        case 11: {
-            // An encrypted text travels as stored.
-            const std::string text = "ENC1(" + Text() + ")";
-            p.Type = VT_STRING;
+        case 11: // an encrypted text travels as stored
+            SetText(p, VT_STRING, "ENC1(" + Text() + ")");
             p.SubType = PROPERTY_SUBTYPE_ENCRYPTED;
-            SetBlock(p, (text + '\0').data(), static_cast<unsigned int>(text.size() + 1));
             break;
-        }
         default:
             FillRaw(p);
             break;

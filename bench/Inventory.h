@@ -1,8 +1,8 @@
 #pragma once
 
-// The inventory operation that the record benchmarks use (and the
-// interchange interop test writes out): one adapter, 8 enclosures, 256
-// physical drives and 32 logical drives, 10 728 properties of mixed kinds.
+// The inventory operation that the benchmarks use: one adapter, 8
+// enclosures, 256 physical drives and 32 logical drives, 10 728 properties of
+// mixed kinds.
 
 #include <PI/Identifiers.h>
 #include <PI/LogicalDrive.h>
