@@ -1,11 +1,10 @@
 // SATA drive identity: the model split, the speed and serial rules, and the
-// speed classes, each as a table of inputs and what they give.
+// speed classes, each as a table of inputs and what they give. What holds for
+// any model string is the fuzz check's (checks/DriveIdentity.h).
 #include "PI/Helpers.h"
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <locale>
 #include <stdexcept>
 #include <string>
 
@@ -51,60 +50,6 @@ TEST(SplitSATAModelName, VendorAndProduct) {
     }
 }
 
-std::string TrimmedModel(const std::string& text) {
-    const std::locale locale;
-    size_t first = 0, end = text.size();
-    while (first < end && std::isspace(text[first], locale))
-        ++first;
-    while (end > first && std::isspace(text[end - 1], locale))
-        --end;
-    return text.substr(first, end - first);
-}
-
-bool IsTrimmed(const std::string& text) {
-    const std::locale locale;
-    return text.empty() ||
-           (!std::isspace(text.front(), locale) && !std::isspace(text.back(), locale));
-}
-
-TEST(SplitSATAModelName, InvariantsOverRealModelStrings) {
-    const std::string path = std::string(PI_SHARED_DATA_DIR) + "/ata-models.txt";
-    std::ifstream in(path);
-    if (!in)
-        GTEST_SKIP() << "the shared test data is missing: no model list at " << path
-                     << " (../shared/data beside the checkout)";
-    std::string line;
-    int models = 0;
-    while (std::getline(in, line)) {
-        if (!line.empty() && line[0] == '#')
-            continue;
-        ++models;
-        std::string vendor, product;
-        ASSERT_NO_THROW(PI::SplitSATAModelName(line, vendor, product)) << line;
-        EXPECT_TRUE(IsTrimmed(vendor)) << line;
-        EXPECT_TRUE(IsTrimmed(product)) << line;
-
-        const std::string model = TrimmedModel(line);
-        if (vendor == "--") {
-            EXPECT_EQ(model.find(' '), std::string::npos) << line;
-        }
-        if (model.find(' ') == std::string::npos) {
-            // A single word is the product; its vendor comes from a short list.
-            EXPECT_EQ(product, model) << line;
-            EXPECT_TRUE(vendor == "--" || vendor == "STEC" || vendor == "SEAGATE" ||
-                        vendor == "HGST" || vendor == "LG")
-                << line << " -> " << vendor;
-        }
-        if (!model.empty()) {
-            EXPECT_FALSE(vendor.empty()) << line;
-            EXPECT_FALSE(product.empty()) << line;
-            // Nothing is invented: the product is always a part of the model.
-            EXPECT_NE(model.find(product), std::string::npos) << line;
-        }
-    }
-    EXPECT_GT(models, 1000);
-}
-
 TEST(GetSATARPM, ByVendorRules) {
     // Fast WD models by prefix, Hitachi's speed in characters 3 and 4,
     // Kormani's patterns in order, Seagate's slow models by exact name;
@@ -145,19 +90,13 @@ TEST(GetSATARPM, ByVendorRules) {
     }
 }
 
+// Which products throw is the fuzz check's; here the boundary and the output.
 TEST(GetSATARPM, TooShortProductsThrowOutOfRange) {
     unsigned long long rpm = 0;
     EXPECT_THROW(PI::GetSATARPM("HGST", "HD", rpm), std::out_of_range);
     EXPECT_EQ(rpm, 7200u) << "rpm is written before the product is inspected";
-    EXPECT_THROW(PI::GetSATARPM("HITACHI", "", rpm), std::out_of_range);
-    EXPECT_THROW(PI::GetSATARPM("KORMANI", "ZTC4", rpm), std::out_of_range);
     EXPECT_THROW(PI::GetSATARPM("KORMANI", "ZTA4XX", rpm), std::out_of_range);
-    EXPECT_THROW(PI::GetSATARPM("KORMANI", "ZTB4XX", rpm), std::out_of_range);
-    // Without a known prefix the substring is never taken.
-    EXPECT_NO_THROW(PI::GetSATARPM("KORMANI", "ZT", rpm));
-    EXPECT_EQ(rpm, 7200u);
-    EXPECT_NO_THROW(PI::GetSATARPM("WDC", "", rpm));
-    EXPECT_NO_THROW(PI::GetSATARPM("SEAGATE", "", rpm));
+    EXPECT_NO_THROW(PI::GetSATARPM("KORMANI", "ZTA4XXX", rpm));
 }
 
 TEST(CorrectSerialNumber, ByVendorRules) {

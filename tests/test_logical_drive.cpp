@@ -16,7 +16,6 @@
 #include <functional>
 #include <locale>
 #include <optional>
-#include <random>
 #include <set>
 #include <sstream>
 #include <string>
@@ -155,7 +154,7 @@ TEST(LogicalDriveDocument, SpareListsMayStandAnywhereAtTheTop) {
 }
 
 // Units are narrowed to their low 32 bits (4600387192 is 2^32 + 0x12345678);
-// signs are taken, a minus wraps; a drive's numbers are found by name in any
+// a drive's numbers are found by name in any
 // order, each the first attribute of its name; only the first "Containers"
 // counts, names are case-sensitive, anything else is ignored.
 TEST(LogicalDriveDocument, OptionalPartsNumberFormsAndAttributeOrder) {
@@ -167,8 +166,6 @@ TEST(LogicalDriveDocument, OptionalPartsNumberFormsAndAttributeOrder) {
          "7 21002 [] G 21 22 D A 41 42"},
         {R"(<LogicalDriveConfiguration Size="18446744073709551615" Units="4600387192"/>)",
          "18446744073709551615 305419896 [] G D A"},
-        {R"(<LogicalDriveConfiguration Size="-1" Units="+21003"/>)",
-         "18446744073709551615 21003 [] G D A"},
         {root +
              R"(<Container><Drive ObjectID="1" StartAddress="2" UsedSize="3"/>)"
              R"(<Drive UsedSize="6" StartAddress="5" ObjectID="4"/>)"
@@ -201,7 +198,8 @@ TEST(LogicalDriveDocument, UnparsableTextGivesADefaultRecord) {
     }
 }
 
-TEST(LogicalDriveDocument, BadNumbersThrowBadLexicalCast) {
+// Missing numbers throw; number forms are NumbersConvertAsLexicalCast's.
+TEST(LogicalDriveDocument, MissingNumbersThrowBadLexicalCast) {
     const std::string root = R"(<LogicalDriveConfiguration Size="1" Units="1">)";
     const std::string end = "</LogicalDriveConfiguration>";
     const std::vector<std::string> bad = {
@@ -209,15 +207,8 @@ TEST(LogicalDriveDocument, BadNumbersThrowBadLexicalCast) {
         R"(<LogicalDriveConfiguration Size="1"/>)",
         R"(<Other Size="1" Units="2"/>)",
         GHS_LIST,
-        R"(<LogicalDriveConfiguration Size="" Units="1"/>)",
-        R"(<LogicalDriveConfiguration Size=" 1" Units="1"/>)",
-        R"(<LogicalDriveConfiguration Size="0x10" Units="1"/>)",
-        R"(<LogicalDriveConfiguration Size="18446744073709551616" Units="1"/>)",
-        R"(<LogicalDriveConfiguration Size="1" Units="1.5"/>)",
         R"(<LogicalDriveConfiguration Size=")" + std::string(100000, '9') + R"(" Units="1"/>)",
         root + R"(<Containers><Container><Drive ObjectID="1" StartAddress="0"/>)" +
-            "</Container></Containers>" + end,
-        root + R"(<Containers><Container><Drive ObjectID="1" StartAddress="x" UsedSize="1"/>)" +
             "</Container></Containers>" + end,
         root + end + "<DedicatedHotSpares><Drive/></DedicatedHotSpares>",
         root + end + R"(<AssociatedLogicalDrives><LogicalDrive ObjectID="-"/>)" +
@@ -291,14 +282,6 @@ TEST(LogicalDriveDocument, HostileDocumentsEndInARecordOrBadLexicalCast) {
     const CLogicalDrive nested(deep);
     ASSERT_EQ(nested.Containers.size(), 1u);
     EXPECT_EQ(nested.Containers[0].Drives.size(), 1u);
-
-    std::string many = R"(<LogicalDriveConfiguration Size="1" Units="1"/><GlobalHotSpares>)";
-    for (int i = 0; i < 20000; ++i)
-        many += "<Drive ObjectID=\"" + std::to_string(i) + "\"/>";
-    many += "</GlobalHotSpares>";
-    const CLogicalDrive spares(many);
-    ASSERT_EQ(spares.GetGHSCount(), 20000u);
-    EXPECT_EQ(spares.GHS.back(), 19999u);
 
     // Every truncation of a full document, and an undeclared entity.
     const std::string full = std::string(CORE) + GHS_LIST + DHS_LIST + ALD_LIST;
@@ -390,93 +373,4 @@ TEST(LogicalDriveScan, OtherShapesGoToTheParser) {
     const CLogicalDrive late(other[other.size() - 5]);
     EXPECT_EQ(Dump(late), "1 1 [(1:2:3 )(4:5:6 )] G D A") << "the parser took the sign";
     EXPECT_EQ(CLogicalDrive(other[6]).Size, 1u) << "a character reference";
-}
-
-// Documents of the usual shape, cut and spliced at random: where the scan
-// reads one, it reads what the parser reads, and it still reads many of them.
-TEST(LogicalDriveScan, AgreesWithTheParserOnMutatedDocuments) {
-    PI_NEED_SCAN_HOOK();
-    const std::vector<std::string> bases = {
-        kCore + kGhs + kDhs + kAld,
-        Example("ld-raid10.xml"),
-        R"(<?xml version="1.0"?><LogicalDriveConfiguration Size='7' Units='21002'/>)" + kAld,
-    };
-    // Pieces that are each a step inside or outside the shape.
-    // clang-format off
-    const std::vector<std::string> pieces = {"<",
-                                             ">",
-                                             "/>",
-                                             "</",
-                                             "\"",
-                                             "'",
-                                             "=",
-                                             " ",
-                                             "\n",
-                                             "\r",
-                                             "\t",
-                                             "--",
-                                             "<!--",
-                                             "-->",
-                                             "&#49;",
-                                             "<![CDATA[",
-                                             "<?",
-                                             "0",
-                                             "9",
-                                             "+",
-                                             "x",
-                                             "\xC3\xA9",
-                                             std::string(1, '\0'),
-                                             "<Container>",
-                                             "</Containers>",
-                                             "<Other/>",
-                                             " ObjectID=\"8\"",
-                                             "<GlobalHotSpares>"};
-    const std::vector<std::string> elements = {
-        "<Drive ObjectID=\"5\" StartAddress=\"6\" UsedSize=\"7\"/>",
-        "<Drive ObjectID=\"8\"/>",
-        "<Container></Container>",
-        "<Containers/>",
-        "<Other a='b'/>",
-        "<!-- c -->",
-        "\r\n ",
-        "<GlobalHotSpares><Drive ObjectID=\"9\"/></GlobalHotSpares>"};
-    // clang-format on
-    std::mt19937 random(20261123);
-    const auto below = [&](size_t bound) {
-        return static_cast<size_t>(std::uniform_int_distribution<size_t>(0, bound - 1)(random));
-    };
-    size_t scanned = 0, total = 0;
-    for (int round = 0; round < 4000; ++round) {
-        std::string text = bases[below(bases.size())];
-        for (size_t edits = 1 + below(3); edits > 0; --edits) {
-            const size_t at = below(text.size() + 1);
-            switch (below(5)) {
-            case 0: // insert a piece
-                text.insert(at, pieces[below(pieces.size())]);
-                break;
-            case 4: { // insert a whole element between two tags
-                const size_t after = text.find('>', at);
-                text.insert(after == std::string::npos ? text.size() : after + 1,
-                            elements[below(elements.size())]);
-                break;
-            }
-            case 1: // remove a few bytes
-                text.erase(at, 1 + below(8));
-                break;
-            case 2: // replace one byte by a piece
-                text.replace(at, 1, pieces[below(pieces.size())]);
-                break;
-            default: // repeat a stretch
-                text.insert(at, text.substr(below(text.size() + 1), below(64)));
-                break;
-            }
-        }
-        scanned += ReadsAlike(text) ? 1 : 0;
-        ++total;
-        if (HasFailure())
-            break;
-    }
-    // Most edits leave the shape; enough stay in it for each step of the
-    // scan to have met the parser (about one in eight).
-    EXPECT_GT(scanned, total / 25) << scanned << " of " << total;
 }

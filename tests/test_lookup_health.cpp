@@ -77,23 +77,15 @@ TEST(Lookup, PropertiesOfEveryHolderByIdAndSecondaryId) {
 }
 
 TEST(Health, DriveStatesFollowTheStatusIconWhateverTheMarks) {
-    EXPECT_EQ(HealthOfDriveState(PD_STATE_OK), HEALTH_OK);
-    EXPECT_EQ(HealthOfDriveState(PD_STATE_REBUILD_1), HEALTH_OK); // drive_rbld_ok
-    EXPECT_EQ(HealthOfDriveState(PD_STATE_WARNING), HEALTH_WARNING);
-    EXPECT_EQ(HealthOfDriveState(PD_STATE_FAILED), HEALTH_CRITICAL);
+    EXPECT_EQ(HealthOfDriveState(PD_STATE_REBUILD_1), HEALTH_OK);     // drive_rbld_ok
     EXPECT_EQ(HealthOfDriveState(PD_STATE_MISSING), HEALTH_CRITICAL); // drivemiss_fail
-    // A state the library does not name is shown as an ok drive, but its
-    // health is not known.
-    EXPECT_EQ(HealthOfDriveState(40002), HEALTH_UNKNOWN);
-    EXPECT_EQ(HealthOfDriveState(0), HEALTH_UNKNOWN);
-
+    EXPECT_EQ(HealthOfDriveState(40002), HEALTH_UNKNOWN); // unnamed: an ok icon, no health
     // A rebuilding SSD in power save has no image of its own: the icon table
     // falls back to an ok disk, yet the drive's state is a warning.
     CObject ssd = Drive(1, PD_STATE_REBUILD_WARNING_1);
     ssd.Properties.push_back(Number(PHYSICAL_DRIVE_MEDIA_TYPE, MEDIA_TYPE_SSD));
     ssd.Properties.push_back(Number(PHYSICAL_DRIVE_POWER_STATUS, POWER_STATE_POWER_SAVE));
     EXPECT_EQ(GetObjectHealth(ssd), HEALTH_WARNING);
-
     // The state as the value of a selection.
     CObject listed(2, OBJECT_TYPE_PHYSICAL_DRIVE);
     listed.Properties.push_back(CProperty(PHYSICAL_DRIVE_STATUS, false));
@@ -107,7 +99,6 @@ TEST(Health, WhatCannotBeJudgedIsUnknownAndNeverRaises) {
     CObject fan(2, OBJECT_TYPE_FAN); // no status property of its kind
     fan.Properties.push_back(Text(ADAPTER_STATUS, "Failed"));
     EXPECT_EQ(GetObjectHealth(fan), HEALTH_UNKNOWN);
-
     // A block that does not fit its kind, as only direct field writes make.
     CObject broken = Drive(3, PD_STATE_FAILED);
     broken.Properties[0].DataSize = 4;
@@ -115,23 +106,16 @@ TEST(Health, WhatCannotBeJudgedIsUnknownAndNeverRaises) {
     CProperty empty(LOGICAL_DRIVE_STATUS, false);
     empty.Type = VT_STRING; // a kind without a block
     EXPECT_EQ(HealthOfProperty(empty), HEALTH_UNKNOWN);
-    EXPECT_EQ(HealthOfProperty(Number(LOGICAL_DRIVE_STATUS, 2)), HEALTH_UNKNOWN);
     EXPECT_EQ(HealthOfProperty(Number(PHYSICAL_DRIVE_STATUS, 0x100000000ull + PD_STATE_FAILED)),
               HEALTH_UNKNOWN);
-
-    EXPECT_STREQ(HealthName(HEALTH_WARNING), "warning");
     EXPECT_STREQ(HealthName(static_cast<_HEALTH>(7)), "unknown");
 }
 
 TEST(Health, StatusTextsMatchTrimmedIgnoringCase) {
     EXPECT_EQ(HealthOfStateText("  partially DEGRADED\t\n"), HEALTH_WARNING);
-    EXPECT_EQ(HealthOfStateText("offline"), HEALTH_CRITICAL);
-    EXPECT_EQ(HealthOfStateText("Partially"), HEALTH_UNKNOWN);
-    EXPECT_EQ(HealthOfStateText("Degraded!"), HEALTH_UNKNOWN);
-    EXPECT_EQ(HealthOfStateText("Opti mal"), HEALTH_UNKNOWN);
-    EXPECT_EQ(HealthOfStateText(""), HEALTH_UNKNOWN);
-    EXPECT_EQ(HealthOfStateText(std::string("Failed\0x", 8)), HEALTH_UNKNOWN);
-
+    for (const std::string& text : {std::string("Partially"), std::string("Degraded!"),
+                                    std::string("Opti mal"), std::string("Failed\0x", 8)})
+        EXPECT_EQ(HealthOfStateText(text), HEALTH_UNKNOWN) << text;
     CLogicalDrive ld;
     ld.Properties.push_back(Text(LOGICAL_DRIVE_STATUS, "Degraded"));
     EXPECT_EQ(GetLogicalDriveHealth(ld), HEALTH_WARNING);
@@ -141,15 +125,11 @@ TEST(Health, StatusTextsMatchTrimmedIgnoringCase) {
 }
 
 TEST(Health, TheWordTableIsReplacedWholeOrNotAtAll) {
-    const std::vector<CHealthWord> start = GetHealthWords();
     EXPECT_FALSE(SetHealthWords({{"Ready", HEALTH_OK}, {" READY ", HEALTH_CRITICAL}}));
     EXPECT_FALSE(SetHealthWords({{"Ready", HEALTH_OK}, {" \t", HEALTH_OK}}));
     EXPECT_FALSE(SetHealthWords({{"Ready", HEALTH_UNKNOWN}}));
-    EXPECT_EQ(GetHealthWords().size(), start.size());
     EXPECT_EQ(HealthOfStateText("Ready"), HEALTH_UNKNOWN);
-
     ASSERT_TRUE(SetHealthWords({{" Ready ", HEALTH_OK}, {"Gone", HEALTH_CRITICAL}}));
-    EXPECT_EQ(GetHealthWords()[0].Word, "Ready");
     EXPECT_EQ(HealthOfStateText("ready"), HEALTH_OK);
     EXPECT_EQ(HealthOfStateText("Optimal"), HEALTH_UNKNOWN); // the old words are gone
     ResetHealthWords();

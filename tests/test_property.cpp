@@ -26,111 +26,100 @@ using RVX::Strings::CStringVar;
 namespace {
 
 const PI::_PROPERTY_ID kId = static_cast<PI::_PROPERTY_ID>(23001);
+using Bytes = std::vector<unsigned char>;
 
-std::vector<unsigned char> BlockOf(const CProperty& p) {
-    if (p.Data == nullptr)
-        return {};
-    return std::vector<unsigned char>(p.Data, p.Data + p.DataSize);
+Bytes BlockOf(const CProperty& p) {
+    return p.Data == nullptr ? Bytes() : Bytes(p.Data, p.Data + p.DataSize);
 }
 
-// Little-endian bytes, built independently of the library's memcpy.
-void PutLE(std::vector<unsigned char>& out, unsigned long long value, int bytes) {
-    for (int i = 0; i < bytes; ++i)
-        out.push_back(static_cast<unsigned char>(value >> (8 * i)));
-}
-std::vector<unsigned char> Words32(std::initializer_list<long long> words) {
-    std::vector<unsigned char> out;
+// Little-endian words of `size` bytes, built independently of the library's memcpy.
+Bytes Words(std::initializer_list<long long> words, int size = 4) {
+    Bytes out;
     for (long long w : words)
-        PutLE(out, static_cast<unsigned long long>(w), 4);
+        for (int i = 0; i < size; ++i)
+            out.push_back(
+                static_cast<unsigned char>(static_cast<unsigned long long>(w) >> (8 * i)));
     return out;
 }
-std::vector<unsigned char> Chars(const char* text, size_t length) {
-    return std::vector<unsigned char>(text, text + length);
-}
-std::vector<unsigned char> operator+(std::vector<unsigned char> a,
-                                     const std::vector<unsigned char>& b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
+Bytes Chars(const char* text, size_t length) {
+    return Bytes(text, text + length);
 }
 
 std::string StoredText(const CProperty& p) {
-    EXPECT_NE(p.Data, nullptr);
-    EXPECT_GT(p.DataSize, 0u);
+    EXPECT_TRUE(p.Data != nullptr && p.DataSize > 0 && p.Data[p.DataSize - 1] == '\0');
     if (p.Data == nullptr || p.DataSize == 0)
         return std::string();
-    EXPECT_EQ(p.Data[p.DataSize - 1], '\0');
     return std::string(reinterpret_cast<const char*>(p.Data), p.DataSize - 1);
 }
 
 const unsigned char kKey[32] = {9, 8, 7, 6, 5, 4, 3, 2, 1, 0, 9, 8, 7, 6, 5, 4,
                                 3, 2, 1, 0, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0, 9, 8};
 
-std::string Decrypt(const std::string& text) {
-    RVX::Crypt::CAES aes;
-    CStringVar plain;
-    EXPECT_TRUE(aes.Decrypt(CStringRef(text), plain)) << RVX::Crypt::CAES::LastError();
-    return plain.Str();
-}
-
 // ---- Encodings --------------------------------------------------------------
 
 // Each setter's kind, split and block, starting from a property that holds a
 // string: empty pairs and empty 64-bit lists hold no block, an empty string
-// list a zero-byte one.
+// list a zero-byte one. When the block cannot be obtained, the setter says so
+// and leaves the new kind and sizes without a block; the next attempt succeeds.
 TEST(PropertyTest, ValuesEncodeAsLittleEndianWordsWithTheirKind) {
-    std::vector<unsigned char> wide, wideList;
-    PutLE(wide, 0x0102030405060708ull, 8);
-    PutLE(wideList, 1, 8);
-    PutLE(wideList, 0xFFFFFFFF00000002ull, 8);
     std::vector<int> list{1, -2}, first{1, 2}, second{3, 4, -5}, none;
     std::vector<unsigned long long> wides{1, 0xFFFFFFFF00000002ull}, noWides;
+    const std::vector<std::string> texts{"a", "bc"}, noTexts;
+    Bytes strings = Words({2, 3});
+    strings.insert(strings.end(), {'a', 0, 'b', 'c', 0});
+    RVX::XML::CMarkup markup;
+    markup.SetDoc("<a/>");
     using Set = std::function<unsigned int(CProperty&)>;
     const struct {
         const char* name;
         Set set;
         unsigned int type, subType, split;
-        std::vector<unsigned char> block;
+        Bytes block;
         bool hasBlock;
     } cases[] = {
-        {"int list", [&](CProperty& p) { return p.SetValue(7, list); }, 3, 0, 0,
-         Words32({7, 1, -2}), true},
-        {"true", [](CProperty& p) { return p.SetValue(true); }, 4, 0, 0, Words32({1}), true},
-        {"false", [](CProperty& p) { return p.SetValue(false); }, 4, 0, 0, Words32({0}), true},
-        {"uint64", [](CProperty& p) { return p.SetValue(0x0102030405060708ull); }, 5, 1, 0, wide,
+        {"int list", [&](CProperty& p) { return p.SetValue(7, list); }, 3, 0, 0, Words({7, 1, -2}),
          true},
-        {"float", [](CProperty& p) { return p.SetValue(1.5f); }, 8, 0, 0, Words32({0x3FC00000}),
+        {"range", [](CProperty& p) { return p.SetValue(1, 0, 2, 1u); }, 6, 0, 0,
+         Words({1, 0, 2, 1}), true},
+        {"ref", [](CProperty& p) { return p.SetValue(CStringRef(" ab ")); }, 2, 0, 0,
+         Chars("ab", 3), true},
+        {"std", [](CProperty& p) { return p.SetValue(std::string("abc")); }, 2, 0, 0,
+         Chars("abc", 4), true},
+        {"xml", [&](CProperty& p) { return p.SetValue(markup); }, 10, 0, 0, Chars("<a/>", 5), true},
+        {"true", [](CProperty& p) { return p.SetValue(true); }, 4, 0, 0, Words({1}), true},
+        {"false", [](CProperty& p) { return p.SetValue(false); }, 4, 0, 0, Words({0}), true},
+        {"uint64", [](CProperty& p) { return p.SetValue(0x0102030405060708ull); }, 5, 1, 0,
+         Words({0x0102030405060708ll}, 8), true},
+        {"float", [](CProperty& p) { return p.SetValue(1.5f); }, 8, 0, 0, Words({0x3FC00000}),
          true},
-        {"uint64 list", [&](CProperty& p) { return p.SetValue(wides); }, 9, 1, 0, wideList, true},
-        {"empty uint64 list",
-         [&](CProperty& p) { return p.SetValue(noWides); },
-         9,
-         1,
-         0,
-         {},
+        {"uint64 list", [&](CProperty& p) { return p.SetValue(wides); }, 9, 1, 0,
+         Words({1, static_cast<long long>(0xFFFFFFFF00000002ull)}, 8), true},
+        {"empty uint64 list", [&](CProperty& p) { return p.SetValue(noWides); }, 9, 1, 0, Bytes(),
          false},
         {"pair", [&](CProperty& p) { return p.SetValue(first, second); }, 7, 0, 8,
-         Words32({1, 2, 3, 4, -5}), true},
+         Words({1, 2, 3, 4, -5}), true},
         {"pair, empty first", [&](CProperty& p) { return p.SetValue(none, second); }, 7, 0, 0,
-         Words32({3, 4, -5}), true},
+         Words({3, 4, -5}), true},
         {"pair, empty second", [&](CProperty& p) { return p.SetValue(first, none); }, 7, 0, 8,
-         Words32({1, 2}), true},
-        {"empty pair", [&](CProperty& p) { return p.SetValue(none, none); }, 7, 0, 0, {}, false},
-        {"string list",
-         [](CProperty& p) {
-             return p.SetValue(std::vector<std::string>{"a", "bc"}, 1u);
-         },
-         11, 0, 8, Words32({2, 3}) + Chars("a\0bc", 5), true},
-        {"empty string list",
-         [](CProperty& p) { return p.SetValue(std::vector<std::string>{}, 0u); },
-         11,
-         0,
-         0,
-         {},
+         Words({1, 2}), true},
+        {"empty pair", [&](CProperty& p) { return p.SetValue(none, none); }, 7, 0, 0, Bytes(),
+         false},
+        {"string list", [&](CProperty& p) { return p.SetValue(texts, 1u); }, 11, 0, 8, strings,
          true},
+        {"empty string list", [&](CProperty& p) { return p.SetValue(noTexts, 0u); }, 11, 0, 0,
+         Bytes(), true},
     };
     for (const auto& c : cases) {
         CProperty p(kId, false);
         ASSERT_EQ(p.SetValue(CStringRef("old")), 0u);
+        if (PI::Test::AllocHooksAvailable()) {
+            PI::Test::CAllocHookScope scope;
+            PI::Test::FailAllocations(0, 1);
+            EXPECT_EQ(c.set(p), c.hasBlock ? PI::RESULT_OUT_OF_MEMORY : 0u) << c.name;
+            EXPECT_TRUE(p.Type == c.type && p.SubType == c.subType && p.SplitSize == c.split &&
+                        p.DataSize == c.block.size() && p.Data == nullptr)
+                << c.name;
+        }
         ASSERT_EQ(c.set(p), 0u) << c.name;
         EXPECT_EQ(p.Type, c.type) << c.name;
         EXPECT_EQ(p.SubType, c.subType) << c.name;
@@ -139,18 +128,15 @@ TEST(PropertyTest, ValuesEncodeAsLittleEndianWordsWithTheirKind) {
         EXPECT_EQ(BlockOf(p), c.block) << c.name;
         EXPECT_EQ(p.Data != nullptr, c.hasBlock) << c.name;
     }
-    EXPECT_EQ(list, (std::vector<int>{1, -2})); // the caller's list is not changed
 }
 
 TEST(PropertyTest, IntWithEmptyListIsRefusedAndChangesNothing) {
     CProperty p(kId, false);
     ASSERT_EQ(p.SetValue(true), 0u);
     const CProperty before(p);
-    const unsigned char* block = p.Data;
     std::vector<int> empty;
     EXPECT_EQ(p.SetValue(5, empty), PI::RESULT_EMPTY_LIST);
     EXPECT_TRUE(p == before);
-    EXPECT_EQ(p.Data, block);
 }
 
 TEST(PropertyTest, RangeClampsInTheDocumentedOrder) {
@@ -164,12 +150,9 @@ TEST(PropertyTest, RangeClampsInTheDocumentedOrder) {
         CProperty p(kId, false);
         ASSERT_EQ(p.SetValue(c.value, c.minimum, c.maximum, 1u), 0u);
         EXPECT_EQ(p.Type, 6u);
-        EXPECT_EQ(BlockOf(p), Words32({c.stored, c.minimum, c.maximum, 1}))
+        EXPECT_EQ(BlockOf(p), Words({c.stored, c.minimum, c.maximum, 1}))
             << c.value << " in " << c.minimum << ".." << c.maximum;
     }
-    CProperty big(kId, false);
-    ASSERT_EQ(big.SetValue(1, 0, 2, 0xFFFFFFFFu), 0u);
-    EXPECT_EQ(BlockOf(big), Words32({1, 0, 2, 0xFFFFFFFFll}));
 }
 
 TEST(PropertyTest, StringsAreTrimmedOnEveryRoute) {
@@ -179,27 +162,21 @@ TEST(PropertyTest, StringsAreTrimmedOnEveryRoute) {
     EXPECT_EQ(p.Type, 2u);
     ASSERT_EQ(p.SetValue(CStringRef(" \t\r\n\v\f ")), 0u);
     EXPECT_EQ(BlockOf(p), Chars("", 1));
-    ASSERT_EQ(p.SetValue(CStringRef("a b")), 0u);
-    EXPECT_EQ(StoredText(p), "a b");
     // Only the referenced characters count, terminated or not.
-    ASSERT_EQ(p.SetValue(CStringRef("xyz-tail", 3)), 0u);
-    EXPECT_EQ(BlockOf(p), Chars("xyz", 4));
-    ASSERT_EQ(p.SetValue(std::string("")), 0u);
-    EXPECT_EQ(p.DataSize, 1u);
+    ASSERT_EQ(p.SetValue(CStringRef("x z-tail", 3)), 0u);
+    EXPECT_EQ(BlockOf(p), Chars("x z", 4));
 }
 
 TEST(PropertyTest, StringMayComeFromTheOwnBlock) {
     CProperty p(kId, false);
     ASSERT_EQ(p.SetValue(CStringRef("  own text ")), 0u);
-    CStringRef own(reinterpret_cast<const char*>(p.Data), p.DataSize - 1);
-    ASSERT_EQ(p.SetValue(own), 0u);
+    ASSERT_EQ(p.SetValue(CStringRef(reinterpret_cast<const char*>(p.Data), p.DataSize - 1)), 0u);
     EXPECT_EQ(StoredText(p), "own text");
     p.SubType = PI::PROPERTY_SUBTYPE_ENCRYPTED;
     ASSERT_TRUE(RVX::Crypt::CAES::SetKey(kKey, sizeof kKey));
     ASSERT_EQ(p.SetValue(CStringRef("x")), 0u);
     const std::string stored = StoredText(p);
-    CStringRef ownEncrypted(reinterpret_cast<const char*>(p.Data), p.DataSize - 1);
-    ASSERT_EQ(p.SetValue(ownEncrypted), 0u);
+    ASSERT_EQ(p.SetValue(CStringRef(reinterpret_cast<const char*>(p.Data), p.DataSize - 1)), 0u);
     EXPECT_EQ(StoredText(p), stored);
     RVX::Crypt::CAES::ClearKey();
 }
@@ -215,32 +192,31 @@ protected:
         p.SubType = PI::PROPERTY_SUBTYPE_ENCRYPTED;
         return p;
     }
+    static std::string Decrypt(const std::string& text) {
+        RVX::Crypt::CAES aes;
+        CStringVar plain;
+        EXPECT_TRUE(aes.Decrypt(CStringRef(text), plain)) << RVX::Crypt::CAES::LastError();
+        return plain.Str();
+    }
 };
 
-TEST_F(EncryptedPropertyTest, PlainTextIsEncryptedUntrimmed) {
+// Plain text is encrypted untrimmed; text already encrypted (its own stored
+// text, a bare marker, an untrimmed one) is kept as given.
+TEST_F(EncryptedPropertyTest, PlainTextIsEncryptedUntrimmedAndEncryptedTextKept) {
     CProperty p = Secret();
     ASSERT_EQ(p.SetValue(CStringRef("  pass word ")), 0u);
     EXPECT_EQ(p.Type, 2u);
     EXPECT_EQ(p.SubType, 4u);
     const std::string stored = StoredText(p);
     EXPECT_EQ(stored.compare(0, 5, "ENC1("), 0);
-    EXPECT_EQ(p.DataSize, stored.size() + 1);
     EXPECT_EQ(stored.find("pass"), std::string::npos);
     EXPECT_EQ(Decrypt(stored), "  pass word ");
-}
-
-TEST_F(EncryptedPropertyTest, AlreadyEncryptedTextIsKeptAsGiven) {
-    CProperty p = Secret();
-    ASSERT_EQ(p.SetValue(CStringRef("secret")), 0u);
-    const std::string stored = StoredText(p);
-    // Its own stored text, a bare marker and an untrimmed one: all kept as given.
     for (const std::string& text : {stored, std::string("ENC1("), std::string("ENC1(abc) ")}) {
         CProperty q = Secret();
         ASSERT_EQ(q.SetValue(CStringRef(text)), 0u);
         EXPECT_EQ(StoredText(q), text);
         EXPECT_EQ(q.SubType, 4u);
     }
-    EXPECT_EQ(Decrypt(stored), "secret");
 }
 
 TEST_F(EncryptedPropertyTest, WithoutAKeyNothingReadableIsStored) {
@@ -254,7 +230,7 @@ TEST_F(EncryptedPropertyTest, WithoutAKeyNothingReadableIsStored) {
     EXPECT_EQ(StoredText(p), ""); // the cipher's (empty) result, never the plain text
 }
 
-// ---- Equality ---------------------------------------------------------------
+// ---- Equality, copy, assignment, move ----------------------------------------
 
 // The fields' part in equality is checked with the record description; the
 // block is compared byte by byte, to its last byte.
@@ -264,8 +240,7 @@ TEST(PropertyTest, EveryByteOfTheBlockTakesPartInEquality) {
     for (const unsigned int at : {0u, base.DataSize - 1}) {
         CProperty other(base);
         other.Data[at] ^= 1;
-        EXPECT_FALSE(other == base) << at;
-        EXPECT_TRUE(base != other) << at;
+        EXPECT_TRUE(!(other == base) && base != other) << at;
     }
     CProperty plus(kId, false), minus(kId, false);
     ASSERT_EQ(plus.SetValue(0.0f), 0u);
@@ -273,30 +248,35 @@ TEST(PropertyTest, EveryByteOfTheBlockTakesPartInEquality) {
     EXPECT_FALSE(plus == minus) << "floats compare by their bytes";
 }
 
-// ---- Copy, assignment, move -------------------------------------------------
-
-TEST(PropertyTest, AssignmentCopiesEveryFieldAndTheBlock) {
+TEST(PropertyTest, CopiesAreDeepAndMovesTakeTheBlock) {
     CProperty source(kId, true);
-    source.Attribute7 = 42;
     std::vector<int> first{1}, second{2, 3};
     ASSERT_EQ(source.SetValue(first, second), 0u);
     CProperty target;
     ASSERT_EQ(target.SetValue(CStringRef("will go")), 0u);
     target = source;
     EXPECT_TRUE(target == source);
-    EXPECT_NE(target.Data, source.Data);
     target.Data[0] = 9;
-    EXPECT_EQ(BlockOf(source), Words32({1, 2, 3}));
-
+    EXPECT_EQ(BlockOf(source), Words({1, 2, 3}));
     const CProperty before(target);
     CProperty& alias = target;
     target = alias;
     EXPECT_TRUE(target == before) << "self-assignment keeps the block";
-
-    CProperty none;
-    target = none; // no value: the block goes
+    target = CProperty(); // no value: the block goes
     EXPECT_EQ(target.Data, nullptr);
-    EXPECT_TRUE(target == none);
+
+    const unsigned char* block = source.Data;
+    CProperty moved(std::move(source));
+    EXPECT_EQ(moved.Data, block);
+    EXPECT_TRUE(source.Data == nullptr && source.DataSize == 0u && source.Type == PI::VT_NONE);
+    EXPECT_EQ(source.PropertyID, kId);
+    CProperty assigned;
+    ASSERT_EQ(assigned.SetValue(1.0f), 0u);
+    assigned = std::move(moved);
+    EXPECT_EQ(assigned.Data, block);
+    EXPECT_EQ(moved.Data, nullptr);
+    static_assert(std::is_nothrow_move_constructible<CProperty>::value, "");
+    static_assert(std::is_nothrow_move_assignable<CProperty>::value, "");
 }
 
 TEST(PropertyTest, CopyOfASizeWithoutBlockHasNeither) {
@@ -304,44 +284,18 @@ TEST(PropertyTest, CopyOfASizeWithoutBlockHasNeither) {
     broken.Type = PI::VT_STRING;
     broken.DataSize = 10; // as after a setter that ran out of memory
     CProperty copy(broken);
-    EXPECT_EQ(copy.Data, nullptr);
-    EXPECT_EQ(copy.DataSize, 0u);
-    EXPECT_EQ(copy.Type, 2u);
+    EXPECT_TRUE(copy.Data == nullptr && copy.DataSize == 0u && copy.Type == 2u);
     CProperty assigned;
     ASSERT_EQ(assigned.SetValue(true), 0u);
     assigned = broken;
-    EXPECT_EQ(assigned.Data, nullptr);
-    EXPECT_EQ(assigned.DataSize, 0u);
+    EXPECT_TRUE(assigned.Data == nullptr && assigned.DataSize == 0u);
     // Comparing a size without a block never touches memory.
     CProperty other(broken);
     other.DataSize = 10;
     EXPECT_TRUE(broken == other);
     ASSERT_EQ(other.SetValue(CStringRef("123456789")), 0u);
     other.SubType = broken.SubType;
-    EXPECT_FALSE(broken == other);
-    EXPECT_FALSE(other == broken);
-}
-
-TEST(PropertyTest, MoveTakesTheBlockAndLeavesNoValue) {
-    CProperty source(kId, true);
-    ASSERT_EQ(source.SetValue(CStringRef("moved")), 0u);
-    const CProperty snapshot(source);
-    const unsigned char* block = source.Data;
-    CProperty target(std::move(source));
-    EXPECT_TRUE(target == snapshot);
-    EXPECT_EQ(target.Data, block);
-    EXPECT_EQ(source.Data, nullptr);
-    EXPECT_EQ(source.DataSize, 0u);
-    EXPECT_EQ(source.Type, unsigned(PI::VT_NONE));
-    EXPECT_EQ(source.PropertyID, kId);
-
-    CProperty assigned;
-    ASSERT_EQ(assigned.SetValue(1.0f), 0u);
-    assigned = std::move(target);
-    EXPECT_TRUE(assigned == snapshot);
-    EXPECT_EQ(target.Data, nullptr);
-    static_assert(std::is_nothrow_move_constructible<CProperty>::value, "");
-    static_assert(std::is_nothrow_move_assignable<CProperty>::value, "");
+    EXPECT_FALSE(broken == other || other == broken);
 }
 
 // ---- Out of memory ------------------------------------------------------------
@@ -355,50 +309,6 @@ protected:
     PI::Test::CAllocHookScope m_Scope;
 };
 
-TEST_F(PropertyMemoryTest, EverySetterReportsExhaustedMemoryWithTheNewKind) {
-    struct Case {
-        const char* name;
-        std::function<unsigned int(CProperty&)> set;
-        unsigned int type, subType, dataSize, splitSize;
-    };
-    std::vector<int> list{1, 2};
-    std::vector<int> first{1}, second{2, 3};
-    std::vector<unsigned long long> wide{1, 2, 3};
-    RVX::XML::CMarkup markup;
-    markup.SetDoc("<a/>");
-    const std::vector<Case> cases = {
-        {"int list", [&](CProperty& p) { return p.SetValue(4, list); }, 3, 0, 12, 0},
-        {"range", [](CProperty& p) { return p.SetValue(1, 0, 2, 1u); }, 6, 0, 16, 0},
-        {"ref", [](CProperty& p) { return p.SetValue(CStringRef(" ab ")); }, 2, 0, 3, 0},
-        {"std", [](CProperty& p) { return p.SetValue(std::string("abc")); }, 2, 0, 4, 0},
-        {"bool", [](CProperty& p) { return p.SetValue(true); }, 4, 0, 4, 0},
-        {"uint64", [](CProperty& p) { return p.SetValue(5ull); }, 5, 1, 8, 0},
-        {"pair", [&](CProperty& p) { return p.SetValue(first, second); }, 7, 0, 12, 4},
-        {"float", [](CProperty& p) { return p.SetValue(2.0f); }, 8, 0, 4, 0},
-        {"uint64 list", [&](CProperty& p) { return p.SetValue(wide); }, 9, 1, 24, 0},
-        {"xml", [&](CProperty& p) { return p.SetValue(markup); }, 10, 0, 5, 0},
-        {"strings", [](CProperty& p) { return p.SetValue(std::vector<std::string>{"a"}, 1u); }, 11,
-         0, 6, 4},
-        {"empty strings", [](CProperty& p) { return p.SetValue(std::vector<CStringEx>{}, 1u); }, 11,
-         0, 0, 0},
-    };
-    for (const Case& c : cases) {
-        CProperty p(kId, false);
-        std::vector<std::string> old{"old", "value"};
-        ASSERT_EQ(p.SetValue(old, 1u), 0u);
-        PI::Test::FailAllocations(0, 1);
-        EXPECT_EQ(c.set(p), PI::RESULT_OUT_OF_MEMORY) << c.name;
-        EXPECT_EQ(p.Type, c.type) << c.name;
-        EXPECT_EQ(p.SubType, c.subType) << c.name;
-        EXPECT_EQ(p.DataSize, c.dataSize) << c.name;
-        EXPECT_EQ(p.SplitSize, c.splitSize) << c.name;
-        EXPECT_EQ(p.Data, nullptr) << c.name;
-        // The next attempt succeeds again.
-        EXPECT_EQ(c.set(p), 0u) << c.name;
-        EXPECT_NE(p.Data, nullptr) << c.name;
-    }
-}
-
 // Refuses an allocation made while more blocks are live than allowed.
 bool AtMostLive(size_t, void* context) {
     return PI::Test::LiveBlockCount() <= *static_cast<const long long*>(context);
@@ -409,7 +319,6 @@ TEST_F(PropertyMemoryTest, SettersReleaseTheOldBlockBeforeObtainingTheNewOne) {
     ASSERT_EQ(p.SetValue(CStringRef("old")), 0u);
     // While the new block is obtained, the old one must already be gone.
     long long allowed = PI::Test::LiveBlockCount() - 1;
-    const unsigned long long before = PI::Test::AllocationCount();
     PI::Test::SetAllocFilter(&AtMostLive, &allowed);
     EXPECT_EQ(p.SetValue(true), 0u);
     EXPECT_EQ(p.SetValue(CStringRef("new")), 0u);
@@ -417,7 +326,6 @@ TEST_F(PropertyMemoryTest, SettersReleaseTheOldBlockBeforeObtainingTheNewOne) {
     std::vector<int> list{1};
     EXPECT_EQ(p.SetValue(2, list), 0u);
     EXPECT_EQ(PI::Test::FailedAllocationCount(), 0u);
-    EXPECT_EQ(PI::Test::AllocationCount(), before + 4);
     PI::Test::SetAllocFilter(nullptr, nullptr);
     CProperty other(kId, false);
     ASSERT_EQ(other.SetValue(1.0f), 0u); // two blocks live now
@@ -458,10 +366,6 @@ TEST_F(PropertyMemoryTest, CopyAndAssignmentRaiseInvalidDataWhenMemoryRunsOut) {
         ADD_FAILURE() << "no exception";
     } catch (const RVX::Exceptions::CException& e) {
         EXPECT_EQ(e.GetCode(), PI::EXCEPTION_INVALID_DATA);
-        EXPECT_EQ(e.GetCode(), 0x21130003u);
-        ASSERT_FALSE(e.GetSources().empty());
-        EXPECT_STREQ(e.GetSources()[0].Path, "Src/Objects");
-        EXPECT_EQ(e.GetSources()[0].Module, 275u);
     }
     CProperty target;
     ASSERT_EQ(target.SetValue(true), 0u);

@@ -45,11 +45,8 @@ TEST(DecodeSenseData, HandDecodedBuffers) {
              EXPECT_FALSE(s.Overflow);
              EXPECT_EQ(s.ASC, 0x11);
              EXPECT_EQ(s.ASCQ, 0x04);
-             EXPECT_EQ(s.Length, 18u);
              EXPECT_EQ(s.KeySpecific.Kind, PI::SKS_RETRY_COUNT);
              EXPECT_FALSE(s.KeySpecific.Valid);
-             EXPECT_FALSE(s.Truncated);
-             EXPECT_EQ(s.Remark, "");
          }},
         {"fixed: deferred, big-endian information with its valid bit, CSI, no FRU or SKS in 14",
          {0xF1, 0, 0x13, 0x12, 0x34, 0x56, 0x78, 6, 0xDE, 0xAD, 0xBE, 0xEF, 0x11, 0x00},
@@ -87,20 +84,14 @@ TEST(DecodeSenseData, HandDecodedBuffers) {
         {"fixed: an additional sense length of 4 ends the data before ASC/ASCQ",
          {0x70, 0, 0x03, 0, 0, 0, 0, 4, 1, 2, 3, 4, 0x11, 0x00, 0x05, 0x80, 0, 0},
          [](const PI::CSenseData& s) {
-             EXPECT_EQ(s.Length, 12u);
-             EXPECT_FALSE(s.Truncated);
              EXPECT_EQ(s.CommandSpecific, 0x01020304u);
-             EXPECT_EQ(s.ASC, 0);
-             EXPECT_EQ(s.Fru, 0);
-             EXPECT_EQ(s.KeySpecific.Kind, PI::SKS_NONE);
+             EXPECT_TRUE(s.ASC == 0 && s.Fru == 0 && s.KeySpecific.Kind == PI::SKS_NONE);
              EXPECT_EQ(s.Remark, "the additional sense length ends the sense data at byte 12; "
                                  "the 6 bytes after it are not decoded (ASC/ASCQ left out)");
          }},
         {"fixed: cut inside the sense-key specific bytes",
          {0x70, 0, 0x02, 0, 0, 0, 0, 0x0A, 0, 0, 0, 0, 0x04, 0x04, 0x07, 0x80, 0x80},
          [](const PI::CSenseData& s) {
-             EXPECT_TRUE(s.Truncated);
-             EXPECT_EQ(s.Length, 17u);
              EXPECT_EQ(s.Fru, 0x07);
              EXPECT_EQ(s.KeySpecific.Kind, PI::SKS_NONE);
              EXPECT_EQ(s.Remark, "the additional sense length gives 18 bytes, the buffer has 17");
@@ -115,18 +106,13 @@ TEST(DecodeSenseData, HandDecodedBuffers) {
          // The direct-access descriptor comes last, so only its CSI counts.
          [](const PI::CSenseData& s) {
              ASSERT_EQ(s.Descriptors.size(), 5u);
-             EXPECT_FALSE(s.Truncated);
-             EXPECT_TRUE(s.IncorrectLength);
-             EXPECT_TRUE(s.InformationValid);
+             EXPECT_TRUE(s.IncorrectLength && s.InformationValid && s.CommandSpecificValid);
              EXPECT_EQ(s.Information, 0x01020304u);
              EXPECT_EQ(s.KeySpecific.Progress, 0x4000);
              EXPECT_EQ(s.Fru, 0x09);
-             EXPECT_TRUE(s.CommandSpecificValid);
              EXPECT_EQ(s.CommandSpecific, 0x0Cu);
              const PI::CSenseDescriptor& direct = s.Descriptors[4];
-             EXPECT_EQ(direct.Offset, 36u);
-             EXPECT_TRUE(direct.Decoded);
-             EXPECT_FALSE(direct.Valid);
+             EXPECT_TRUE(direct.Decoded && !direct.Valid);
              EXPECT_EQ(direct.Information, 9u);
              EXPECT_EQ(direct.KeySpecific.Progress, 0x8000);
              EXPECT_EQ(direct.Fru, 0x07);
@@ -134,42 +120,25 @@ TEST(DecodeSenseData, HandDecodedBuffers) {
         {"descriptor: the buffer ends inside the information descriptor",
          {0x72, 0x03, 0x11, 0x00, 0, 0, 0, 18, 0x00, 0x0A, 0x80, 0x00, 0, 0, 0, 0, 0x01},
          [](const PI::CSenseData& s) {
-             ASSERT_EQ(s.Descriptors.size(), 1u);
-             EXPECT_TRUE(s.Descriptors[0].Truncated);
-             EXPECT_FALSE(s.Descriptors[0].Decoded);
-             EXPECT_EQ(s.Descriptors[0].Size, 9u);
              EXPECT_FALSE(s.InformationValid);
-             EXPECT_TRUE(s.Truncated);
              EXPECT_EQ(s.Remark, "descriptor 00h at byte 8 needs 12 bytes, 9 remain");
          }},
         {"descriptor: the additional sense length ends the walk before the buffer",
          {0x72, 0x03, 0x11, 0x00, 0, 0, 0, 5, 0x03, 0x02, 0x00, 0x05, 0x80, 0, 0, 0, 1, 2},
          [](const PI::CSenseData& s) {
-             ASSERT_EQ(s.Descriptors.size(), 2u);
              EXPECT_EQ(s.Fru, 0x05);
-             EXPECT_EQ(s.Descriptors[1].Type, 0x80);
-             EXPECT_EQ(s.Descriptors[1].Size, 1u);
-             EXPECT_TRUE(s.Truncated);
              EXPECT_EQ(s.Remark, "descriptor 80h at byte 12 is cut off after its type");
          }},
         {"descriptor: an empty descriptor may end the data",
          {0x72, 0x05, 0x24, 0x00, 0, 0, 0, 2, 0x80, 0x00},
-         [](const PI::CSenseData& s) {
-             ASSERT_EQ(s.Descriptors.size(), 1u);
-             EXPECT_EQ(s.Descriptors[0].Size, 2u);
-             EXPECT_FALSE(s.Truncated);
-         }},
+         [](const PI::CSenseData& s) { EXPECT_FALSE(s.Truncated) << s.Remark; }},
         {"descriptor: unknown types keep their bytes; short known ones are not decoded",
          {0x72, 0x05, 0x24, 0x00, 0, 0, 0, 9, 0x42, 0x03, 0xAA, 0xBB, 0xCC, 0x02, 0x02, 0x80, 0x01},
          [](const PI::CSenseData& s) {
              ASSERT_EQ(s.Descriptors.size(), 2u);
              EXPECT_EQ(s.Descriptors[0].Size, 5u);
-             EXPECT_EQ(Bytes(s.Bytes.begin() + 8, s.Bytes.begin() + 13),
-                       (Bytes{0x42, 0x03, 0xAA, 0xBB, 0xCC}));
-             EXPECT_FALSE(s.Descriptors[0].Decoded);
-             EXPECT_FALSE(s.Descriptors[1].Decoded);
+             EXPECT_FALSE(s.Descriptors[0].Decoded || s.Descriptors[1].Decoded);
              EXPECT_EQ(s.KeySpecific.Kind, PI::SKS_NONE);
-             EXPECT_FALSE(s.Truncated);
          }},
     };
     for (const Case& c : cases) {
@@ -181,50 +150,48 @@ TEST(DecodeSenseData, HandDecodedBuffers) {
     }
 }
 
-TEST(DecodeSenseData, LengthBoundsOfEachFormat) {
-    Bytes fixed(14, 0);
+// The shortest and longest buffers of each format, and what is refused.
+TEST(DecodeSenseData, LengthBoundsAndRefusals) {
+    Bytes fixed(14, 0), longest(PI::SENSE_MAX_LENGTH, 0);
     fixed[0] = 0x70;
-    EXPECT_EQ(Decode(fixed).result, PI::SENSE_OK);
-    fixed.pop_back();
-    auto d = Decode(fixed);
-    EXPECT_EQ(d.result, PI::SENSE_TOO_SHORT);
-    EXPECT_EQ(d.error, "fixed format sense data needs at least 14 bytes, got 13");
-    EXPECT_EQ(d.data.Key, 0); // reset, not left stale
-    EXPECT_FALSE(d.data.InformationValid);
-    EXPECT_TRUE(d.data.Descriptors.empty());
-
-    d = Decode({0x72, 0x05, 0x24});
-    EXPECT_EQ(d.result, PI::SENSE_TOO_SHORT);
-    EXPECT_EQ(d.error, "descriptor format sense data needs at least 4 bytes, got 3");
-    d = Decode({0x72, 0x05, 0x24, 0x00});
-    EXPECT_EQ(d.result, PI::SENSE_OK);
-    EXPECT_EQ(d.data.Remark, "the buffer ends at byte 4, before the additional sense length");
-
-    Bytes longest(PI::SENSE_MAX_LENGTH, 0);
     longest[0] = 0x72;
-    EXPECT_EQ(Decode(longest).result, PI::SENSE_OK);
-    longest.push_back(0);
-    d = Decode(longest);
-    EXPECT_EQ(d.result, PI::SENSE_TOO_LONG);
-    EXPECT_EQ(d.error, "the sense buffer has 253 bytes; at most 252 are possible");
-}
-
-TEST(DecodeSenseData, EmptyAndUnknownFormatsAreRefused) {
-    auto d = Decode({});
-    EXPECT_EQ(d.result, PI::SENSE_EMPTY);
-    EXPECT_EQ(d.error, "the sense buffer is empty");
-
+    const struct {
+        Bytes bytes;
+        PI::_SENSE_DECODE result;
+        const char* text; // the error, or the remark of a decoded buffer
+    } cases[] = {
+        {fixed, PI::SENSE_OK, nullptr},
+        {Bytes(fixed.begin(), fixed.end() - 1), PI::SENSE_TOO_SHORT,
+         "fixed format sense data needs at least 14 bytes, got 13"},
+        {{0x72, 0x05, 0x24},
+         PI::SENSE_TOO_SHORT,
+         "descriptor format sense data needs at least 4 bytes, got 3"},
+        {{0x72, 0x05, 0x24, 0x00},
+         PI::SENSE_OK,
+         "the buffer ends at byte 4, before the additional sense length"},
+        {longest, PI::SENSE_OK, nullptr},
+        {Bytes(253, 0x72), PI::SENSE_TOO_LONG,
+         "the sense buffer has 253 bytes; at most 252 are possible"},
+        {{}, PI::SENSE_EMPTY, "the sense buffer is empty"},
+        {{0x60, 0, 5, 0},
+         PI::SENSE_UNKNOWN_FORMAT,
+         "response code 60h is neither fixed format (70h/71h) nor descriptor format (72h/73h)"},
+        {{0x6F, 0x05, 0x24, 0x00}, PI::SENSE_UNKNOWN_FORMAT, nullptr},
+        {{0x74, 0x05, 0x24, 0x00}, PI::SENSE_UNKNOWN_FORMAT, nullptr},
+        {{0xEF, 0x05, 0x24, 0x00}, PI::SENSE_UNKNOWN_FORMAT, nullptr},
+    };
+    for (const auto& c : cases) {
+        const Decoded d = Decode(c.bytes);
+        EXPECT_EQ(d.result, c.result) << c.bytes.size();
+        const std::string& text = c.result == PI::SENSE_OK ? d.data.Remark : d.error;
+        EXPECT_TRUE(c.text == nullptr || text == c.text) << text;
+        EXPECT_TRUE(c.result == PI::SENSE_OK ||
+                    (d.data.Key == 0 && !d.data.InformationValid && d.data.Descriptors.empty()))
+            << "reset, not left stale";
+    }
     PI::CSenseData data;
     std::string error;
     EXPECT_EQ(PI::DecodeSenseData(nullptr, 14, data, error), PI::SENSE_EMPTY);
-
-    for (unsigned char code : {0x00, 0x6F, 0x74, 0x7F, 0xEF}) {
-        d = Decode({code, 0x05, 0x24, 0x00});
-        EXPECT_EQ(d.result, PI::SENSE_UNKNOWN_FORMAT) << int(code);
-    }
-    d = Decode({0x60, 0, 5, 0});
-    EXPECT_EQ(d.error, "response code 60h is neither fixed format (70h/71h) nor descriptor "
-                       "format (72h/73h)");
 }
 
 } // namespace

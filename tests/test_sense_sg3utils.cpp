@@ -18,6 +18,7 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <map>
 #include <random>
 #include <string>
 #include <vector>
@@ -95,40 +96,27 @@ std::string KeySpecific(const PI::CSenseKeySpecific& f, bool fixed) {
 // PI keeps raw, or nests forwarded sense: the comparison ends there.
 bool DescriptorPhrases(const PI::CSenseData& s, const PI::CSenseDescriptor& d,
                        std::vector<std::string>& out) {
-    static const char* const specificLabels[16] = {"progress indication:",
-                                                   "actual retry count:",
-                                                   "progress indication:",
-                                                   "actual retry count:",
-                                                   "actual retry count:",
-                                                   "field pointer:",
-                                                   nullptr,
-                                                   nullptr,
-                                                   nullptr,
-                                                   nullptr,
-                                                   "segment pointer:"};
-    static const char* const labels[14] = {"information:",
-                                           "command specific:",
-                                           nullptr,
-                                           "field replaceable unit code:",
-                                           "stream commands:",
-                                           "block commands:",
-                                           nullptr,
-                                           nullptr,
-                                           nullptr,
-                                           "ata status return:",
-                                           "another progress indication:",
-                                           nullptr,
-                                           nullptr,
-                                           "direct-access block device"};
+    // The labels of a descriptor too short, by sense key for type 02h, else by type.
+    static const std::map<int, const char*> specificLabels = {
+        {0, "progress indication:"}, {1, "actual retry count:"}, {2, "progress indication:"},
+        {3, "actual retry count:"},  {4, "actual retry count:"}, {5, "field pointer:"},
+        {10, "segment pointer:"}};
+    static const std::map<int, const char*> labels = {{0x00, "information:"},
+                                                      {0x01, "command specific:"},
+                                                      {0x03, "field replaceable unit code:"},
+                                                      {0x04, "stream commands:"},
+                                                      {0x05, "block commands:"},
+                                                      {0x09, "ata status return:"},
+                                                      {0x0A, "another progress indication:"},
+                                                      {0x0D, "direct-access block device"}};
     if (d.Type == 0x0B || d.Type == 0x0C || (d.Type >= 0x0E && d.Type <= 0x0F) || d.Type == 0xDE)
         return false;
     // sg3_utils wants 28 additional bytes of a direct-access descriptor, not 22.
     if (!d.Decoded || (d.Type == 0x0D && d.Size < 30)) {
-        const char* label = d.Type == 0x02 ? specificLabels[s.Key]
-                            : d.Type < 14  ? labels[d.Type]
-                                           : nullptr;
-        if (label != nullptr)
-            out.push_back(std::string(label) + " >> descriptor too short");
+        const auto& table = d.Type == 0x02 ? specificLabels : labels;
+        const auto label = table.find(d.Type == 0x02 ? s.Key : d.Type);
+        if (label != table.end())
+            out.push_back(std::string(label->second) + " >> descriptor too short");
         else if (d.Type == 0x02 && s.Key == 0x6) // read past the descriptor by sg3_utils
             out.push_back("overflow flag is");
         return true;
@@ -240,14 +228,11 @@ struct Generator {
         static const unsigned char types[][2] = {{0x00, 10}, {0x01, 10}, {0x02, 6},  {0x03, 2},
                                                  {0x04, 2},  {0x05, 2},  {0x09, 12}, {0x0A, 6},
                                                  {0x0D, 22}, {0x0D, 28}, {0x07, 4},  {0x85, 5}};
-        Bytes b = {static_cast<unsigned char>(Below(5) ? 0x72 : 0x73),
-                   Byte(),
-                   Byte(),
-                   Byte(),
-                   Sparse(),
-                   0,
-                   0,
-                   0};
+        Bytes b(8, 0);
+        b[0] = static_cast<unsigned char>(Below(5) ? 0x72 : 0x73);
+        for (size_t i : {1, 2, 3})
+            b[i] = Byte();
+        b[4] = Sparse();
         for (unsigned n = 1 + Below(4); n > 0; --n) {
             const auto& type = types[Below(sizeof types / sizeof types[0])];
             const unsigned char length =

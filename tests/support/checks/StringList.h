@@ -131,18 +131,6 @@ inline void CheckStringList(const std::uint8_t* data, size_t size) {
                   "the copy reads otherwise" + where);
     if (ok[0] && size != 0)
         PI_FUZZ_CHECK(copied == expected, "the copy's entries" + where);
-
-    // Readers of other kinds refuse it and leave their outputs alone, also
-    // with throwing disabled.
-    {
-        RVX::Threading::CDisableThrow quiet;
-        bool flag = true;
-        float number = 1.5f;
-        PI_FUZZ_CHECK(property.GetValue(flag) == PI::EXCEPTION_WRONG_TYPE && flag,
-                      "bool reader" + where);
-        PI_FUZZ_CHECK(property.GetValue(number) == PI::EXCEPTION_WRONG_TYPE && number == 1.5f,
-                      "float reader" + where);
-    }
 }
 
 } // namespace pi_fuzz
