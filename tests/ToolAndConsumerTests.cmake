@@ -3,21 +3,21 @@
 # tree must hold none of the tests' API.
 
 if(TARGET pitool)
-  foreach(name test_pitool test_pitool_record test_pitool_cli test_pitool_show test_pitool_monitoring)
-    add_executable(${name} ${CMAKE_CURRENT_LIST_DIR}/tool/${name}.cpp
-                           ${CMAKE_CURRENT_LIST_DIR}/tool/RunProgram.cpp)
-    target_link_libraries(${name} PRIVATE pi_test_support GTest::gtest GTest::gtest_main GTest::gmock
-                                          Boost::filesystem pi_test_options)
-    target_compile_definitions(${name} PRIVATE
-      PITOOL_PATH="$<TARGET_FILE:pitool>"
-      PI_EXAMPLES_DIR="${PROJECT_SOURCE_DIR}/examples")
-    add_dependencies(${name} pitool)
-    # RapidJSON's stacks trip UBSan's pointer-overflow check (see Src/CMakeLists.txt).
-    if(PI_SANITIZE)
-      target_compile_options(${name} PRIVATE -fno-sanitize=pointer-overflow)
-    endif()
-    gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
-  endforeach()
+  add_executable(test_pitool ${CMAKE_CURRENT_LIST_DIR}/tool/test_pitool.cpp
+                             ${CMAKE_CURRENT_LIST_DIR}/tool/RunProgram.cpp)
+  target_link_libraries(test_pitool PRIVATE pi_test_support GTest::gtest GTest::gtest_main
+                                            GTest::gmock Boost::filesystem Threads::Threads
+                                            pi_test_options)
+  target_compile_definitions(test_pitool PRIVATE
+    PITOOL_PATH="$<TARGET_FILE:pitool>"
+    PI_EXAMPLES_DIR="${PROJECT_SOURCE_DIR}/examples")
+  add_dependencies(test_pitool pitool)
+  # RapidJSON's stacks trip UBSan's pointer-overflow check (see Src/CMakeLists.txt).
+  if(PI_SANITIZE)
+    target_compile_options(test_pitool PRIVATE -fno-sanitize=pointer-overflow)
+  endif()
+  gtest_discover_tests(test_pitool TEST_PREFIX "test_pitool." DISCOVERY_TIMEOUT 60
+                       PROPERTIES TIMEOUT 120)
 endif()
 
 # The consumer builds against the installed tree; a sanitizer build hands its

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <iterator>
 #include <limits>
 #include <map>
 #include <regex>
@@ -24,15 +25,6 @@ template <class Value> CProperty Make(int id, Value value) {
     CProperty p(static_cast<_PROPERTY_ID>(id), false);
     p.SetValue(value);
     return p;
-}
-
-COperation Example(const char* name) {
-    std::ifstream in(std::string(PI_SOURCE_DIR "/examples/") + name, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    COperation op;
-    EXPECT_EQ(ReadJsonDocument(text.str().data(), text.str().size(), op), 0u);
-    return op;
 }
 
 TEST(Metrics, HostileValuesKeepTheFormat) {
@@ -78,7 +70,11 @@ TEST(Metrics, HostileValuesKeepTheFormat) {
 
 // Every drive, logical drive and health has exactly one current state.
 TEST(Metrics, StateSetsNameOneState) {
-    const std::string page = GetMetrics(Example("inventory-after.json"));
+    std::ifstream in(PI_SOURCE_DIR "/examples/inventory-after.json", std::ios::binary);
+    const std::string text{std::istreambuf_iterator<char>(in), {}};
+    COperation after;
+    ASSERT_EQ(ReadJsonDocument(text.data(), text.size(), after), 0u);
+    const std::string page = GetMetrics(after);
     std::map<std::string, int> current; // family and identity -> states at 1
     const std::regex state(R"((.*),(state|health|media)="[^"]*"\} ([01]))");
     std::istringstream lines(page);
