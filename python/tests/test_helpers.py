@@ -39,3 +39,11 @@ def test_identity_help_icons_and_formatting():
     pi.set_language_string(901234, "Logical Drive")
     assert pi.match_nls("logical drive", 901234) and not pi.match_nls("LogicalDrive", 901234)
     assert pi.match_nls("LOGICALDRIVE", 901234, True)
+
+
+def test_every_property_name_is_its_help_anchor():
+    # The identifier enumerations are generated at build time; the library's
+    # anchors carry its own names.
+    for name, member in pi.PropertyID.__members__.items():
+        page = "actions.htm" if name.startswith("OP_") else "properties.htm"
+        assert pi.get_help_path(member) == f"{page}#{name}", name
