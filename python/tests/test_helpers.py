@@ -26,7 +26,6 @@ def test_identity_help_icons_and_formatting():
     assert pi.get_sata_rpm("WDC", "WD3000HLFS-01G6U0") == 10000
     with pytest.raises(pi.Error):
         pi.get_sata_rpm("HGST", "HD")  # a short product is the library's failure
-    assert pi.get_help_path(pi.PropertyID.ADAPTER_NAME) == "properties.htm#ADAPTER_NAME"
     assert pi.get_help_path(-1) is None and pi.get_icon_path(23999) is None
     assert pi.get_pd_status_icon(pi.PDState.REBUILD_WARNING_1, pi.MediaType.SSD, True, False,
                                  pi.PowerState.NORMAL) == 24212
