@@ -26,7 +26,6 @@ def test_identity_help_icons_and_formatting():
     assert pi.get_sata_rpm("WDC", "WD3000HLFS-01G6U0") == 10000
     with pytest.raises(pi.Error):
         pi.get_sata_rpm("HGST", "HD")  # a short product is the library's failure
-    assert pi.get_help_path(pi.PropertyID.ADAPTER_NAME) == "properties.htm#ADAPTER_NAME"
     assert pi.get_help_path(-1) is None and pi.get_icon_path(23999) is None
     assert pi.get_pd_status_icon(pi.PDState.REBUILD_WARNING_1, pi.MediaType.SSD, True, False,
                                  pi.PowerState.NORMAL) == 24212
@@ -39,3 +38,11 @@ def test_identity_help_icons_and_formatting():
     pi.set_language_string(901234, "Logical Drive")
     assert pi.match_nls("logical drive", 901234) and not pi.match_nls("LogicalDrive", 901234)
     assert pi.match_nls("LOGICALDRIVE", 901234, True)
+
+
+def test_every_property_name_is_its_help_anchor():
+    # The identifier enumerations are generated at build time; the library's
+    # anchors carry its own names.
+    for name, member in pi.PropertyID.__members__.items():
+        page = "actions.htm" if name.startswith("OP_") else "properties.htm"
+        assert pi.get_help_path(member) == f"{page}#{name}", name
