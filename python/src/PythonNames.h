@@ -13,30 +13,30 @@
 
 namespace pibind {
 
-template <class E> constexpr const char* ENUMERATION = nullptr;
-template <> constexpr const char* ENUMERATION<PI::_OBJECT_TYPE> = "ObjectType";
-template <> constexpr const char* ENUMERATION<PI::_UNITS> = "Units";
-template <> constexpr const char* ENUMERATION<PI::_PROPERTY_ID> = "PropertyID";
+template <class E> inline constexpr const char* ENUMERATION = nullptr;
+template <> inline constexpr const char* ENUMERATION<PI::_OBJECT_TYPE> = "ObjectType";
+template <> inline constexpr const char* ENUMERATION<PI::_UNITS> = "Units";
+template <> inline constexpr const char* ENUMERATION<PI::_PROPERTY_ID> = "PropertyID";
 
 template <class T> struct IsVector : std::false_type {};
 template <class T> struct IsVector<std::vector<T>> : std::true_type {};
 
-template <class T> constexpr const char* LIST_VIEW = nullptr;
-template <> constexpr const char* LIST_VIEW<PI::CProperty> = "PropertyList";
-template <> constexpr const char* LIST_VIEW<unsigned long long> = "IdList";
-template <> constexpr const char* LIST_VIEW<int> = "IntList";
-template <> constexpr const char* LIST_VIEW<PI::CObject> = "ObjectList";
-template <> constexpr const char* LIST_VIEW<PI::CDrive> = "DriveList";
-template <> constexpr const char* LIST_VIEW<PI::CContainer> = "ContainerList";
-template <> constexpr const char* LIST_VIEW<PI::CLogicalDrive> = "LogicalDriveList";
-template <> constexpr const char* LIST_VIEW<PI::CLevel> = "LevelList";
-template <> constexpr const char* LIST_VIEW<PI::CMigration> = "MigrationList";
-template <> constexpr const char* LIST_VIEW<PI::CEvent> = "EventList";
-template <> constexpr const char* LIST_VIEW<PI::CPassThrough> = "PassThroughList";
-template <> constexpr const char* LIST_VIEW<PI::CPartition> = "PartitionList";
+template <class T> inline constexpr const char* LIST_VIEW = nullptr;
+template <> inline constexpr const char* LIST_VIEW<PI::CProperty> = "PropertyList";
+template <> inline constexpr const char* LIST_VIEW<unsigned long long> = "IdList";
+template <> inline constexpr const char* LIST_VIEW<int> = "IntList";
+template <> inline constexpr const char* LIST_VIEW<PI::CObject> = "ObjectList";
+template <> inline constexpr const char* LIST_VIEW<PI::CDrive> = "DriveList";
+template <> inline constexpr const char* LIST_VIEW<PI::CContainer> = "ContainerList";
+template <> inline constexpr const char* LIST_VIEW<PI::CLogicalDrive> = "LogicalDriveList";
+template <> inline constexpr const char* LIST_VIEW<PI::CLevel> = "LevelList";
+template <> inline constexpr const char* LIST_VIEW<PI::CMigration> = "MigrationList";
+template <> inline constexpr const char* LIST_VIEW<PI::CEvent> = "EventList";
+template <> inline constexpr const char* LIST_VIEW<PI::CPassThrough> = "PassThroughList";
+template <> inline constexpr const char* LIST_VIEW<PI::CPartition> = "PartitionList";
 
 // CProperty's kind, which only the setters change: read-only, as a ValueType.
-template <auto Pointer> constexpr bool IS_PROPERTY_KIND = false;
-template <> constexpr bool IS_PROPERTY_KIND<&PI::CProperty::Type> = true;
+template <auto Pointer> inline constexpr bool IS_PROPERTY_KIND = false;
+template <> inline constexpr bool IS_PROPERTY_KIND<&PI::CProperty::Type> = true;
 
 } // namespace pibind
