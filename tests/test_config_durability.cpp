@@ -178,8 +178,7 @@ TEST_F(DurabilityTest, WriterKilledAtAnyStageLeavesOldOrNewFileAndNoLock) {
     store.SetFilePath(m_File);
     ASSERT_EQ(store.WriteKeyValue("target", "after", 5, -1), 0u);
     ExpectWhole({"after"});
-    EXPECT_EQ(std::distance(boost::filesystem::directory_iterator(m_Dir), {}), 2)
-        << "the file and its lock, no temporary";
+    EXPECT_EQ(Entries(m_Dir), 2); // the file and its lock, no temporary
 }
 
 } // namespace
