@@ -55,9 +55,10 @@ protected:
         RVX::Crypt::Internals::SetKeyPlaces(nullptr, nullptr);
         ScratchDirectoryTest::TearDown();
     }
-    // The machine key file cannot be made: its directory's parent is missing.
-    void NoKeyFile() {
-        m_KeyFile = m_Dir + "/missing/state/aes.key";
+    // Unless `usable`, the machine key file cannot be made: its directory's
+    // parent is missing.
+    void UseKeyFile(bool usable) {
+        m_KeyFile = m_Dir + (usable ? "" : "/missing") + "/state/aes.key";
         RVX::Crypt::Internals::SetKeyPlaces(m_KeyFile.c_str(), m_MachineId.c_str());
     }
     void NoMachineIdentity() {
@@ -75,12 +76,14 @@ protected:
             << CAES::LastError();
         return out.Str();
     }
-    static bool Decrypt(const std::string& encrypted, std::string& plain) {
+    // The text that `encrypted` opens to, or "<refused>" when it is refused
+    // and leaves no text behind.
+    static std::string Opened(const std::string& encrypted) {
         CAES aes;
         CStringVar out("stale text");
-        const bool ok = aes.Decrypt(CStringRef(encrypted), out);
-        plain = out.Str();
-        return ok;
+        if (aes.Decrypt(CStringRef(encrypted), out))
+            return out.Str();
+        return out.IsEmpty() ? "<refused>" : "<refused, leaving " + out.Str() + ">";
     }
 };
 
@@ -98,8 +101,7 @@ TEST_F(AESTest, RoundTripOfVariousTextsInThreadsAtOnce) {
                     EXPECT_TRUE(text.size() < 2 ||
                                 encrypted.find(text.substr(0, 8)) == std::string::npos);
                     EXPECT_NE(Encrypt(text), encrypted);
-                    std::string plain;
-                    EXPECT_TRUE(Decrypt(encrypted, plain) && plain == text) << CAES::LastError();
+                    EXPECT_EQ(Opened(encrypted), text) << CAES::LastError();
                 }
         });
     for (std::thread& thread : threads)
@@ -129,9 +131,7 @@ TEST_F(AESTest, ChangedCutAndForeignTextsAreRefused) {
         refused.push_back(changed);
     }
     for (const std::string& text : refused) {
-        std::string plain;
-        EXPECT_FALSE(Decrypt(text, plain)) << text;
-        EXPECT_TRUE(plain.empty());
+        EXPECT_EQ(Opened(text), "<refused>") << text;
         EXPECT_STRNE(CAES::LastError(), "");
     }
 }
@@ -140,10 +140,8 @@ TEST_F(AESTest, SetKeyNeedsThirtyTwoBytesAndDecryptMayReadItsOwnOutput) {
     EXPECT_FALSE(CAES::SetKey(kKeyB, 31) || CAES::SetKey(kKeyB, 33) || CAES::SetKey(nullptr, 32));
     // The refused calls left key A in place; key B cannot open its texts.
     const std::string encrypted = Encrypt("still A");
-    std::string plain;
     ASSERT_TRUE(CAES::SetKey(kKeyB, sizeof kKeyB));
-    EXPECT_FALSE(Decrypt(encrypted, plain));
-    EXPECT_TRUE(plain.empty());
+    EXPECT_EQ(Opened(encrypted), "<refused>");
     ASSERT_TRUE(CAES::SetKey(kKeyA, sizeof kKeyA));
     CAES aes;
     CStringVar text(encrypted.c_str());
@@ -178,16 +176,13 @@ TEST_F(AESTest, KeyFileHoldsARawOrHexKeyAndAnythingElseIsAnError) {
         EXPECT_EQ(out.IsEmpty(), !good);
         EXPECT_EQ(*CAES::LastError() == '\0', good);
         EXPECT_EQ(std::string(CAES::LastError()).find(hex.substr(0, 8)), std::string::npos);
-        std::string plain;
         ASSERT_TRUE(CAES::SetKey(kKeyB, sizeof kKeyB));
-        EXPECT_TRUE(!good || (Decrypt(out.Str(), plain) && plain == "file key")) << content;
+        EXPECT_TRUE(!good || Opened(out.Str()) == "file key") << content;
     }
     boost::filesystem::remove(path); // now missing
     CAES::ClearKey();
-    CAES aes;
     CStringVar out;
-    EXPECT_FALSE(aes.Encrypt(CStringRef("x"), CStringRef("1"), out));
-    EXPECT_TRUE(out.IsEmpty());
+    EXPECT_FALSE(CAES().Encrypt(CStringRef("x"), CStringRef("1"), out) || !out.IsEmpty());
 }
 
 // Processes that find no key file make it at once and agree on one key,
@@ -220,41 +215,35 @@ TEST_F(AESTest, ProcessesMakingTheKeyFileAtOnceAgreeOnOneKeyThatIsKept) {
     EXPECT_EQ(ReadBytes(m_KeyFile), key) << "the key file is never replaced";
     // Every text was sealed with the file's key.
     ASSERT_TRUE(CAES::SetKey(reinterpret_cast<const unsigned char*>(key.data()), key.size()));
-    std::string plain;
-    ASSERT_TRUE(Decrypt(parent, plain));
-    for (int i = 0; i < children; ++i) {
-        EXPECT_TRUE(Decrypt(ReadBytes(m_Dir + "/out" + std::to_string(i)), plain)) << i;
-        EXPECT_EQ(plain, "child " + std::to_string(i));
-    }
+    EXPECT_EQ(Opened(parent), "parent");
+    for (int i = 0; i < children; ++i)
+        EXPECT_EQ(Opened(ReadBytes(m_Dir + "/out" + std::to_string(i))),
+                  "child " + std::to_string(i));
 }
 
 TEST_F(AESTest, ValuesOfTheMachineIdentityKeyStillOpenOnceTheKeyFileExists) {
     CAES::ClearKey();
-    const std::string keyFile = m_KeyFile;
-    NoKeyFile();
+    UseKeyFile(false);
     const std::string old = Encrypt("stored long ago");
     EXPECT_FALSE(boost::filesystem::exists(m_KeyFile));
-    std::string plain;
     ASSERT_TRUE(CAES::SetKey(kKeyA, sizeof kKeyA));
-    EXPECT_FALSE(Decrypt(old, plain)) << "the machine identity's key, not the application key";
+    // The machine identity's key, not the application key.
+    EXPECT_EQ(Opened(old), "<refused>");
     CAES::ClearKey();
     // Now the key file can be made: new values use it, old ones still open.
-    m_KeyFile = keyFile;
-    RVX::Crypt::Internals::SetKeyPlaces(m_KeyFile.c_str(), m_MachineId.c_str());
+    UseKeyFile(true);
     const std::string fresh = Encrypt("stored today");
     ASSERT_TRUE(boost::filesystem::exists(m_KeyFile));
-    ASSERT_TRUE(Decrypt(old, plain)) << CAES::LastError();
-    EXPECT_EQ(plain, "stored long ago");
-    ASSERT_TRUE(Decrypt(fresh, plain));
-    EXPECT_EQ(plain, "stored today");
+    EXPECT_EQ(Opened(old), "stored long ago") << CAES::LastError();
+    EXPECT_EQ(Opened(fresh), "stored today");
     // The new value is sealed with the file's key, not the identity's.
-    NoKeyFile();
-    EXPECT_FALSE(Decrypt(fresh, plain));
+    UseKeyFile(false);
+    EXPECT_EQ(Opened(fresh), "<refused>");
 }
 
 TEST_F(AESTest, WithoutAnyKeyNothingIsStoredAndATraceRecordSaysSo) {
     CAES::ClearKey();
-    NoKeyFile();
+    UseKeyFile(false);
     NoMachineIdentity();
     std::vector<RVX::Internals::TraceRecord> records;
     RVX::Internals::TraceSink previous = RVX::Internals::SetTraceSink(
