@@ -109,7 +109,7 @@ const char HAND_WRITTEN[] = "\xEF\xBB\xBF"
                             "[Agent]\r\n"
                             "Later=yes";
 
-TEST_F(IniFileTest, ReadsHandWrittenFileTolerantly) {
+TEST_F(IniFileTest, ReadsHandWrittenFileTolerantlyAndRewritesOnlyWhatWasSet) {
     WriteBytes(m_File, HAND_WRITTEN);
     CIniFile ini;
     ini.Read(m_File, INI_WAIT_FOREVER);
@@ -121,11 +121,8 @@ TEST_F(IniFileTest, ReadsHandWrittenFileTolerantly) {
                                                           {"Quoted", " padded "},
                                                           {"Broken", "\"unterminated"},
                                                           {"Empty", ""},
-                                                          {"Later", "yes"}}) {
-        std::string value;
-        EXPECT_EQ(ini["Agent"][key].GetValue(value), 1) << key;
-        EXPECT_EQ(value, expected) << key;
-    }
+                                                          {"Later", "yes"}})
+        EXPECT_EQ(Value(m_File, "Agent", key), expected);
     EXPECT_EQ(Value(m_File, "Spaced", "key"), "first");
     // No key from a line without "=", none in another case.
     EXPECT_EQ(ini["Agent"].KeyNames(), (std::vector<std::string>{"Port", "Level", "Url", "Quoted",
@@ -134,10 +131,8 @@ TEST_F(IniFileTest, ReadsHandWrittenFileTolerantly) {
     std::string value = "stale";
     EXPECT_FALSE(ini["agent"].Exists() || ini[""].Exists() || ini["Agent"]["port"].GetValue(value));
     EXPECT_EQ(value, "");
-}
 
-TEST_F(IniFileTest, RewriteChangesOnlyWhatWasSet) {
-    WriteBytes(m_File, HAND_WRITTEN);
+    // A rewrite changes only what was set.
     {
         CIniFile ini;
         ini.Lock(m_File, INI_WAIT_FOREVER);
@@ -168,9 +163,28 @@ TEST_F(IniFileTest, RewriteChangesOnlyWhatWasSet) {
     EXPECT_EQ(ReadBytes(m_File), "[A]\na=1\n");
 }
 
-// Each text is written as a key and as its value.
-TEST_F(IniFileTest, AwkwardValuesAndKeysReadBackByteForByte) {
-    WriteBytes(m_File, "");
+// Names and values that cannot be written are refused without a change;
+// every other text, written as a key and as its value, reads back byte for
+// byte.
+TEST_F(IniFileTest, AwkwardTextsReadBackByteForByteUnrepresentableOnesAreRefused) {
+    const std::string original = "; keep\n[S]\nk=v\n";
+    WriteBytes(m_File, original);
+    const std::string nul("\0", 1);
+    const std::vector<std::vector<std::string>> refused = {
+        {"S", "a" + nul + "b", "v"}, {"S", nul, "v"},  {"a]b", "k", "v"}, {"a\nb", "k", "v"},
+        {"a\rb", "k", "v"},          {" a", "k", "v"}, {"a\t", "k", "v"}, {"a" + nul, "k", "v"},
+        {"S", "k", "a" + nul + "b"}, {"S", "new", nul}};
+    {
+        CIniFile ini;
+        ini.Lock(m_File, INI_WAIT_FOREVER);
+        for (const auto& r : refused)
+            EXPECT_EQ(Code([&] { ini[r[0]][r[1]].SetValue(r[2]); }),
+                      INI::INI_ERROR_NOT_REPRESENTABLE)
+                << r[0] << "/" << r[1];
+        ini.Flush(2000);
+    }
+    EXPECT_EQ(ReadBytes(m_File), original);
+
     const std::vector<std::string> texts = {
         "",          " lead",          "trail ",       "  ",         "\t tab \t",  "a=b",
         "a;b",       "a ;b",           "#x",           "x #y",       "\"quoted\"", "\"",
@@ -190,29 +204,10 @@ TEST_F(IniFileTest, AwkwardValuesAndKeysReadBackByteForByte) {
     CIniFile ini;
     ini.Read(m_File, INI_WAIT_FOREVER);
     std::string value;
-    for (const std::string& text : texts) {
-        EXPECT_EQ(ini["S"][text].GetValue(value), 1) << text;
-        EXPECT_EQ(value, text);
-    }
+    for (const std::string& text : texts)
+        EXPECT_TRUE(ini["S"][text].GetValue(value) == 1 && value == text) << text;
     EXPECT_EQ(ini["[odd;#="]["k"].GetValue(value), 1);
     EXPECT_EQ(ini[""]["k"].GetValue(value) == 1 ? value : "", "in the unnamed section");
-}
-
-TEST_F(IniFileTest, UnrepresentableNamesAndValuesAreRefusedWithoutChange) {
-    const std::string original = "; keep\n[S]\nk=v\n";
-    WriteBytes(m_File, original);
-    const std::string nul("\0", 1);
-    const std::vector<std::vector<std::string>> refused = {
-        {"S", "a" + nul + "b", "v"}, {"S", nul, "v"},  {"a]b", "k", "v"}, {"a\nb", "k", "v"},
-        {"a\rb", "k", "v"},          {" a", "k", "v"}, {"a\t", "k", "v"}, {"a" + nul, "k", "v"},
-        {"S", "k", "a" + nul + "b"}, {"S", "new", nul}};
-    CIniFile ini;
-    ini.Lock(m_File, INI_WAIT_FOREVER);
-    for (const auto& r : refused)
-        EXPECT_EQ(Code([&] { ini[r[0]][r[1]].SetValue(r[2]); }), INI::INI_ERROR_NOT_REPRESENTABLE)
-            << r[0] << "/" << r[1];
-    ini.Flush(2000);
-    EXPECT_EQ(ReadBytes(m_File), original);
 }
 
 TEST_F(IniFileTest, RemovesKeysAndSections) {
