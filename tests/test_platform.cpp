@@ -41,13 +41,9 @@ TEST(FormatStream, FillsConversionsInOrderAndKeepsTheTail) {
     EXPECT_EQ(out, "a1bc");
     Output_Streams::CFormatStream(out, "x%").Finish();
     EXPECT_EQ(out, "x%");
-}
-
-TEST(FormatStream, StringsAnd64BitValues) {
     Strings::CStringVar text("stale");
     text.Format("T:%s").FormatStr(Strings::CStringRef("abc"));
     EXPECT_EQ(text, "T:abc");
-    std::string out;
     Output_Streams::CFormatStream(out, "%d %d")
         .FormatInt64(18446744073709551615ULL)
         .FormatInt64(static_cast<long long>(-9223372036854775807LL - 1));
@@ -79,10 +75,8 @@ TEST_F(ExceptionFacility, ThrowCarriesCodeAndSourceRecords) {
         ASSERT_EQ(e.GetSources().size(), 2u);
         EXPECT_STREQ(e.GetSources()[0].Path, "Src/Here");
         EXPECT_EQ(e.GetSources()[1].Line, 20u);
-        const std::string what = e.what();
-        EXPECT_NE(what.find("0x21130001"), std::string::npos) << what;
-        EXPECT_NE(what.find("test"), std::string::npos) << what;
-        EXPECT_NE(what.find("Src/Here:10 <- Src/There:20"), std::string::npos) << what;
+        for (const char* part : {"0x21130001", "test", "Src/Here:10 <- Src/There:20"})
+            EXPECT_NE(std::string(e.what()).find(part), std::string::npos) << e.what();
     }
     // A foreign exception passes unchanged.
     EXPECT_THROW(
@@ -113,19 +107,11 @@ TEST_F(ExceptionFacility, DisabledThrowReturnsAndGuardRestoresState) {
 
 TEST_F(ExceptionFacility, StateIsPerThread) {
     Threading::CDisableThrow disable;
-    unsigned otherCount = 99;
-    bool otherThrew = false;
-    std::thread other([&] {
-        otherCount = Internals::CThrowStateData::m_DisableCnt;
-        try {
-            Exceptions::CException::Throw(7);
-        } catch (const Exceptions::CException&) {
-            otherThrew = true;
-        }
-    });
-    other.join();
-    EXPECT_EQ(otherCount, 0u);
-    EXPECT_TRUE(otherThrew) << "disabling on one thread must not disable another";
+    // Disabling on one thread must not disable another.
+    std::thread([] {
+        EXPECT_EQ(Internals::CThrowStateData::m_DisableCnt, 0u);
+        EXPECT_THROW(Exceptions::CException::Throw(7), Exceptions::CException);
+    }).join();
     Exceptions::CException::Throw(8); // disabled here: returns
     EXPECT_EQ(Threading::CThrowState::PendingCode(), 8u);
 }
@@ -165,7 +151,7 @@ TEST(Trace, SinkReceivesRecordsAndMaskSelectsLevels) {
         Internals::CTraceStreamBuffer buffer(0x40000000, module, "Src/Objects", 12);
         Output_Streams::CFormatStream(buffer.Text(), "Property %d has no or invalid data!")
             .FormatInt(23067u);
-        EXPECT_TRUE(records.empty()) << "a record is handed over when it is complete";
+        EXPECT_TRUE(records.empty()); // a record is handed over when it is complete
     }
     Internals::SetTraceSink(previous);
     ASSERT_EQ(records.size(), 1u);
@@ -196,8 +182,7 @@ TEST_F(PlatformFiles, LanguageTextsFallBackToDecimalAndCatalogueFilesAreAllOrNot
     CLanguageSupport::SetString(1234, "Rebuild started");
     EXPECT_TRUE(CLanguageSupport::ResolveString(1234, out));
     EXPECT_EQ(out, "Rebuild started");
-    const std::string good = m_Dir + "/good.cat";
-    const std::string bad = m_Dir + "/bad.cat";
+    const std::string good = m_Dir + "/good.cat", bad = m_Dir + "/bad.cat";
     WriteBytes(good, "# catalogue\r\n10=Ten\r\n\n11=two\\nlines\\t\\\\ = x\n");
     WriteBytes(bad, "12=fine\nnot a line\n");
     EXPECT_EQ(CLanguageSupport::LoadCatalogue(good), 2);
@@ -206,7 +191,7 @@ TEST_F(PlatformFiles, LanguageTextsFallBackToDecimalAndCatalogueFilesAreAllOrNot
     CLanguageSupport::ResolveString(11, out);
     EXPECT_EQ(out, "two\nlines\t\\ = x");
     EXPECT_EQ(CLanguageSupport::LoadCatalogue(bad), -1);
-    EXPECT_FALSE(CLanguageSupport::ResolveString(12, out)) << "a malformed file loads nothing";
+    EXPECT_FALSE(CLanguageSupport::ResolveString(12, out)); // a malformed file loads nothing
     EXPECT_EQ(CLanguageSupport::LoadCatalogue(m_Dir + "/missing"), -1);
     WriteBytes(bad, "99999999999=too big\n");
     EXPECT_EQ(CLanguageSupport::LoadCatalogue(bad), -1);
@@ -225,8 +210,8 @@ TEST(Sync, CriticalSectionIsRecursiveAndExcludesOtherThreads) {
             ++counter;
         }
     };
-    std::thread t1(work), t2(work);
-    t1.join();
-    t2.join();
+    std::thread other(work);
+    work();
+    other.join();
     EXPECT_EQ(counter, 40000);
 }

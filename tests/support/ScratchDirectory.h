@@ -7,8 +7,10 @@
 #include <boost/filesystem/operations.hpp>
 
 #include <stdlib.h>
+#include <sys/stat.h>
 
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <string>
 
@@ -22,6 +24,18 @@ inline std::string ReadBytes(const std::string& path) {
     std::ostringstream text;
     text << in.rdbuf();
     return text.str();
+}
+
+// The status of `path` (all zero, and a failure, when there is none).
+inline struct stat Stat(const std::string& path) {
+    struct stat info {};
+    EXPECT_EQ(::stat(path.c_str(), &info), 0) << path;
+    return info;
+}
+
+// The number of entries in a directory.
+inline long Entries(const std::string& directory) {
+    return std::distance(boost::filesystem::directory_iterator(directory), {});
 }
 
 // m_File names `fileName` in the directory; nothing creates it.

@@ -144,15 +144,13 @@ inline IniValues ReadAll(RVX::INI_Files::CIniFile& ini, const std::vector<std::s
         RVX::INI_Files::CIniSection handle = ini[section];
         const bool exists = handle.Exists();
         const unsigned int count = handle.KeyCount();
-        PI_FUZZ_CHECK(exists || count == 0,
-                      "keys in a missing section " + Printable(section) + where);
+        PI_FUZZ_CHECK(exists || count == 0, "in " + Printable(section) + where);
         values[{section, kExists}] = IniValue{exists ? 1 : 0, ""};
         for (const std::string& key : keys) {
             IniValue value{0, "stale"};
             value.found = handle[key].GetValue(value.value);
             PI_FUZZ_CHECK(value.found == 0 || value.found == 1, "GetValue result" + where);
-            PI_FUZZ_CHECK(value.found == 1 || value.value.empty(),
-                          "value of a missing key" + where);
+            PI_FUZZ_CHECK(value.found == 1 || value.value.empty(), "missing key" + where);
             PI_FUZZ_CHECK(value.found == 0 || count >= 1, "key in a section without keys" + where);
             values[{section, key}] = value;
         }
@@ -210,8 +208,7 @@ inline void CheckIni(const std::uint8_t* data, size_t size) {
             else
                 ini[section].Remove();
         } catch (const RVX::Exceptions::CException& e) {
-            PI_FUZZ_CHECK(e.GetCode() == RVX::INI_Files::INI_ERROR_NOT_REPRESENTABLE,
-                          "refused with another code" + where);
+            PI_FUZZ_CHECK(e.GetCode() == RVX::INI_Files::INI_ERROR_NOT_REPRESENTABLE, where);
             refused = true;
         }
         ini.Flush(RVX::INI_Files::INI_WAIT_FOREVER);
@@ -239,16 +236,14 @@ inline void CheckIni(const std::uint8_t* data, size_t size) {
             if (op <= 1)
                 PI_FUZZ_CHECK(entry.second.found == 1, "no section after a set" + change);
             else if (op == 2)
-                PI_FUZZ_CHECK(entry.second == before[entry.first],
-                              "key removal and section" + change);
+                PI_FUZZ_CHECK(entry.second == before[entry.first], "key removal" + change);
             continue;
         }
         const auto old = before.find(entry.first);
         if (changed) {
             if (op <= 1)
                 PI_FUZZ_CHECK(entry.second.found == 1 && entry.second.value == value,
-                              "the value set reads back as " + Printable(entry.second.value) +
-                                  change);
+                              "reads back as " + Printable(entry.second.value) + change);
             else
                 PI_FUZZ_CHECK(entry.second.found == 0, "a removed key is still there" + change);
         } else if (old != before.end()) {

@@ -112,11 +112,12 @@ inline bool ReferenceTree(const std::string& text, pugi::xml_document& document,
 
 inline void CheckMarkup(const std::uint8_t* data, size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size);
+    const std::string in = " in " + Printable(text);
     RVX::XML::CMarkup markup;
     const bool parsed = markup.SetDoc(text);
-    PI_FUZZ_CHECK(markup.GetDoc() == text, "GetDoc differs: " + Printable(text));
+    PI_FUZZ_CHECK(markup.GetDoc() == text, "GetDoc" + in);
     if (std::memchr(text.data(), '\0', text.size()) != nullptr || text.empty())
-        PI_FUZZ_CHECK(!parsed, "accepted a NUL byte or nothing: " + Printable(text));
+        PI_FUZZ_CHECK(!parsed, "NUL byte or nothing" + in);
 
     MarkupModel model;
     if (parsed)
@@ -124,19 +125,19 @@ inline void CheckMarkup(const std::uint8_t* data, size_t size) {
     else
         PI_FUZZ_CHECK(!markup.FindElem() && !markup.IntoElem() && !markup.OutOfElem() &&
                           markup.GetTagName().empty(),
-                      "found something in a document that did not parse: " + Printable(text));
-    PI_FUZZ_CHECK(!parsed || model.Count() >= 1, "parsed without an element: " + Printable(text));
+                      "not parsed" + in);
+    PI_FUZZ_CHECK(!parsed || model.Count() >= 1, in);
 
     // Read without keeping the text: the same acceptance and the same tree.
     {
         RVX::XML::CMarkup read;
-        PI_FUZZ_CHECK(read.ReadDoc(text) == parsed, "ReadDoc acceptance: " + Printable(text));
-        PI_FUZZ_CHECK(read.GetDoc().empty(), "ReadDoc kept the text: " + Printable(text));
+        PI_FUZZ_CHECK(read.ReadDoc(text) == parsed, in);
+        PI_FUZZ_CHECK(read.GetDoc().empty(), in);
         if (parsed) {
             const MarkupModel readModel = NavigatedTree(read, text);
             PI_FUZZ_CHECK(readModel.name == model.name && readModel.parent == model.parent &&
                               readModel.nextSibling == model.nextSibling,
-                          "ReadDoc tree differs: " + Printable(text));
+                          "ReadDoc tree" + in);
         }
     }
 
@@ -168,8 +169,7 @@ inline void CheckMarkup(const std::uint8_t* data, size_t size) {
                                 run.GetTagName() == markup.GetTagName();
                     for (size_t i = 0; same && i < got.size(); ++i)
                         same = std::strcmp(got[i], expected[i]) == 0;
-                    PI_FUZZ_CHECK(same, "run of elements under " + std::to_string(parent) +
-                                            " differs: " + Printable(text));
+                    PI_FUZZ_CHECK(same, "run under " + std::to_string(parent) + in);
                 }
             }
         }
@@ -180,7 +180,7 @@ inline void CheckMarkup(const std::uint8_t* data, size_t size) {
         markup.x_SetPos(0, i, 0);
         PI_FUZZ_CHECK(markup.GetTagName() ==
                           model.name[static_cast<size_t>(i <= model.Count() ? i : 0)],
-                      "element " + std::to_string(i) + " of " + Printable(text));
+                      "element " + std::to_string(i) + in);
     }
 
 #if defined(PI_FUZZ_XML_REFERENCE)
@@ -188,21 +188,20 @@ inline void CheckMarkup(const std::uint8_t* data, size_t size) {
         ReferenceWalker reference;
         pugi::xml_document document;
         const bool accepted = ReferenceTree(text, document, reference);
-        PI_FUZZ_CHECK(parsed == accepted, "acceptance differs from pugixml: " + Printable(text));
+        PI_FUZZ_CHECK(parsed == accepted, "pugixml acceptance" + in);
         const MarkupModel& tree = reference.model;
         if (accepted) {
             PI_FUZZ_CHECK(tree.name == model.name && tree.parent == model.parent &&
                               tree.firstChild == model.firstChild &&
                               tree.nextSibling == model.nextSibling,
-                          "tree differs from pugixml: " + Printable(text));
+                          "pugixml tree" + in);
             for (int i = 1; i <= tree.Count(); ++i)
                 for (const pugi::xml_attribute a :
                      reference.nodes[static_cast<size_t>(i)].attributes())
                     PI_FUZZ_CHECK(
                         markup.x_GetAttrib(i, a.name()) ==
                             reference.nodes[static_cast<size_t>(i)].attribute(a.name()).value(),
-                        std::string("attribute ") + a.name() + " of element " + std::to_string(i) +
-                            " in " + Printable(text));
+                        a.name() + (" of element " + std::to_string(i)) + in);
         }
     }
 #endif
@@ -233,9 +232,7 @@ inline void CheckMarkup(const std::uint8_t* data, size_t size) {
     int copies = 0; // a copy parses the text again: a few per input
     for (int step = 0; step < 64; ++step) {
         // Only built when a check fails.
-        const auto where = [&] {
-            return " at step " + std::to_string(step) + " in " + Printable(text);
-        };
+        const auto where = [&] { return " at step " + std::to_string(step) + in; };
         switch (random.Below(9)) {
         case 0:
         case 1: { // FindElem
