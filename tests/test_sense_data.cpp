@@ -150,18 +150,15 @@ TEST(DecodeSenseData, HandDecodedBuffers) {
     }
 }
 
-// The shortest and longest buffers of each format, and what is refused.
+// What is refused, and why, in words. (Which buffers are refused, at every
+// length and response code: the fuzz check, checks/SenseData.h.)
 TEST(DecodeSenseData, LengthBoundsAndRefusals) {
-    Bytes fixed(14, 0), longest(PI::SENSE_MAX_LENGTH, 0);
-    fixed[0] = 0x70;
-    longest[0] = 0x72;
     const struct {
         Bytes bytes;
         PI::_SENSE_DECODE result;
-        const char* text; // the error, or the remark of a decoded buffer
+        std::string text; // the error, or the remark of a decoded buffer
     } cases[] = {
-        {fixed, PI::SENSE_OK, nullptr},
-        {Bytes(fixed.begin(), fixed.end() - 1), PI::SENSE_TOO_SHORT,
+        {Bytes(13, 0x70), PI::SENSE_TOO_SHORT,
          "fixed format sense data needs at least 14 bytes, got 13"},
         {{0x72, 0x05, 0x24},
          PI::SENSE_TOO_SHORT,
@@ -169,22 +166,18 @@ TEST(DecodeSenseData, LengthBoundsAndRefusals) {
         {{0x72, 0x05, 0x24, 0x00},
          PI::SENSE_OK,
          "the buffer ends at byte 4, before the additional sense length"},
-        {longest, PI::SENSE_OK, nullptr},
         {Bytes(253, 0x72), PI::SENSE_TOO_LONG,
          "the sense buffer has 253 bytes; at most 252 are possible"},
         {{}, PI::SENSE_EMPTY, "the sense buffer is empty"},
         {{0x60, 0, 5, 0},
          PI::SENSE_UNKNOWN_FORMAT,
          "response code 60h is neither fixed format (70h/71h) nor descriptor format (72h/73h)"},
-        {{0x6F, 0x05, 0x24, 0x00}, PI::SENSE_UNKNOWN_FORMAT, nullptr},
-        {{0x74, 0x05, 0x24, 0x00}, PI::SENSE_UNKNOWN_FORMAT, nullptr},
-        {{0xEF, 0x05, 0x24, 0x00}, PI::SENSE_UNKNOWN_FORMAT, nullptr},
     };
     for (const auto& c : cases) {
         const Decoded d = Decode(c.bytes);
         EXPECT_EQ(d.result, c.result) << c.bytes.size();
         const std::string& text = c.result == PI::SENSE_OK ? d.data.Remark : d.error;
-        EXPECT_TRUE(c.text == nullptr || text == c.text) << text;
+        EXPECT_EQ(text, c.text);
         EXPECT_TRUE(c.result == PI::SENSE_OK ||
                     (d.data.Key == 0 && !d.data.InformationValid && d.data.Descriptors.empty()))
             << "reset, not left stale";

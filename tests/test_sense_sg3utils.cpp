@@ -292,13 +292,10 @@ TEST(SenseAgainstSg3Utils, EveryDecodedFieldReadsAsSg3UtilsReadsIt) {
     GTEST_SKIP() << "libsgutils2 (Debian libsgutils2-dev) was not found";
 #else
     Generator generator;
-    std::vector<Bytes> buffers;
-    for (size_t i = 0; i < 4000; ++i)
-        buffers.push_back(generator.Next(i));
     size_t compared = 0, failures = 0;
     size_t decoded[256] = {};
-    for (size_t i = 0; i < buffers.size() && failures < 5; ++i) {
-        const Bytes& bytes = buffers[i];
+    for (size_t i = 0; i < 4000 && failures < 5; ++i) {
+        const Bytes bytes = generator.Next(i);
         PI::CSenseData data;
         std::string error;
         if (PI::DecodeSenseData(bytes.data(), bytes.size(), data, error) != PI::SENSE_OK)
