@@ -62,10 +62,6 @@ std::string SgText(const Bytes& bytes) {
     return text.data();
 }
 
-std::string Percent(unsigned short progress) { // sg3_utils' rounding of hundredths
-    return Format("%d.%02d%%", progress * 100 / 65536, ((progress * 100) % 65536) / 656);
-}
-
 // The sense-key specific field as sg3_utils words it; `fixed` selects the
 // fixed format's wording. Nothing for a key whose field it dumps raw.
 std::string KeySpecific(const PI::CSenseKeySpecific& f, bool fixed) {
@@ -82,8 +78,9 @@ std::string KeySpecific(const PI::CSenseKeySpecific& f, bool fixed) {
     case PI::SKS_RETRY_COUNT:
         return Format(fixed ? "actual retry count: 0x%04x" : "actual retry count: %u",
                       f.RetryCount);
-    case PI::SKS_PROGRESS:
-        return "progress indication: " + Percent(f.Progress);
+    case PI::SKS_PROGRESS: // in sg3_utils' rounding of hundredths
+        return Format("progress indication: %d.%02d%%", f.Progress * 100 / 65536,
+                      ((f.Progress * 100) % 65536) / 656);
     case PI::SKS_UNIT_ATTENTION:
         return Format("overflow flag is %d", f.Overflow);
     default:
