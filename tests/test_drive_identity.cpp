@@ -51,7 +51,7 @@ TEST(SplitSATAModelName, VendorAndProduct) {
     }
 }
 
-TEST(GetSATARPM, ByVendorRules) {
+TEST(GetSATARPM, ByVendorRulesAndTooShortProductsThrow) {
     // Fast WD models by prefix, Hitachi's speed in characters 3 and 4,
     // Kormani's patterns in order, Seagate's slow models by exact name;
     // vendors compare whole and without case.
@@ -89,10 +89,7 @@ TEST(GetSATARPM, ByVendorRules) {
         EXPECT_EQ(PI::GetSATARPM(c.vendor, c.product, rpm), 0);
         EXPECT_EQ(rpm, c.rpm) << c.vendor << " " << c.product;
     }
-}
-
-// Which products throw is the fuzz check's; here the boundary and the output.
-TEST(GetSATARPM, TooShortProductsThrowOutOfRange) {
+    // Which products throw is the fuzz check's; here the boundary and the output.
     unsigned long long rpm = 0;
     EXPECT_THROW(PI::GetSATARPM("HGST", "HD", rpm), std::out_of_range);
     EXPECT_EQ(rpm, 7200u) << "rpm is written before the product is inspected";

@@ -228,7 +228,7 @@ struct Readers {
     }
 };
 
-TEST(PropertyReadTest, EveryReaderRefusesAMissingBlock) {
+TEST(PropertyReadTest, EveryReaderRefusesAMissingBlockAndWithoutThrowingTouchesNothing) {
     Readers readers;
     // A size but no block, as after a failed setter; and no block at all, as
     // the empty pair and the empty 64-bit list hold.
@@ -241,12 +241,8 @@ TEST(PropertyReadTest, EveryReaderRefusesAMissingBlock) {
                 << "kind " << reader.first << ", size " << size;
         }
     }
-}
-
-// With throwing disabled a failure returns its code and touches no output.
-TEST(PropertyReadTest, WithThrowingDisabledFailuresReturnTheCodeAndTouchNothing) {
+    // With throwing disabled a failure returns its code; no failure touches an output.
     RVX::Threading::CDisableThrow disable;
-    Readers readers;
     CProperty flag(kId, false), broken(kId, false), unset;
     ASSERT_EQ(flag.SetValue(false), 0u);
     ASSERT_EQ(broken.SetValue(false), 0u);
