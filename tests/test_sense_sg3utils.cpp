@@ -41,14 +41,11 @@ std::string Format(const char* format, ...) {
 
 std::string Normal(const std::string& text) {
     std::string out;
-    for (const char c : text) {
-        if (c == ' ' || c == '\n' || c == '\t') {
-            if (!out.empty() && out.back() != ' ')
-                out += ' ';
-        } else {
+    for (const char c : text)
+        if (c != ' ' && c != '\n' && c != '\t')
             out += static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
-        }
-    }
+        else if (!out.empty() && out.back() != ' ')
+            out += ' ';
     return out;
 }
 
