@@ -11,7 +11,6 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libcli11-dev
   libsgutils2-dev libinih-dev libsqlite3-dev
-  sg3-utils  # sg_decode_sense, which the sense decoder's test compares against
   clang libclang-rt-14-dev
   python3-dev pybind11-dev python3-pytest
   debootstrap lintian dpkg-dev

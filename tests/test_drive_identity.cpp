@@ -1,6 +1,7 @@
-// SATA drive identity: the model split, the speed and serial rules, and the
-// speed classes, each as a table of inputs and what they give. What holds for
-// any model string is the fuzz check's (checks/DriveIdentity.h).
+// SATA drive identity: the model split, the speed rules and the speed
+// classes, each as a table of inputs and what they give. What holds for any
+// model string, and the serial number rules, are the fuzz check's
+// (checks/DriveIdentity.h, over fuzz/corpus/drive_identity).
 #include "PI/Helpers.h"
 
 #include <gtest/gtest.h>
@@ -50,7 +51,7 @@ TEST(SplitSATAModelName, VendorAndProduct) {
     }
 }
 
-TEST(GetSATARPM, ByVendorRules) {
+TEST(GetSATARPM, ByVendorRulesAndTooShortProductsThrow) {
     // Fast WD models by prefix, Hitachi's speed in characters 3 and 4,
     // Kormani's patterns in order, Seagate's slow models by exact name;
     // vendors compare whole and without case.
@@ -88,42 +89,12 @@ TEST(GetSATARPM, ByVendorRules) {
         EXPECT_EQ(PI::GetSATARPM(c.vendor, c.product, rpm), 0);
         EXPECT_EQ(rpm, c.rpm) << c.vendor << " " << c.product;
     }
-}
-
-// Which products throw is the fuzz check's; here the boundary and the output.
-TEST(GetSATARPM, TooShortProductsThrowOutOfRange) {
+    // Which products throw is the fuzz check's; here the boundary and the output.
     unsigned long long rpm = 0;
     EXPECT_THROW(PI::GetSATARPM("HGST", "HD", rpm), std::out_of_range);
     EXPECT_EQ(rpm, 7200u) << "rpm is written before the product is inspected";
     EXPECT_THROW(PI::GetSATARPM("KORMANI", "ZTA4XX", rpm), std::out_of_range);
     EXPECT_NO_THROW(PI::GetSATARPM("KORMANI", "ZTA4XXX", rpm));
-}
-
-TEST(CorrectSerialNumber, ByVendorRules) {
-    // WD drops "WD-" from length four, one HGST model drops "JA1000" from
-    // length seven, Seagate keeps eight from length nine, others unchanged.
-    const struct {
-        std::string vendor, product, serial, corrected;
-    } cases[] = {
-        {"WDC", "x", "WD-WCAV12345678", "WCAV12345678"},
-        {"WDC", "x", "WD-", "WD-"},
-        {"WDC", "x", "wd-WCAV1234", "wd-WCAV1234"},
-        {"WDC", "x", "123456789012", "123456789012"},
-        {"HGST", "HTE541010A9E68", "JA1000ABCD", "ABCD"},
-        {"HGST", "HTE541010A9E68", "JA1000", "JA1000"},
-        {"HGST", "HTE541010A9E680", "JA1000ABCD", "JA1000ABCD"},
-        {"HITACHI", "HTE541010A9E68", "JA1000ABCD", "JA1000ABCD"},
-        {"SEAGATE", "x", "5VP12345ABCD", "5VP12345"},
-        {"Seagate", "x", "123456789", "12345678"},
-        {"SEAGATE", "x", "12345678", "12345678"},
-        {"INTEL", "x", "WD-WCAV12345678", "WD-WCAV12345678"},
-        {"--", "HTE541010A9E68", "JA1000ABCD", "JA1000ABCD"},
-    };
-    for (const auto& c : cases) {
-        std::string serial = c.serial;
-        EXPECT_EQ(PI::CorrectSerialNumber(c.vendor, c.product, serial), 0);
-        EXPECT_EQ(serial, c.corrected) << c.vendor << " " << c.product << " " << c.serial;
-    }
 }
 
 TEST(RoundRPM, ClassBoundariesAreInclusive) {

@@ -28,7 +28,7 @@ protected:
 
 } // namespace
 
-TEST_F(Event, NumberPlaceholdersResolveThroughTheLanguageAtReadingTime) {
+TEST_F(Event, NumbersResolveAtReadingTimeAndMovesKeepTheTargetsTexts) {
     CEvent event;
     event.SetPlaceHolder2(1234);
     EXPECT_EQ(event.GetPlaceHolder2(), "Rebuild of %s finished");
@@ -37,10 +37,7 @@ TEST_F(Event, NumberPlaceholdersResolveThroughTheLanguageAtReadingTime) {
     CLanguageSupport::SetString(3000000000u, "high"); // beyond what the number setter writes
     CEventRawAccess::Stored(event, 0) = "I:3000000000";
     EXPECT_EQ(event.GetPlaceHolder1(), "high");
-}
-
-// A move takes the stored forms; move assignment keeps the target's resolved texts.
-TEST_F(Event, MovesCarryStoredFormsAndKeepTheTargetsResolvedTexts) {
+    // A move takes the stored forms; move assignment keeps the target's resolved texts.
     CEvent source;
     source.Text2 = "a text of more than sixteen characters";
     source.SetPlaceHolder1("abc");
@@ -54,5 +51,5 @@ TEST_F(Event, MovesCarryStoredFormsAndKeepTheTargetsResolvedTexts) {
     target.GetPlaceHolder2();
     target = std::move(moved);
     EXPECT_EQ(mine, "mine");
-    EXPECT_EQ(target.GetPlaceHolder6(), "Rebuild of %s finished");
+    EXPECT_EQ(target.GetPlaceHolder6(), "Neuaufbau beendet");
 }

@@ -22,14 +22,6 @@ namespace {
 
 using pi_fuzz::Target;
 
-// The fuzz targets, each linked in from its fuzz/fuzz_<name>.cpp, by name.
-std::vector<Target> Targets() {
-    std::vector<Target> targets = pi_fuzz::ReplayedTargets();
-    std::sort(targets.begin(), targets.end(),
-              [](const Target& a, const Target& b) { return std::string(a.name) < b.name; });
-    return targets;
-}
-
 // The regular files of a directory, sorted; none when it does not exist.
 std::vector<std::string> FilesIn(const std::string& directory) {
     std::vector<std::string> files;
@@ -75,7 +67,7 @@ TEST_P(FuzzInputs, SeedsAndFoundFaultsPass) {
         Replay(GetParam(), file);
 }
 
-INSTANTIATE_TEST_SUITE_P(Targets, FuzzInputs, ::testing::ValuesIn(Targets()),
+INSTANTIATE_TEST_SUITE_P(Targets, FuzzInputs, ::testing::ValuesIn(pi_fuzz::ReplayedTargets()),
                          [](const ::testing::TestParamInfo<Target>& info) {
                              return std::string(info.param.name);
                          });

@@ -7,9 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstring>
-#include <limits>
 
 using namespace PI;
 using PI::Testing::ExpectRoundTrips;
@@ -69,7 +67,7 @@ std::string PropertyJson(const CProperty& p) {
 // The spellings the format page's examples do not all show: texts lose their
 // padding, floats are the shortest text that reads back and always look like
 // floats.
-TEST(InterchangeForms, TextsAndFloats) {
+TEST(InterchangeForms, SpellingsThePageDoesNotAllShow) {
     CProperty p(ADAPTER_ACTIVITY, false);
     ASSERT_EQ(p.SetValue(std::string("  a\"b  ")), 0u);
     EXPECT_EQ(PropertyJson(p), R"({"PropertyID":23002,"Type":2,"Value":"a\"b"})");
@@ -81,11 +79,8 @@ TEST(InterchangeForms, TextsAndFloats) {
         EXPECT_EQ(PropertyJson(p),
                   std::string(R"({"PropertyID":23002,"Type":8,"Value":)") + text + "}");
     }
-}
-
-TEST(InterchangeForms, RawFormsAndBytes) {
-    CProperty p(ADAPTER_ACTIVITY, false);
     // A size without a block, as a setter that ran out of memory leaves it.
+    p = CProperty(ADAPTER_ACTIVITY, false);
     p.Type = VT_UINT64_LIST;
     p.SubType = PROPERTY_SUBTYPE_64BIT;
     p.DataSize = 24;
@@ -124,11 +119,7 @@ TEST(InterchangeForms, RawFormsAndBytes) {
     std::string json;
     ASSERT_EQ(WriteJsonValue(partition, json), 0u);
     EXPECT_EQ(json, R"({"Text1":"a\u0000b"})");
-}
-
-TEST(InterchangeForms, DefaultsThatDependOnOtherMembers) {
     // SecondaryID follows PropertyID, SubType follows the kind.
-    CProperty p(ADAPTER_ACTIVITY, false);
     ASSERT_EQ(p.SetValue(5ull), 0u);
     EXPECT_EQ(PropertyJson(p), R"({"PropertyID":23002,"Type":5,"Value":5})");
     p.SubType = 0;
@@ -139,31 +130,11 @@ TEST(InterchangeForms, DefaultsThatDependOnOtherMembers) {
     // A task's object part defaults to the task's own object type.
     CTask task;
     task.Time1 = 9;
-    std::string json;
+    json.clear();
     ASSERT_EQ(WriteJsonValue(task, json), 0u);
     EXPECT_EQ(json, R"({"Time1":9})");
-    CTask back;
-    ASSERT_EQ(ReadJsonValue(R"({"Object":{"ObjectID":3},"Time1":9})", back), 0u);
-    EXPECT_EQ(back.ObjectType, OBJECT_TYPE_TASK);
-    EXPECT_EQ(back.ObjectID, 3u);
-}
-
-TEST(InterchangeForms, FloatsReadBackExactly) {
-    // Every one of many bit patterns of finite floats comes back bit for bit.
-    std::mt19937 engine(99);
-    CProperty p(ADAPTER_ACTIVITY, false);
-    for (int i = 0; i < 50000; ++i) {
-        std::uint32_t bits = engine();
-        float value;
-        std::memcpy(&value, &bits, 4);
-        if (!std::isfinite(value))
-            continue;
-        ASSERT_EQ(p.SetValue(value), 0u);
-        const std::string json = PropertyJson(p);
-        CProperty back;
-        ASSERT_EQ(ReadJsonValue(json, back), 0u) << json;
-        ASSERT_EQ(FirstDifference(p, back), "") << json;
-    }
+    ASSERT_EQ(ReadJsonValue(R"({"Object":{"ObjectID":3},"Time1":9})", task), 0u);
+    EXPECT_TRUE(task.ObjectType == OBJECT_TYPE_TASK && task.ObjectID == 3u);
 }
 
 } // namespace

@@ -37,7 +37,7 @@ CObject Drive(unsigned long long id, int state) {
     return o;
 }
 
-TEST(Lookup, ObjectsByIdAndTypePointIntoTheRecord) {
+TEST(Lookup, ObjectsAndPropertiesPointIntoTheRecord) {
     COperation op;
     op.AddObject(Drive(7, PD_STATE_OK));
     op.AddObject(CObject(9, OBJECT_TYPE_TASK));
@@ -58,9 +58,6 @@ TEST(Lookup, ObjectsByIdAndTypePointIntoTheRecord) {
     EXPECT_EQ(drives[0]->ObjectID, 7u);
     EXPECT_EQ(drives[1]->ObjectID, 8u);
     EXPECT_TRUE(FindObjectsOfType(op, OBJECT_TYPE_BATTERY).empty());
-}
-
-TEST(Lookup, PropertiesOfEveryHolderByIdAndSecondaryId) {
     CTask task; // a holder through its base class
     task.Properties.push_back(Number(TASK_NAME, 1, 0));
     task.Properties.push_back(Number(TASK_NAME, 2, 5));
@@ -76,7 +73,7 @@ TEST(Lookup, PropertiesOfEveryHolderByIdAndSecondaryId) {
     EXPECT_EQ(FindProperty(constant, LOGICAL_DRIVE_RAID_LEVEL, 1), nullptr);
 }
 
-TEST(Health, DriveStatesFollowTheStatusIconWhateverTheMarks) {
+TEST(Health, DriveStatesFollowTheStatusIconAndWhatCannotBeJudgedIsUnknown) {
     EXPECT_EQ(HealthOfDriveState(PD_STATE_REBUILD_1), HEALTH_OK);     // drive_rbld_ok
     EXPECT_EQ(HealthOfDriveState(PD_STATE_MISSING), HEALTH_CRITICAL); // drivemiss_fail
     EXPECT_EQ(HealthOfDriveState(40002), HEALTH_UNKNOWN); // unnamed: an ok icon, no health
@@ -92,9 +89,6 @@ TEST(Health, DriveStatesFollowTheStatusIconWhateverTheMarks) {
     std::vector<int> choices = {PD_STATE_OK, PD_STATE_FAILED};
     listed.Properties[0].SetValue(PD_STATE_FAILED, choices);
     EXPECT_EQ(GetObjectHealth(listed), HEALTH_CRITICAL);
-}
-
-TEST(Health, WhatCannotBeJudgedIsUnknownAndNeverRaises) {
     EXPECT_EQ(GetObjectHealth(CObject(1, OBJECT_TYPE_PHYSICAL_DRIVE)), HEALTH_UNKNOWN);
     CObject fan(2, OBJECT_TYPE_FAN); // no status property of its kind
     fan.Properties.push_back(Text(ADAPTER_STATUS, "Failed"));
@@ -111,7 +105,7 @@ TEST(Health, WhatCannotBeJudgedIsUnknownAndNeverRaises) {
     EXPECT_STREQ(HealthName(static_cast<_HEALTH>(7)), "unknown");
 }
 
-TEST(Health, StatusTextsMatchTrimmedIgnoringCase) {
+TEST(Health, StatusTextsMatchTrimmedIgnoringCaseInAReplaceableTable) {
     EXPECT_EQ(HealthOfStateText("  partially DEGRADED\t\n"), HEALTH_WARNING);
     for (const std::string& text : {std::string("Partially"), std::string("Degraded!"),
                                     std::string("Opti mal"), std::string("Failed\0x", 8)})
@@ -122,9 +116,6 @@ TEST(Health, StatusTextsMatchTrimmedIgnoringCase) {
     CObject adapter(1, OBJECT_TYPE_ADAPTER_5);
     adapter.Properties.push_back(Text(ADAPTER_STATUS, "Optimal"));
     EXPECT_EQ(GetObjectHealth(adapter), HEALTH_OK);
-}
-
-TEST(Health, TheWordTableIsReplacedWholeOrNotAtAll) {
     EXPECT_FALSE(SetHealthWords({{"Ready", HEALTH_OK}, {" READY ", HEALTH_CRITICAL}}));
     EXPECT_FALSE(SetHealthWords({{"Ready", HEALTH_OK}, {" \t", HEALTH_OK}}));
     EXPECT_FALSE(SetHealthWords({{"Ready", HEALTH_UNKNOWN}}));

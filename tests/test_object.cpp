@@ -9,7 +9,7 @@
 
 using PI::CObject;
 
-TEST(Object, ListsKeepOrderAndDuplicatesAndClearApart) {
+TEST(Object, ListsKeepOrderAndDuplicatesClearApartAndStopAtTheirEnd) {
     CObject node;
     node.AddParent(5);
     node.AddParent(5);
@@ -25,11 +25,6 @@ TEST(Object, ListsKeepOrderAndDuplicatesAndClearApart) {
     node.ClearChildren();
     EXPECT_EQ(node.GetChildCount(), 0u);
     EXPECT_EQ(node.GetParent(0), 7u);
-}
-
-TEST(Object, OutOfRangeRaisesOrGivesZero) {
-    CObject node;
-    node.AddParent(1);
     node.AddChild(8);
     ExpectIndexError([&] { node.GetParent(1); });
     ExpectIndexError([&] { node.GetParent(0xFFFFFFFFu); });

@@ -36,7 +36,7 @@ COperation Sample() {
 
 } // namespace
 
-TEST(Operation, ObjectsAreStoredAsPlainObjects) {
+TEST(Operation, ObjectsAreStoredPlainAndEveryListRaisesTheIndexException) {
     COperation op;
     PI::CTask task;
     task.Text1 = "a task text of some length";
@@ -44,10 +44,7 @@ TEST(Operation, ObjectsAreStoredAsPlainObjects) {
     const PI::CObject& stored = op.GetObject(0);
     EXPECT_TRUE(typeid(stored) == typeid(PI::CObject));
     EXPECT_EQ(stored.ObjectType, PI::OBJECT_TYPE_TASK);
-}
-
-TEST(Operation, EveryListRaisesTheIndexException) {
-    COperation op = Sample();
+    op = Sample();
     ExpectIndexError([&] { op.GetProperty(1); });
     ExpectIndexError([&] { op.GetLogicalDrive(1); });
     ExpectIndexError([&] { op.GetLevel(1); });

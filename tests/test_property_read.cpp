@@ -54,46 +54,40 @@ CProperty Crafted(unsigned int type, const std::vector<unsigned char>& block, un
 // ---- Round trips ------------------------------------------------------------
 
 TEST(PropertyReadTest, NumbersAndListsReadBackAsSet) {
-    CProperty intList(kId, false), range(kId, false), flag(kId, false), wide(kId, false),
-        number(kId, false), pair(kId, false), wideList(kId, false);
-    std::vector<int> one{-9}, a{1, 2}, b{3, 4, 5};
-    std::vector<unsigned long long> wides{7, 0xFFFFFFFFFFFFFFFFull};
-    ASSERT_EQ(intList.SetValue(4, one), 0u);
-    ASSERT_EQ(range.SetValue(15, 0, 10, 2u), 0u);
-    ASSERT_EQ(wide.SetValue(0xFEDCBA9876543210ull), 0u);
-    ASSERT_EQ(number.SetValue(-2.25f), 0u);
-    ASSERT_EQ(pair.SetValue(a, b), 0u);
-    ASSERT_EQ(wideList.SetValue(wides), 0u);
-
     // Every output starts stale: a reader replaces lists rather than appending.
+    CProperty p(kId, false);
+    std::vector<int> one{-9}, a{1, 2}, b{3, 4, 5}, list{1, 2, 3}, first{99}, second{98};
+    std::vector<unsigned long long> wides{7, 0xFFFFFFFFFFFFFFFFull}, wideOut{1};
     int value = 0, minimum = -1, maximum = -1;
     unsigned int step = 0;
-    std::vector<int> list{1, 2, 3}, first{99}, second{98};
-    std::vector<unsigned long long> wideOut{1};
-    unsigned long long wideValue = 0;
-    float floatOut = 0;
-    ASSERT_EQ(intList.GetValue(value, list), 0u);
-    EXPECT_EQ(value, 4);
-    EXPECT_EQ(list, std::vector<int>{-9});
-    ASSERT_EQ(range.GetValue(value, minimum, maximum, step), 0u);
+    unsigned long long wide = 0;
+    float number = 0;
+    ASSERT_EQ(p.SetValue(4, one), 0u);
+    ASSERT_EQ(p.GetValue(value, list), 0u);
+    EXPECT_TRUE(value == 4 && list == one);
+    ASSERT_EQ(p.SetValue(15, 0, 10, 2u), 0u);
+    ASSERT_EQ(p.GetValue(value, minimum, maximum, step), 0u);
     EXPECT_EQ(std::vector<int>({value, minimum, maximum, int(step)}),
               std::vector<int>({10, 0, 10, 2}));
-    ASSERT_EQ(wide.GetValue(wideValue), 0u);
-    EXPECT_EQ(wideValue, 0xFEDCBA9876543210ull);
-    ASSERT_EQ(number.GetValue(floatOut), 0u);
-    EXPECT_EQ(floatOut, -2.25f);
-    ASSERT_EQ(pair.GetValue(first, second), 0u);
-    EXPECT_EQ(first, a);
-    EXPECT_EQ(second, b);
-    ASSERT_EQ(wideList.GetValue(wideOut), 0u);
+    ASSERT_EQ(p.SetValue(0xFEDCBA9876543210ull), 0u);
+    ASSERT_EQ(p.GetValue(wide), 0u);
+    EXPECT_EQ(wide, 0xFEDCBA9876543210ull);
+    ASSERT_EQ(p.SetValue(-2.25f), 0u);
+    ASSERT_EQ(p.GetValue(number), 0u);
+    EXPECT_EQ(number, -2.25f);
+    ASSERT_EQ(p.SetValue(a, b), 0u);
+    ASSERT_EQ(p.GetValue(first, second), 0u);
+    EXPECT_TRUE(first == a && second == b);
+    ASSERT_EQ(p.SetValue(wides), 0u);
+    ASSERT_EQ(p.GetValue(wideOut), 0u);
     EXPECT_EQ(wideOut, wides);
     // A flag is any non-zero word.
     for (const unsigned char low : {0, 1}) {
         bool out = low == 0;
         ASSERT_EQ(Crafted(PI::VT_BOOL, {low, 1, 0, 0}, 0).GetValue(out), 0u);
         EXPECT_TRUE(out);
-        ASSERT_EQ(flag.SetValue(low != 0), 0u);
-        ASSERT_EQ(flag.GetValue(out), 0u);
+        ASSERT_EQ(p.SetValue(low != 0), 0u);
+        ASSERT_EQ(p.GetValue(out), 0u);
         EXPECT_EQ(out, low != 0);
     }
 }
@@ -234,7 +228,7 @@ struct Readers {
     }
 };
 
-TEST(PropertyReadTest, EveryReaderRefusesAMissingBlock) {
+TEST(PropertyReadTest, EveryReaderRefusesAMissingBlockAndWithoutThrowingTouchesNothing) {
     Readers readers;
     // A size but no block, as after a failed setter; and no block at all, as
     // the empty pair and the empty 64-bit list hold.
@@ -247,12 +241,8 @@ TEST(PropertyReadTest, EveryReaderRefusesAMissingBlock) {
                 << "kind " << reader.first << ", size " << size;
         }
     }
-}
-
-// With throwing disabled a failure returns its code and touches no output.
-TEST(PropertyReadTest, WithThrowingDisabledFailuresReturnTheCodeAndTouchNothing) {
+    // With throwing disabled a failure returns its code; no failure touches an output.
     RVX::Threading::CDisableThrow disable;
-    Readers readers;
     CProperty flag(kId, false), broken(kId, false), unset;
     ASSERT_EQ(flag.SetValue(false), 0u);
     ASSERT_EQ(broken.SetValue(false), 0u);

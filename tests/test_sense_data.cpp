@@ -40,34 +40,24 @@ TEST(DecodeSenseData, HandDecodedBuffers) {
         {"fixed: flags above the key, codes in 12 and 13",
          {0x70, 0, 0xE3, 0, 0, 0, 0, 0x0A, 0, 0, 0, 0, 0x11, 0x04, 0, 0, 0, 0},
          [](const PI::CSenseData& s) {
-             EXPECT_EQ(s.Key, 0x03);
-             EXPECT_TRUE(s.Filemark && s.EndOfMedium && s.IncorrectLength);
-             EXPECT_FALSE(s.Overflow);
-             EXPECT_EQ(s.ASC, 0x11);
-             EXPECT_EQ(s.ASCQ, 0x04);
-             EXPECT_EQ(s.KeySpecific.Kind, PI::SKS_RETRY_COUNT);
-             EXPECT_FALSE(s.KeySpecific.Valid);
+             EXPECT_TRUE(s.Key == 0x03 && s.Filemark && s.EndOfMedium && s.IncorrectLength &&
+                         !s.Overflow && s.ASC == 0x11 && s.ASCQ == 0x04);
+             EXPECT_TRUE(s.KeySpecific.Kind == PI::SKS_RETRY_COUNT && !s.KeySpecific.Valid);
          }},
         {"fixed: deferred, big-endian information with its valid bit, CSI, no FRU or SKS in 14",
          {0xF1, 0, 0x13, 0x12, 0x34, 0x56, 0x78, 6, 0xDE, 0xAD, 0xBE, 0xEF, 0x11, 0x00},
          [](const PI::CSenseData& s) {
-             EXPECT_EQ(s.ResponseCode, 0x71);
-             EXPECT_TRUE(s.Deferred);
-             EXPECT_TRUE(s.Overflow);
-             EXPECT_TRUE(s.InformationValid);
+             EXPECT_TRUE(s.ResponseCode == 0x71 && s.Deferred && s.Overflow && s.InformationValid &&
+                         s.CommandSpecificValid && s.Fru == 0 &&
+                         s.KeySpecific.Kind == PI::SKS_NONE);
              EXPECT_EQ(s.Information, 0x12345678u);
-             EXPECT_TRUE(s.CommandSpecificValid);
              EXPECT_EQ(s.CommandSpecific, 0xDEADBEEFu);
-             EXPECT_EQ(s.Fru, 0);
-             EXPECT_EQ(s.KeySpecific.Kind, PI::SKS_NONE);
          }},
         {"fixed: NOT READY progress in 65536ths",
          {0x70, 0, 0x02, 0, 0, 0, 0, 0x0A, 0, 0, 0, 0, 0x04, 0x04, 0x2A, 0x80, 0xFF, 0xFF},
          [](const PI::CSenseData& s) {
-             EXPECT_EQ(s.Fru, 0x2A);
-             EXPECT_EQ(s.KeySpecific.Kind, PI::SKS_PROGRESS);
-             EXPECT_TRUE(s.KeySpecific.Valid);
-             EXPECT_EQ(s.KeySpecific.Progress, 0xFFFF);
+             EXPECT_TRUE(s.Fru == 0x2A && s.KeySpecific.Kind == PI::SKS_PROGRESS &&
+                         s.KeySpecific.Valid && s.KeySpecific.Progress == 0xFFFF);
              // Rounded down: an unfinished operation never shows 100%.
              EXPECT_EQ(PI::DescribeKeySpecific(s.KeySpecific), "progress 99.99% (65535/65536)");
          }},
@@ -75,10 +65,8 @@ TEST(DecodeSenseData, HandDecodedBuffers) {
          {0x70, 0, 0x05, 0, 0, 0, 0, 0x0A, 0, 0, 0, 0, 0x24, 0x00, 0, 0xCD, 0x01, 0x02},
          [](const PI::CSenseData& s) {
              const PI::CSenseKeySpecific& f = s.KeySpecific;
-             EXPECT_EQ(f.Kind, PI::SKS_FIELD_POINTER);
-             EXPECT_TRUE(f.Command && f.BitPointerValid);
-             EXPECT_EQ(f.BitPointer, 5);
-             EXPECT_EQ(f.Pointer, 0x0102);
+             EXPECT_TRUE(f.Kind == PI::SKS_FIELD_POINTER && f.Command && f.BitPointerValid &&
+                         f.BitPointer == 5 && f.Pointer == 0x0102);
              EXPECT_EQ(PI::DescribeKeySpecific(f), "error in CDB byte 258 bit 5");
          }},
         {"fixed: an additional sense length of 4 ends the data before ASC/ASCQ",
@@ -92,8 +80,7 @@ TEST(DecodeSenseData, HandDecodedBuffers) {
         {"fixed: cut inside the sense-key specific bytes",
          {0x70, 0, 0x02, 0, 0, 0, 0, 0x0A, 0, 0, 0, 0, 0x04, 0x04, 0x07, 0x80, 0x80},
          [](const PI::CSenseData& s) {
-             EXPECT_EQ(s.Fru, 0x07);
-             EXPECT_EQ(s.KeySpecific.Kind, PI::SKS_NONE);
+             EXPECT_TRUE(s.Fru == 0x07 && s.KeySpecific.Kind == PI::SKS_NONE);
              EXPECT_EQ(s.Remark, "the additional sense length gives 18 bytes, the buffer has 17");
          }},
         {"descriptor: every field comes from the first descriptor that has it",
@@ -106,16 +93,12 @@ TEST(DecodeSenseData, HandDecodedBuffers) {
          // The direct-access descriptor comes last, so only its CSI counts.
          [](const PI::CSenseData& s) {
              ASSERT_EQ(s.Descriptors.size(), 5u);
-             EXPECT_TRUE(s.IncorrectLength && s.InformationValid && s.CommandSpecificValid);
-             EXPECT_EQ(s.Information, 0x01020304u);
-             EXPECT_EQ(s.KeySpecific.Progress, 0x4000);
-             EXPECT_EQ(s.Fru, 0x09);
-             EXPECT_EQ(s.CommandSpecific, 0x0Cu);
+             EXPECT_TRUE(s.IncorrectLength && s.InformationValid && s.CommandSpecificValid &&
+                         s.Information == 0x01020304u && s.KeySpecific.Progress == 0x4000 &&
+                         s.Fru == 0x09 && s.CommandSpecific == 0x0Cu);
              const PI::CSenseDescriptor& direct = s.Descriptors[4];
-             EXPECT_TRUE(direct.Decoded && !direct.Valid);
-             EXPECT_EQ(direct.Information, 9u);
-             EXPECT_EQ(direct.KeySpecific.Progress, 0x8000);
-             EXPECT_EQ(direct.Fru, 0x07);
+             EXPECT_TRUE(direct.Decoded && !direct.Valid && direct.Information == 9u &&
+                         direct.KeySpecific.Progress == 0x8000 && direct.Fru == 0x07);
          }},
         {"descriptor: the buffer ends inside the information descriptor",
          {0x72, 0x03, 0x11, 0x00, 0, 0, 0, 18, 0x00, 0x0A, 0x80, 0x00, 0, 0, 0, 0, 0x01},
@@ -136,9 +119,8 @@ TEST(DecodeSenseData, HandDecodedBuffers) {
          {0x72, 0x05, 0x24, 0x00, 0, 0, 0, 9, 0x42, 0x03, 0xAA, 0xBB, 0xCC, 0x02, 0x02, 0x80, 0x01},
          [](const PI::CSenseData& s) {
              ASSERT_EQ(s.Descriptors.size(), 2u);
-             EXPECT_EQ(s.Descriptors[0].Size, 5u);
-             EXPECT_FALSE(s.Descriptors[0].Decoded || s.Descriptors[1].Decoded);
-             EXPECT_EQ(s.KeySpecific.Kind, PI::SKS_NONE);
+             EXPECT_TRUE(s.Descriptors[0].Size == 5u && !s.Descriptors[0].Decoded &&
+                         !s.Descriptors[1].Decoded && s.KeySpecific.Kind == PI::SKS_NONE);
          }},
     };
     for (const Case& c : cases) {
@@ -150,18 +132,15 @@ TEST(DecodeSenseData, HandDecodedBuffers) {
     }
 }
 
-// The shortest and longest buffers of each format, and what is refused.
+// What is refused, and why, in words. (Which buffers are refused, at every
+// length and response code: the fuzz check, checks/SenseData.h.)
 TEST(DecodeSenseData, LengthBoundsAndRefusals) {
-    Bytes fixed(14, 0), longest(PI::SENSE_MAX_LENGTH, 0);
-    fixed[0] = 0x70;
-    longest[0] = 0x72;
     const struct {
         Bytes bytes;
         PI::_SENSE_DECODE result;
-        const char* text; // the error, or the remark of a decoded buffer
+        std::string text; // the error, or the remark of a decoded buffer
     } cases[] = {
-        {fixed, PI::SENSE_OK, nullptr},
-        {Bytes(fixed.begin(), fixed.end() - 1), PI::SENSE_TOO_SHORT,
+        {Bytes(13, 0x70), PI::SENSE_TOO_SHORT,
          "fixed format sense data needs at least 14 bytes, got 13"},
         {{0x72, 0x05, 0x24},
          PI::SENSE_TOO_SHORT,
@@ -169,22 +148,18 @@ TEST(DecodeSenseData, LengthBoundsAndRefusals) {
         {{0x72, 0x05, 0x24, 0x00},
          PI::SENSE_OK,
          "the buffer ends at byte 4, before the additional sense length"},
-        {longest, PI::SENSE_OK, nullptr},
         {Bytes(253, 0x72), PI::SENSE_TOO_LONG,
          "the sense buffer has 253 bytes; at most 252 are possible"},
         {{}, PI::SENSE_EMPTY, "the sense buffer is empty"},
         {{0x60, 0, 5, 0},
          PI::SENSE_UNKNOWN_FORMAT,
          "response code 60h is neither fixed format (70h/71h) nor descriptor format (72h/73h)"},
-        {{0x6F, 0x05, 0x24, 0x00}, PI::SENSE_UNKNOWN_FORMAT, nullptr},
-        {{0x74, 0x05, 0x24, 0x00}, PI::SENSE_UNKNOWN_FORMAT, nullptr},
-        {{0xEF, 0x05, 0x24, 0x00}, PI::SENSE_UNKNOWN_FORMAT, nullptr},
     };
     for (const auto& c : cases) {
         const Decoded d = Decode(c.bytes);
         EXPECT_EQ(d.result, c.result) << c.bytes.size();
         const std::string& text = c.result == PI::SENSE_OK ? d.data.Remark : d.error;
-        EXPECT_TRUE(c.text == nullptr || text == c.text) << text;
+        EXPECT_EQ(text, c.text);
         EXPECT_TRUE(c.result == PI::SENSE_OK ||
                     (d.data.Key == 0 && !d.data.InformationValid && d.data.Descriptors.empty()))
             << "reset, not left stale";

@@ -5,8 +5,7 @@
 // lowered and their blanks collapsed. A value PI reads from the wrong bytes,
 // a descriptor PI decodes where sg3_utils finds it too short (or the other
 // way round) leaves a phrase unmatched. The text comes from libsgutils2's
-// sg_get_sense_str in process; a sample also goes through sg_decode_sense to
-// show that the program prints that same text.
+// sg_get_sense_str, the function sg_decode_sense prints with, in process.
 
 #include "PI/SenseData.h"
 
@@ -27,7 +26,7 @@ namespace {
 
 using Bytes = std::vector<unsigned char>;
 
-#if defined(PI_HAVE_SGUTILS2) && defined(PI_SG_DECODE_SENSE)
+#ifdef PI_HAVE_SGUTILS2
 
 constexpr int SG_TEXT_SIZE = 2048; // sg_decode_sense's buffer
 
@@ -42,14 +41,11 @@ std::string Format(const char* format, ...) {
 
 std::string Normal(const std::string& text) {
     std::string out;
-    for (const char c : text) {
-        if (c == ' ' || c == '\n' || c == '\t') {
-            if (!out.empty() && out.back() != ' ')
-                out += ' ';
-        } else {
+    for (const char c : text)
+        if (c != ' ' && c != '\n' && c != '\t')
             out += static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
-        }
-    }
+        else if (!out.empty() && out.back() != ' ')
+            out += ' ';
     return out;
 }
 
@@ -61,10 +57,6 @@ std::string SgText(const Bytes& bytes) {
     sg_get_sense_str(nullptr, padded.data(), static_cast<int>(bytes.size()), false, SG_TEXT_SIZE,
                      text.data());
     return text.data();
-}
-
-std::string Percent(unsigned short progress) { // sg3_utils' rounding of hundredths
-    return Format("%d.%02d%%", progress * 100 / 65536, ((progress * 100) % 65536) / 656);
 }
 
 // The sense-key specific field as sg3_utils words it; `fixed` selects the
@@ -83,8 +75,9 @@ std::string KeySpecific(const PI::CSenseKeySpecific& f, bool fixed) {
     case PI::SKS_RETRY_COUNT:
         return Format(fixed ? "actual retry count: 0x%04x" : "actual retry count: %u",
                       f.RetryCount);
-    case PI::SKS_PROGRESS:
-        return "progress indication: " + Percent(f.Progress);
+    case PI::SKS_PROGRESS: // in sg3_utils' rounding of hundredths
+        return Format("progress indication: %d.%02d%%", f.Progress * 100 / 65536,
+                      ((f.Progress * 100) % 65536) / 656);
     case PI::SKS_UNIT_ATTENTION:
         return Format("overflow flag is %d", f.Overflow);
     default:
@@ -286,34 +279,17 @@ std::string Hex(const Bytes& bytes) {
     return text;
 }
 
-std::string RunProgram(const Bytes& bytes) {
-    std::string command = PI_SG_DECODE_SENSE;
-    for (const unsigned char b : bytes)
-        command += Format(" %02x", b);
-    std::string out;
-    if (FILE* pipe = ::popen(command.c_str(), "r")) {
-        char chunk[4096];
-        for (size_t got; (got = std::fread(chunk, 1, sizeof chunk, pipe)) > 0;)
-            out.append(chunk, got);
-        ::pclose(pipe);
-    }
-    return out;
-}
-
 #endif
 
 TEST(SenseAgainstSg3Utils, EveryDecodedFieldReadsAsSg3UtilsReadsIt) {
-#if !defined(PI_HAVE_SGUTILS2) || !defined(PI_SG_DECODE_SENSE)
-    GTEST_SKIP() << "libsgutils2 or sg_decode_sense (Debian sg3-utils) was not found";
+#ifndef PI_HAVE_SGUTILS2
+    GTEST_SKIP() << "libsgutils2 (Debian libsgutils2-dev) was not found";
 #else
     Generator generator;
-    std::vector<Bytes> buffers;
-    for (size_t i = 0; i < 4000; ++i)
-        buffers.push_back(generator.Next(i));
     size_t compared = 0, failures = 0;
     size_t decoded[256] = {};
-    for (size_t i = 0; i < buffers.size() && failures < 5; ++i) {
-        const Bytes& bytes = buffers[i];
+    for (size_t i = 0; i < 4000 && failures < 5; ++i) {
+        const Bytes bytes = generator.Next(i);
         PI::CSenseData data;
         std::string error;
         if (PI::DecodeSenseData(bytes.data(), bytes.size(), data, error) != PI::SENSE_OK)
@@ -346,9 +322,6 @@ TEST(SenseAgainstSg3Utils, EveryDecodedFieldReadsAsSg3UtilsReadsIt) {
                           << "\" that sg3_utils does not, or not \"" << extra
                           << "\" that it does, in:\n"
                           << raw;
-        }
-        if (i % 200 == 0) {
-            EXPECT_EQ(RunProgram(bytes), raw + "\n") << "sg_decode_sense on " << Hex(bytes);
         }
     }
     EXPECT_GE(compared, 3000u);

@@ -33,18 +33,11 @@ inline const RVX::Strings::TString<16>& GetPlaceHolder(PI::CEvent& event, unsign
     return (event.*getters[slot < 6 ? slot : 5])();
 }
 
-inline void SetPlaceHolder(PI::CEvent& event, unsigned int slot, const std::string& text) {
-    static constexpr Setter<const std::string&> setters[] = {
+template <class Value> void SetPlaceHolder(PI::CEvent& event, unsigned int slot, Value value) {
+    static constexpr Setter<Value> setters[] = {
         &PI::CEvent::SetPlaceHolder1, &PI::CEvent::SetPlaceHolder2, &PI::CEvent::SetPlaceHolder3,
         &PI::CEvent::SetPlaceHolder4, &PI::CEvent::SetPlaceHolder5, &PI::CEvent::SetPlaceHolder6};
-    (event.*setters[slot < 6 ? slot : 5])(text);
-}
-
-inline void SetPlaceHolder(PI::CEvent& event, unsigned int slot, int id) {
-    static constexpr Setter<int> setters[] = {
-        &PI::CEvent::SetPlaceHolder1, &PI::CEvent::SetPlaceHolder2, &PI::CEvent::SetPlaceHolder3,
-        &PI::CEvent::SetPlaceHolder4, &PI::CEvent::SetPlaceHolder5, &PI::CEvent::SetPlaceHolder6};
-    (event.*setters[slot < 6 ? slot : 5])(id);
+    (event.*setters[slot < 6 ? slot : 5])(value);
 }
 
 // A decimal number with an optional sign, "-" negating in unsigned 32-bit
@@ -151,7 +144,7 @@ inline void CheckEventPlaceholders(const std::uint8_t* data, size_t size) {
         if (random.Below(2) == 0) {
             const std::string& text =
                 fields[random.Below(static_cast<std::uint32_t>(fields.size()))];
-            SetPlaceHolder(event, slot, text);
+            SetPlaceHolder<const std::string&>(event, slot, text);
             PI_FUZZ_CHECK(PI::CEventRawAccess::Stored(event, slot).Str() == "T:" + text,
                           "stored text of " + Printable(text) + where);
             std::string expected;
@@ -159,7 +152,7 @@ inline void CheckEventPlaceholders(const std::uint8_t* data, size_t size) {
             PI_FUZZ_CHECK(GetPlaceHolder(event, slot).Str() == expected, "text read back" + where);
         } else {
             const int id = static_cast<int>(random.Next() ^ (random.Next() << 16));
-            SetPlaceHolder(event, slot, id);
+            SetPlaceHolder<int>(event, slot, id);
             PI_FUZZ_CHECK(PI::CEventRawAccess::Stored(event, slot).Str() ==
                               "I:" + std::to_string(id),
                           "stored id " + std::to_string(id) + where);

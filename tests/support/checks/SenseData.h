@@ -14,51 +14,29 @@
 #include <PI/SenseData.h>
 
 #include <algorithm>
+#include <map>
 #include <string>
 #include <vector>
 
 namespace pi_fuzz {
 
+// The additional length each descriptor type needs to be decoded (0: never).
 inline size_t SenseDescriptorMinimum(unsigned char type) {
-    switch (type) {
-    case 0x00:
-    case 0x01:
-        return 10;
-    case 0x02:
-    case 0x0A:
-        return 6;
-    case 0x03:
-    case 0x04:
-    case 0x05:
-    case 0x0C:
-        return 2;
-    case 0x09:
-        return 12;
-    case 0x0D:
-        return 22;
-    default:
-        return 0;
-    }
+    static const std::map<unsigned char, size_t> minimum = {
+        {0x00, 10}, {0x01, 10}, {0x02, 6}, {0x0A, 6},  {0x03, 2},
+        {0x04, 2},  {0x05, 2},  {0x0C, 2}, {0x09, 12}, {0x0D, 22}};
+    const auto found = minimum.find(type);
+    return found == minimum.end() ? 0 : found->second;
 }
 
+// The sense-key specific kind each sense key has.
 inline PI::_SENSE_KEY_SPECIFIC SenseKindOf(unsigned char key) {
-    switch (key) {
-    case 0x5:
-        return PI::SKS_FIELD_POINTER;
-    case 0x1:
-    case 0x3:
-    case 0x4:
-        return PI::SKS_RETRY_COUNT;
-    case 0x0:
-    case 0x2:
-        return PI::SKS_PROGRESS;
-    case 0xA:
-        return PI::SKS_SEGMENT_POINTER;
-    case 0x6:
-        return PI::SKS_UNIT_ATTENTION;
-    default:
-        return PI::SKS_UNDEFINED;
-    }
+    static const std::map<unsigned char, PI::_SENSE_KEY_SPECIFIC> kind = {
+        {0x5, PI::SKS_FIELD_POINTER},   {0x1, PI::SKS_RETRY_COUNT},   {0x3, PI::SKS_RETRY_COUNT},
+        {0x4, PI::SKS_RETRY_COUNT},     {0x0, PI::SKS_PROGRESS},      {0x2, PI::SKS_PROGRESS},
+        {0xA, PI::SKS_SEGMENT_POINTER}, {0x6, PI::SKS_UNIT_ATTENTION}};
+    const auto found = kind.find(key);
+    return found == kind.end() ? PI::SKS_UNDEFINED : found->second;
 }
 
 inline void CheckSenseBuffer(const std::uint8_t* data, size_t size, int depth) {
