@@ -80,7 +80,7 @@ def floats32(value):
 def same_in_both(name, text, packed):
     from_json = json.loads(text)
     from_pack = msgpack.unpackb(packed, raw=False, strict_map_key=True)
-    check(floats32(from_json) == floats32(as_json(from_pack)), f"{name}: JSON and MessagePack differ")
+    check(floats32(from_json) == floats32(as_json(from_pack)), f"{name}: the formats differ")
     return from_json
 
 
