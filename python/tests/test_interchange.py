@@ -10,43 +10,34 @@ def fields_of(record):
     return {name: getattr(record, name) for name in record._fields}
 
 
+def make(cls, *args, **fields):
+    record = cls(*args)
+    for name, value in fields.items():
+        setattr(record, name, value)
+    return record
+
+
 def sample_records():
     """One record of each class, with 64-bit ids, fields that == leaves out
     and texts that are not UTF-8."""
-    prop = pi.CProperty(pi.PropertyID.ADAPTER_NAME)
-    prop.value = "controller \u00e9 0"
+    prop = make(pi.CProperty, pi.PropertyID.ADAPTER_NAME, value="controller \u00e9 0")
     strings = pi.CProperty(pi.PropertyID.ADAPTER_NAME)
     strings.set_string_list(["a", "b\udcff"], 2)
-    obj = pi.CObject(2**64 - 1, 19020)
-    obj.Parents.extend([1, 2**63])
-    obj.Properties.append(prop)
-    task = pi.CTask()
-    task.Text2 = "bytes \udcfe\udcff"
-    task.ObjectID = 77
-    drive = pi.CDrive()
-    drive.UsedSize = 10**12
-    container = pi.CContainer()
-    container.Drives.append(drive)
-    ld = pi.CLogicalDrive()
-    ld.Containers.append(container)
-    ld.GHS.extend([4100, 4101])  # not compared by ==, kept all the same
-    level = pi.CLevel()
-    level.StripeSizes.extend([64, 128, 256])
-    migration = pi.CMigration()
-    migration.Attribute3 = -6
-    partition = pi.CPartition()
-    partition.Text1 = "/dev/sda1"
-    passthrough = pi.CPassThrough()
-    passthrough.Value = 9
-    event = pi.CEvent()
-    event.Text1 = "not compared"
+    obj = make(pi.CObject, 2**64 - 1, 19020, Parents=[1, 2**63], Properties=[prop])
+    task = make(pi.CTask, Text2="bytes \udcfe\udcff", ObjectID=77)
+    drive = make(pi.CDrive, UsedSize=10**12)
+    container = make(pi.CContainer, Drives=[drive])
+    # GHS is not compared by ==, kept all the same.
+    ld = make(pi.CLogicalDrive, Containers=[container], GHS=[4100, 4101])
+    level = make(pi.CLevel, StripeSizes=[64, 128, 256])
+    migration = make(pi.CMigration, Attribute3=-6)
+    partition = make(pi.CPartition, Text1="/dev/sda1")
+    passthrough = make(pi.CPassThrough, Value=9)
+    event = make(pi.CEvent, Text1="not compared")
     event.set_placeholder(1, "drive 3")
-    op = pi.COperation()
-    for name, record in (("Objects", obj), ("LogicalDrives", ld), ("Levels", level),
-                         ("Migrations", migration), ("Events", event),
-                         ("PassThroughs", passthrough), ("Partitions", partition),
-                         ("Properties", strings)):
-        getattr(op, name).append(record)
+    op = make(pi.COperation, Objects=[obj], LogicalDrives=[ld], Levels=[level],
+              Migrations=[migration], Events=[event], PassThroughs=[passthrough],
+              Partitions=[partition], Properties=[strings])
     return [prop, strings, obj, task, drive, container, ld, level, migration,
             partition, passthrough, event, op]
 

@@ -40,15 +40,9 @@ HUGE_INTS = [
 ]
 
 
-@pytest.mark.parametrize("call, error", WRONG_TYPES)
-def test_wrong_types_raise_type_error(call, error):
+@pytest.mark.parametrize("call, error", WRONG_TYPES + [(call, ValueError) for call in HUGE_INTS])
+def test_wrong_types_and_out_of_range_ints_raise(call, error):
     with pytest.raises(error):
-        call()
-
-
-@pytest.mark.parametrize("call", HUGE_INTS)
-def test_out_of_range_ints_raise_value_error(call):
-    with pytest.raises(ValueError):
         call()
 
 

@@ -129,20 +129,20 @@ TEST_F(PitoolFiles, BadUsageAndInputAreRefused) {
         {{"config", "get", "Poll"}, "--file"},
         {{"config", "--file", Path("gone.ini"), "delete"}, "no such file"},
         {{"config", "--file", Path("gone.ini"), "get", "Poll"}, "no such file"},
+        // Each mistake is blamed on its command; an unknown option, not the
+        // value after it, is the mistake.
         {{"config", "--file", ini, "set", "KEY"}, "pitool config: value is required"},
+        {{"config", "--file", ini, "set", "KEY", "--verbose"},
+         "pitool config: The following argument was not expected: --verbose"},
+        {{"units", "-1"}, "pitool units: byte count '-1' is out of range"},
+        {{"units", "-x"}, "pitool units: The following argument was not expected: -x"},
+        {{"--bogus", "units", "1"}, "pitool: The following argument was not expected: --bogus"},
     };
     for (const auto& [args, message] : cases) {
         SCOPED_TRACE(message);
         ExpectUsage(Pitool(args), message);
     }
     ExpectUsage(Pitool({"sense", "--file", "-"}, "# nothing\n"), "empty");
-    // Each mistake is blamed on its command; an unknown option, not the value
-    // after it, is the mistake.
-    ExpectUsage(Pitool({"units", "-1"}), "'-1' is out of range", "pitool units: ");
-    ExpectUsage(Pitool({"units", "-x"}), "not expected: -x", "pitool units: ");
-    ExpectUsage(Pitool({"--bogus", "units", "1"}), "--bogus (see pitool --help)", "pitool: ");
-    ExpectUsage(Pitool({"config", "--file", ini, "set", "KEY", "--verbose"}),
-                "not expected: --verbose", "pitool config: ");
     // Nothing of that changed the file.
     EXPECT_EQ(ReadBytes(ini), "[DefaultConfig]\nPoll=30\n");
 }
@@ -155,9 +155,8 @@ TEST(PitoolDrive, TooShortProductsAreNotFound) {
 
 TEST_F(PitoolFiles, HexdumpRangesFilesAndStandardInput) {
     std::string bytes;
-    for (int i = 0; i < 20; ++i) {
+    for (int i = 0; i < 20; ++i)
         bytes += static_cast<char>(i * 13);
-    }
     const std::string file = File("data.bin", bytes);
 
     auto r = Pitool({"hexdump", file});
