@@ -260,14 +260,10 @@ TEST_F(PitoolFiles, RefusedWritesSayWhichRuleAndWhy) {
     ASSERT_EQ(::chmod(m_File.c_str(), 0444), 0);
     ASSERT_EQ(::chmod(m_Dir.c_str(), 0777), 0);
     std::vector<std::string> call = {"config", "--file", m_File, "set", "Poll", "5"};
-    ProgramResult r;
-    if (::geteuid() == 0) {
+    if (::geteuid() == 0)
         call.insert(call.begin(),
                     {"--reuid=65534", "--regid=65534", "--clear-groups", PITOOL_PATH});
-        r = RunProgram("/usr/bin/setpriv", call);
-    } else {
-        r = Pitool(call);
-    }
+    const ProgramResult r = RunProgram(::geteuid() == 0 ? "/usr/bin/setpriv" : PITOOL_PATH, call);
     ExpectUsage(r, "refused (read-only): '" + m_File + "' is read-only", "pitool config: ");
     EXPECT_THAT(r.err, Not(HasSubstr("exception 0x")));
     EXPECT_FALSE(boost::filesystem::exists(m_File + ".lck"));
@@ -343,9 +339,8 @@ TEST_F(PitoolRecord, ConvertGoesBothWaysAndKeepsTheRecord) {
     EXPECT_EQ(Pitool({"record", "convert", "--to", "json", mp}).out, back.out);
 
     // -o writes the file whole; MessagePack never goes to a terminal.
-    const std::string written = m_Dir + "/written.mp";
-    EXPECT_EQ(Pitool({"record", "convert", after, "-o", written}).status, 0);
-    EXPECT_EQ(ReadBytes(written), packed.out);
+    EXPECT_EQ(Pitool({"record", "convert", after, "-o", Path("written.mp")}).status, 0);
+    EXPECT_EQ(ReadBytes(Path("written.mp")), packed.out);
     EXPECT_EQ(ExitStatusOnATerminal("record convert " + after), 2);
     EXPECT_EQ(ExitStatusOnATerminal("record convert " + mp), 0) << "JSON may";
 }
@@ -392,19 +387,14 @@ TEST(PitoolRecordShow, BytesThatAreNoTextAreEscapedInTextAndKeptInJson) {
 }
 
 TEST_F(PitoolRecord, BadInputIsOneLineAndExitStatusTwo) {
-    const std::string empty = File("empty.json", "");
     const std::string broken = File("broken.json", "{\"Version\":1,\"COperation\":{");
-    const std::string version = File("v2.json", "{\"Version\":2,\"COperation\":{}}");
-    const std::string binary = File("junk.bin", std::string("\xc1\x00\x01", 3));
     const std::string object = File("object.json", "{\"Version\":1,\"CObject\":{}}");
-    const std::string badList = File("list.json", "{\"Version\":1,\"Class\":\"COperation\"}");
-    const std::string changes =
-        File("c.json", Pitool({"record", "diff", "--json", before, after}).out);
     const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
-        {{"record", "show", empty}, ""},
+        {{"record", "show", File("empty.json", "")}, ""},
         {{"record", "show", broken}, "at byte"},
-        {{"record", "show", version}, "format version 1"},
-        {{"record", "show", binary}, ""},
+        {{"record", "show", File("v2.json", "{\"Version\":2,\"COperation\":{}}")},
+         "format version 1"},
+        {{"record", "show", File("junk.bin", std::string("\xc1\x00\x01", 3))}, ""},
         {{"record", "show", m_Dir + "/missing.json"}, ""},
         {{"record", "show", m_Dir}, ""},
         // JSON whose top level is no object is still told as JSON.
@@ -413,9 +403,12 @@ TEST_F(PitoolRecord, BadInputIsOneLineAndExitStatusTwo) {
         {{"record", "diff", before, object}, "holds a COperation, "},
         {{"record", "diff", "-", "-"}, ""},
         {{"record", "diff", broken, after}, ""},
-        {{"record", "patch", before, badList}, ""},
+        {{"record", "patch", before, File("list.json", "{\"Version\":1,\"Class\":\"COperation\"}")},
+         ""},
         {{"record", "patch", before, before}, ""},
-        {{"record", "patch", object, changes}, ""},
+        {{"record", "patch", object,
+          File("c.json", Pitool({"record", "diff", "--json", before, after}).out)},
+         ""},
         {{"record", "convert", "--to", "xml", after}, ""},
     };
     for (const auto& [args, message] : cases) {
