@@ -11,7 +11,7 @@ back the same document."""
 
 import base64
 import json
-import os
+import pathlib
 import struct
 import subprocess
 import sys
@@ -35,23 +35,12 @@ def check(condition, message):
 def run(*args):
     result = subprocess.run(args, capture_output=True)
     if result.returncode != 0:
-        sys.exit(f"{' '.join(args)} failed: {result.stderr.decode()}")
+        sys.exit(f"{' '.join(map(str, args))} failed: {result.stderr.decode()}")
     return result.stdout
 
 
 def convert(path, to):
     return run(PITOOL, "record", "convert", path, "--to", to)
-
-
-def write(path, data):
-    with open(path, "wb") as f:
-        f.write(data)
-    return path
-
-
-def read(path):
-    with open(path, "rb") as f:
-        return f.read()
 
 
 def walk(value, leaf):
@@ -124,27 +113,32 @@ def to_pack(value):
 
 
 def main():
-    with tempfile.TemporaryDirectory() as work:
+    with tempfile.TemporaryDirectory() as scratch:
+        work = pathlib.Path(scratch)
         # The page's examples, as the library writes them, read by Python.
         with open(PAGE, encoding="utf-8") as f:
             examples = [part.split("```")[0] for part in f.read().split("```json\n")[1:]]
         check(examples, "no examples on the page")
         for i, text in enumerate(examples):
-            path = write(os.path.join(work, f"example{i}.json"), text.encode())
+            path = work / f"example{i}.json"
+            path.write_text(text, encoding="utf-8")
             written = same_in_both(path, convert(path, "json"), convert(path, "msgpack"))
             check(written == json.loads(text), f"example {i} reads differently in Python")
 
         # Random records of several classes.
-        run(TOOL, "7", "40", work)
+        run(TOOL, "7", "40", scratch)
         for i in range(40):
-            stem = os.path.join(work, f"random{i}")
-            same_in_both(stem, read(stem + ".json"), read(stem + ".msgpack"))
+            stem = work / f"random{i}"
+            same_in_both(stem, stem.with_suffix(".json").read_bytes(),
+                         stem.with_suffix(".msgpack").read_bytes())
 
         # Documents that Python wrote come back the same from the library.
         for n, document in enumerate(python_documents()):
             for name, data in (("json", json.dumps(document, ensure_ascii=False).encode()),
                                ("msgpack", msgpack.packb(to_pack(document), use_bin_type=True))):
-                back = convert(write(os.path.join(work, f"python{n}.{name}"), data), "json")
+                path = work / f"python{n}.{name}"
+                path.write_bytes(data)
+                back = convert(path, "json")
                 check(json.loads(back) == document, f"{name} of document {n} came back as {back}")
 
     if failures:
