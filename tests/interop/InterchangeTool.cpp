@@ -36,10 +36,8 @@ template <class Record> bool WriteBoth(const Record& record, const std::string& 
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 4) {
-        std::cerr << "usage: interchange_tool SEED COUNT DIRECTORY\n";
+    if (argc != 4)
         return 2;
-    }
     PI::Testing::RecordGenerator generator(std::stoull(argv[1]));
     for (int i = 0; i < std::stoi(argv[2]); ++i) {
         const std::string stem = std::string(argv[3]) + "/random" + std::to_string(i);

@@ -25,10 +25,6 @@ using ::testing::StartsWith;
 
 namespace {
 
-size_t Lines(const std::string& text) {
-    return std::count(text.begin(), text.end(), '\n');
-}
-
 // Success: output, nothing on standard error.
 void ExpectOk(const ProgramResult& r) {
     EXPECT_EQ(r.status, 0) << r.err;
@@ -41,14 +37,14 @@ void ExpectUsage(const ProgramResult& r, const std::string& message,
                  const std::string& start = "pitool") {
     EXPECT_EQ(r.status, 2) << r.out;
     EXPECT_EQ(r.out, "");
-    EXPECT_EQ(Lines(r.err), 1u) << r.err;
+    EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
     EXPECT_THAT(r.err, AllOf(StartsWith(start), HasSubstr(message)));
 }
 
 // A lookup that found nothing: exit status 1 and one line on standard error.
 void ExpectNotFound(const ProgramResult& r, const std::string& message) {
     EXPECT_EQ(r.status, 1) << r.out;
-    EXPECT_EQ(Lines(r.err), 1u) << r.err;
+    EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
     EXPECT_THAT(r.err, HasSubstr(message));
 }
 
