@@ -141,9 +141,7 @@ TEST_F(PitoolFiles, BadUsageAndInputAreRefused) {
     ExpectUsage(Pitool({"sense", "--file", "-"}, "# nothing\n"), "empty");
     // Nothing of that changed the file.
     EXPECT_EQ(ReadBytes(ini), "[DefaultConfig]\nPoll=30\n");
-}
-
-TEST(PitoolDrive, TooShortProductsAreNotFound) {
+    // A product too short to look up is not found, but still shown.
     const auto r = Pitool({"drive", "HITACHI H1"});
     ExpectNotFound(r, "too short");
     EXPECT_THAT(r.out, AllOf(HasSubstr("HITACHI"), HasSubstr("unknown")));
@@ -359,27 +357,22 @@ TEST_F(PitoolRecord, ShowNamesPropertiesValuesSizesAndIcons) {
     EXPECT_THAT(Pitool({"record", "show", "--json", after}).out,
                 AllOf(HasSubstr("\"status_icon\": \"drive_fail_no.gif\""),
                       HasSubstr("\"health\": \"critical\"")));
-}
 
-// A drive whose name holds a byte that is no UTF-8, an escape sequence and a
-// backslash ("caf\xFF\x1B[31m\"), and an event text of the one byte 0xFF.
-const char* const HOSTILE =
-    R"({"Version":1,"COperation":{"Objects":[{"ObjectID":7,"ObjectType":19020,"Properties":[)"
-    R"({"PropertyID":23259,"Type":2,"Value":{"Base64":"Y2Fm/xtbMzFtXA=="}},)"
-    R"({"PropertyID":23276,"Type":5,"Value":40259}]}],"Events":[{"Text1":{"Base64":"/w=="}}]}})";
-
-TEST(PitoolRecordShow, BytesThatAreNoTextAreEscapedInTextAndKeptInJson) {
-    const ProgramResult text = Pitool({"record", "show", "-"}, HOSTILE);
+    // A drive whose name holds a byte that is no UTF-8, an escape sequence and
+    // a backslash ("caf\xFF\x1B[31m\"), and an event text of the one byte 0xFF:
+    // escaped in text, kept in JSON.
+    const std::string hostile =
+        R"({"Version":1,"COperation":{"Objects":[{"ObjectID":7,"ObjectType":19020,"Properties":[)"
+        R"({"PropertyID":23259,"Type":2,"Value":{"Base64":"Y2Fm/xtbMzFtXA=="}},)"
+        R"({"PropertyID":23276,"Type":5,"Value":40259}]}],"Events":[{"Text1":{"Base64":"/w=="}}]}})";
+    const ProgramResult text = Pitool({"record", "show", "-"}, hostile);
     ASSERT_EQ(text.status, 0) << text.err;
-    EXPECT_THAT(text.out, HasSubstr(R"("caf\xFF\x1B[31m\\")"));
-    EXPECT_THAT(text.out, HasSubstr(R"(Text1  "\xFF")"));
-    EXPECT_THAT(text.out, Not(HasSubstr("\xFF")));
-    EXPECT_THAT(text.out, Not(HasSubstr("\x1B")));
-
-    const ProgramResult json = Pitool({"record", "show", "--json", "-"}, HOSTILE);
+    EXPECT_THAT(text.out, AllOf(HasSubstr(R"("caf\xFF\x1B[31m\\")"), HasSubstr(R"(Text1  "\xFF")"),
+                                Not(HasSubstr("\xFF")), Not(HasSubstr("\x1B"))));
+    const ProgramResult json = Pitool({"record", "show", "--json", "-"}, hostile);
     ASSERT_EQ(json.status, 0) << json.err;
-    EXPECT_THAT(json.out, HasSubstr("\"Text1\": {\n          \"Base64\": \"/w==\""));
-    EXPECT_THAT(json.out, Not(HasSubstr("\\ufffd")));
+    EXPECT_THAT(json.out, AllOf(HasSubstr("\"Text1\": {\n          \"Base64\": \"/w==\""),
+                                Not(HasSubstr("\\ufffd"))));
 }
 
 TEST_F(PitoolRecord, BadInputIsOneLineAndExitStatusTwo) {
@@ -417,10 +410,6 @@ TEST_F(PitoolRecord, BadInputIsOneLineAndExitStatusTwo) {
     EXPECT_EQ(Pitool({"record", "diff", before}).status, 2);
 }
 
-const std::string kAfterPerformance =
-    " | drives_failed=1;;0 drives_warning=0;0; ld_failed=0;;0 ld_degraded=1;0; "
-    "ld_without_spare=1;0; others_failed=0;;0 others_warning=0;0; media_errors=37c;;\n";
-
 TEST_F(PitoolRecord, CheckExitStatusesAndThresholds) {
     // Thresholds that leave only the media errors to judge.
     const std::vector<std::string> mediaOnly = {
@@ -434,8 +423,8 @@ TEST_F(PitoolRecord, CheckExitStatusesAndThresholds) {
         {{"check", after},
          2,
          "PI CRITICAL - 1 drive failed, 1 logical drive degraded, 1 logical drive without a hot "
-         "spare" +
-             kAfterPerformance},
+         "spare | drives_failed=1;;0 drives_warning=0;0; ld_failed=0;;0 ld_degraded=1;0; "
+         "ld_without_spare=1;0; others_failed=0;;0 others_warning=0;0; media_errors=37c;;\n"},
         // A range's end is inside it: 37 errors alert above 36, not above 37.
         {Concat(mediaOnly, {"-w", "media_errors=36"}), 1, "PI WARNING - 37 media errors |"},
         {Concat(mediaOnly, {"-w", "media_errors=37"}), 0, "PI OK - 5 physical drives"},
@@ -455,12 +444,10 @@ TEST_F(PitoolRecord, CheckExitStatusesAndThresholds) {
         EXPECT_THAT(r.out, StartsWith(row.start));
         EXPECT_EQ(r.out.find('\n'), r.out.size() - 1) << "one line: " << r.out;
     }
-}
-
-TEST_F(PitoolRecord, CheckVerboseListsWhatIsNotOk) {
-    const ProgramResult r = Pitool({"check", "-v", after});
-    EXPECT_EQ(r.status, 2);
-    EXPECT_EQ(r.out.substr(r.out.find('\n') + 1),
+    // -v lists what is not OK.
+    const ProgramResult verbose = Pitool({"check", "-v", after});
+    EXPECT_EQ(verbose.status, 2);
+    EXPECT_EQ(verbose.out.substr(verbose.out.find('\n') + 1),
               "adapter 1: unknown, no status\n"
               "physical drive 4098 (slot 2, serial ZC100019): critical, state PD_STATE_FAILED\n"
               "task 9001: unknown, state Running\n"
