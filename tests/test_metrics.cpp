@@ -16,8 +16,7 @@
 #include <sstream>
 
 using namespace PI;
-using ::testing::HasSubstr;
-using ::testing::Not;
+using namespace ::testing;
 
 namespace {
 

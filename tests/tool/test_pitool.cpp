@@ -17,11 +17,7 @@
 #include <string>
 #include <vector>
 
-using ::testing::AllOf;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::Not;
-using ::testing::StartsWith;
+using namespace ::testing;
 
 namespace {
 
@@ -290,7 +286,7 @@ TEST_F(PitoolRecord, DiffOfTheExampleInventories) {
     EXPECT_THAT(same.out, IsEmpty());
 }
 
-TEST_F(PitoolRecord, ChangeListPatchesTheOldInventoryIntoTheNewOne) {
+TEST_F(PitoolRecord, ChangeListPatchesAndConvertKeepTheRecord) {
     const ProgramResult diff = Pitool({"record", "diff", "--json", "--all", before, after});
     ASSERT_EQ(diff.status, 1) << diff.err;
     EXPECT_THAT(diff.out, StartsWith("{\"Version\":1,\"Class\":\"COperation\",\"Changes\":["));
@@ -308,9 +304,8 @@ TEST_F(PitoolRecord, ChangeListPatchesTheOldInventoryIntoTheNewOne) {
 
     // The change list may come from standard input.
     EXPECT_EQ(Pitool({"record", "patch", before, "-"}, diff.out).out, patched.out);
-}
 
-TEST_F(PitoolRecord, ConvertGoesBothWaysAndKeepsTheRecord) {
+    // Convert goes both ways and keeps the record.
     const ProgramResult packed = Pitool({"record", "convert", after});
     ASSERT_EQ(packed.status, 0) << packed.err;
     ASSERT_FALSE(packed.out.empty());
@@ -324,8 +319,6 @@ TEST_F(PitoolRecord, ConvertGoesBothWaysAndKeepsTheRecord) {
     EXPECT_THAT(back.out, StartsWith("{\"Version\":1,\"COperation\":{"));
     EXPECT_EQ(Pitool({"record", "diff", "--all", File("back.json", back.out), after}).status, 0);
     // A patch keeps the record's own format unless told otherwise.
-    const std::string changes =
-        File("changes.json", Pitool({"record", "diff", "--json", before, after}).out);
     const ProgramResult patchedMp = Pitool(
         {"record", "patch", File("before.mp", Pitool({"record", "convert", before}).out), changes});
     ASSERT_EQ(patchedMp.status, 0) << patchedMp.err;
