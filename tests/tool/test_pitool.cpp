@@ -1,25 +1,59 @@
 // pitool as a user runs it: output, standard error and exit status of every
 // subcommand on good and bad input; record's inventories shown, compared,
 // patched and converted; metrics and check as a monitoring system runs them.
-#include "Pitool.h"
 #include "ScratchDirectory.h"
 
+#include <boost/asio/io_context.hpp>
+#include <boost/process.hpp>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <rapidjson/document.h>
 
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <future>
 #include <iterator>
 #include <string>
 #include <vector>
 
 using namespace ::testing;
+namespace bp = boost::process;
 
 namespace {
+
+// What a finished program left behind.
+struct ProgramResult {
+    int status = -1; // exit status; 128 + signal number when killed by a signal
+    std::string out;
+    std::string err;
+};
+
+// Runs `program` with `args`, feeding `input` to its standard input
+// (PITOOL_PATH and PI_EXAMPLES_DIR come from the build).
+ProgramResult RunProgram(const std::string& program, const std::vector<std::string>& args,
+                         const std::string& input = "") {
+    boost::asio::io_context io;
+    std::future<std::string> out, err;
+    bp::child child(bp::exe = program, bp::args = args,
+                    bp::std_in<boost::asio::buffer(input), bp::std_out> out, bp::std_err > err,
+                    bp::env["PI_EXAMPLES_DIR"] = PI_EXAMPLES_DIR, io);
+    io.run(); // until both outputs are closed
+    child.wait();
+    const int status = child.native_exit_code();
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), out.get(), err.get()};
+}
+
+ProgramResult Pitool(const std::vector<std::string>& args, const std::string& input = "") {
+    return RunProgram(PITOOL_PATH, args, input);
+}
+
+std::string Example(const std::string& name) {
+    return std::string(PI_EXAMPLES_DIR) + "/" + name;
+}
 
 // Success: output, nothing on standard error.
 void ExpectOk(const ProgramResult& r) {
