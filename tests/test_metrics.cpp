@@ -1,6 +1,7 @@
 // The metrics page and the check plugin's judgement: hostile records keep the
 // exposition format, state sets name one state, and the check's ranges.
 #include "ExpositionChecker.h"
+#include "ScratchDirectory.h"
 
 #include <PI/Interchange.h>
 #include <PI/Metrics.h>
@@ -69,8 +70,7 @@ TEST(Metrics, HostileValuesKeepTheFormat) {
 
 // Every drive, logical drive and health has exactly one current state.
 TEST(Metrics, StateSetsNameOneState) {
-    std::ifstream in(PI_SOURCE_DIR "/examples/inventory-after.json", std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(in), {}};
+    const std::string text = ReadBytes(PI_SOURCE_DIR "/examples/inventory-after.json");
     COperation after;
     ASSERT_EQ(ReadJsonDocument(text.data(), text.size(), after), 0u);
     const std::string page = GetMetrics(after);

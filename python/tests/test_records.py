@@ -18,9 +18,7 @@ def test_every_record_copies_compares_and_reprs(cls):
     assert b == a and b is not a
     assert copy.copy(a) == a
     text = repr(a)
-    assert text.startswith(cls.__name__ + "(")
-    for field in cls._fields:
-        assert f"{field}=" in text
+    assert text.startswith(cls.__name__ + "(") and all(f"{f}=" in text for f in cls._fields)
     with pytest.raises(TypeError):
         hash(a)
 
