@@ -32,12 +32,8 @@ def test_spare_member_and_rebuild_follow_the_inventory(examples):
 
 def test_progress_of_a_running_task_in_whole_percent(examples):
     op = pi.load(os.path.join(examples, "inventory-after.json"))
-    i = next(i for i, o in enumerate(op.Objects) if o.ObjectID == 9001)
-    status = pi.CProperty(pi.PropertyID.TASK_STATUS)
+    status = op.object(9001).Properties[2]
     status.set_range(1199, 1000, 1200, 1)  # 99.5 % done: its place in the range, rounded down
-    task = op.Objects[i]
-    task.Properties[2] = status
-    op.Objects[i] = task
     view = pi.redfish_view(op)
     for uri in (STORAGE + "/Volumes/0", STORAGE + "/Drives/4100"):
         assert view[uri]["Operations"] == [{"Operation": "Rebuild", "PercentageComplete": 99}]

@@ -98,15 +98,13 @@ def test_wrong_items_in_lists():
     assert obj.Parents == []
 
 
-def test_comparing_with_other_types():
+def test_comparing_and_copying():
     assert pi.COperation() != None  # noqa: E711
     assert pi.CObject() != pi.CTask()
     assert pi.CObject().Parents != 5
     with pytest.raises(TypeError):
         pi.CDrive() < 5
-
-
-def test_deepcopy_memo_and_copy_of_views():
+    # deepcopy keeps its memo; a copy of a list view is a list.
     op = pi.COperation()
     assert copy.deepcopy([op, op])[0] == op
     op.Properties.append(prop())
