@@ -38,7 +38,7 @@ def test_change_values_are_python_values():
     assert pi.patch(task_a, [text]).Text1 == "\udcffx"
 
 
-def test_patch_refuses_and_leaves_record_alone():
+def test_patch_and_diff_refuse_and_leave_records_alone():
     a, b = pi.COperation(), pi.COperation()
     b.Setting1 = 5
     changes = pi.diff(a, b)
@@ -51,9 +51,6 @@ def test_patch_refuses_and_leaves_record_alone():
         pi.patch(a, [pi.Change("changed", "/Setting1", old="zero", new=1)])
     with pytest.raises(ValueError):
         pi.patch(pi.CObject(), changes)  # a list made for operations
-
-
-def test_wrong_arguments():
     op = pi.COperation()
     for bad in (None, 1, "x", [op]):
         with pytest.raises(TypeError):
