@@ -23,7 +23,7 @@ def test_every_record_copies_compares_and_reprs(cls):
         hash(a)
 
 
-def test_sequence_protocol():
+def test_lists_and_fields_take_python_values():
     obj = pi.CObject(7, pi.ObjectType.ADAPTER_1)
     kids = obj.Children
     assert isinstance(kids, collections.abc.MutableSequence)
@@ -45,9 +45,7 @@ def test_sequence_protocol():
             bad()
     with pytest.raises(TypeError):
         kids["0"]
-
-
-def test_assigning_any_iterable_replaces_the_list():
+    # assigning any iterable replaces the list
     level = pi.CLevel()
     level.StripeSizes = range(3)
     assert level.StripeSizes == [0, 1, 2]
@@ -76,15 +74,13 @@ def test_events_compare_by_scalars_and_keep_placeholders():
         e.PlaceHolders = ["T:a"]
 
 
-def test_logical_drive_from_its_document(examples):
+def test_logical_drive_document_and_enum_fields(examples):
     with open(f"{examples}/ld-raid5.xml") as f:
         ld = pi.CLogicalDrive(f.read())
     assert [d.ObjectID for d in ld.Containers[0].Drives] == [5001, 5002, 5003]
     with pytest.raises(pi.Error):
         pi.CLogicalDrive('<LogicalDriveConfiguration Size="x" Units="1"/>')
-
-
-def test_enum_fields_give_members_and_take_any_32_bit_number():
+    # enum fields give members and take any 32-bit number
     obj = pi.CObject(1, pi.ObjectType.TASK)
     assert obj.ObjectType is pi.ObjectType.TASK
     obj.ObjectType = 12345  # no such member: stays a plain number

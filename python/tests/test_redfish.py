@@ -28,9 +28,7 @@ def test_spare_member_and_rebuild_follow_the_inventory(examples):
     assert after[STORAGE]["Status"]["HealthRollup"] == "Critical"
     entries = after["/redfish/v1/Systems/0/LogServices/Events/Entries"]["Members"]
     assert [after[e["@odata.id"]]["Message"] for e in entries] == ["Controller 0: Drive 2 failed"]
-
-
-def test_progress_of_a_running_task_in_whole_percent(examples):
+    # The progress of a running task in whole percent.
     op = pi.load(os.path.join(examples, "inventory-after.json"))
     status = op.object(9001).Properties[2]
     status.set_range(1199, 1000, 1200, 1)  # 99.5 % done: its place in the range, rounded down

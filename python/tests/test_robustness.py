@@ -62,7 +62,7 @@ def test_refused_property_values_raise_and_keep_the_old_value():
     assert p.value == float("-inf")
 
 
-def test_fields_check_their_range_and_type_or_are_read_only():
+def test_fields_and_lists_check_their_range_and_type():
     for field, value, error in [("Attribute1", -1, ValueError), ("Attribute3", 2**31, ValueError),
                                 ("SelectionMask", HUGE, ValueError), ("Flag", 1, TypeError),
                                 ("Attribute1", 1.0, TypeError), ("PropertyID", "x", TypeError),
@@ -81,9 +81,7 @@ def test_non_utf8_text_round_trips():
     assert task.Text2 == BAD_TEXT
     with pytest.raises(UnicodeError):
         p.value = "\ud800"  # a lone surrogate that stands for no byte
-
-
-def test_wrong_items_in_lists():
+    # wrong items in lists
     op = pi.COperation()
     for view, bad in [(op.Properties, pi.CEvent()), (op.Events, None), (op.Objects, 5),
                       (op.LogicalDrives, "ld"), (op.PassThroughs, pi.CProperty())]:

@@ -47,9 +47,7 @@ def test_changes_through_every_kind_of_access_stick():
     kept = copy.copy(op.Objects[0])
     kept.Flag = False
     assert op.Objects[0].Flag and not kept.Flag
-
-
-def test_a_tasks_object_part_is_reachable():
+    # a task's object part is reachable
     task = pi.CTask()
     before = copy.copy(task)
     task.Object.Flag = True  # the task's own Flag hides the object part's
