@@ -8,7 +8,7 @@ import pytest
 import pi
 
 
-def test_example_inventories_diff_patch_and_document(examples):
+def test_diff_patch_and_change_lists_in_python_terms(examples):
     before = pi.load(os.path.join(examples, "inventory-before.json"))
     after = pi.load(os.path.join(examples, "inventory-after.json"))
     kept = copy.deepcopy(before)
@@ -21,9 +21,7 @@ def test_example_inventories_diff_patch_and_document(examples):
     for copied in (copy.deepcopy(changes), pi.ChangeList.from_json(text)):
         assert copied == changes and copied.record_class == "COperation"
     assert pi.patch(before, pi.ChangeList.from_json(json.dumps(json.loads(text)).encode())) == after
-
-
-def test_change_values_are_python_values():
+    # Change values are Python values.
     a, b = pi.COperation(), pi.COperation()
     b.Setting1 = 5
     task_a = pi.CTask()

@@ -9,7 +9,8 @@ STORAGE = "/redfish/v1/Systems/0/Storage/1"
 
 def test_spare_member_and_rebuild_follow_the_inventory(examples):
     before = pi.redfish_view(pi.load(os.path.join(examples, "inventory-before.json")))
-    after = pi.redfish_view(pi.load(os.path.join(examples, "inventory-after.json")))
+    op = pi.load(os.path.join(examples, "inventory-after.json"))
+    after = pi.redfish_view(op)
     assert all(uri == r["@odata.id"] for uri, r in after.items())
 
     spare = before[STORAGE + "/Drives/4100"]
@@ -29,7 +30,6 @@ def test_spare_member_and_rebuild_follow_the_inventory(examples):
     entries = after["/redfish/v1/Systems/0/LogServices/Events/Entries"]["Members"]
     assert [after[e["@odata.id"]]["Message"] for e in entries] == ["Controller 0: Drive 2 failed"]
     # The progress of a running task in whole percent.
-    op = pi.load(os.path.join(examples, "inventory-after.json"))
     status = op.object(9001).Properties[2]
     status.set_range(1199, 1000, 1200, 1)  # 99.5 % done: its place in the range, rounded down
     view = pi.redfish_view(op)

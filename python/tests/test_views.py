@@ -118,11 +118,10 @@ def test_health_is_the_librarys_and_its_words_can_be_replaced():
 
 
 def test_monitoring_script(examples):
-    run = subprocess.run(
+    lines = subprocess.run(
         [sys.executable, os.path.join(examples, "monitor.py"),
          os.path.join(examples, "inventory-after.json"),
          os.path.join(examples, "inventory-before.json")],
-        capture_output=True, text=True, timeout=60, check=True)
-    lines = run.stdout.splitlines()
+        capture_output=True, text=True, timeout=60, check=True).stdout.splitlines()
     assert lines[0] == "failed drive: Drive 2 (serial ZC100019, state FAILED)"
     assert "Drive 2: PHYSICAL_DRIVE_STATUS changed from OK to FAILED." in lines

@@ -14,12 +14,6 @@
 
 namespace {
 
-bool WriteFile(const std::string& path, const void* data, size_t size) {
-    std::ofstream out(path, std::ios::binary);
-    out.write(static_cast<const char*>(data), static_cast<std::streamsize>(size));
-    return static_cast<bool>(out);
-}
-
 template <class Record> bool WriteBoth(const Record& record, const std::string& stem) {
     std::string json;
     std::vector<std::uint8_t> packed;
@@ -29,8 +23,9 @@ template <class Record> bool WriteBoth(const Record& record, const std::string& 
         std::cerr << stem << ": " << error.Text() << "\n";
         return false;
     }
-    return WriteFile(stem + ".json", json.data(), json.size()) &&
-           WriteFile(stem + ".msgpack", packed.data(), packed.size());
+    std::ofstream(stem + ".json", std::ios::binary) << json;
+    std::ofstream(stem + ".msgpack", std::ios::binary) << std::string(packed.begin(), packed.end());
+    return true;
 }
 
 } // namespace
