@@ -19,8 +19,6 @@
 using namespace PI;
 using namespace ::testing;
 
-namespace {
-
 template <class Value> CProperty Make(int id, Value value) {
     CProperty p(static_cast<_PROPERTY_ID>(id), false);
     p.SetValue(value);
@@ -114,5 +112,3 @@ TEST(Check, Ranges) {
             EXPECT_EQ(range.Alerts(value), alerts) << row.text << " at " << value;
     }
 }
-
-} // namespace

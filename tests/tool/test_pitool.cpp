@@ -23,8 +23,6 @@
 using namespace ::testing;
 namespace bp = boost::process;
 
-namespace {
-
 // What a finished program left behind.
 struct ProgramResult {
     int status = -1; // exit status; 128 + signal number when killed by a signal
@@ -100,8 +98,6 @@ protected:
 int ExitStatusOnATerminal(const std::string& args) {
     return RunProgram("/usr/bin/script", {"-qec", PITOOL_PATH " " + args, "/dev/null"}).status;
 }
-
-} // namespace
 
 TEST(PitoolUsage, JsonOutputParses) {
     const std::vector<std::vector<std::string>> commands = {
