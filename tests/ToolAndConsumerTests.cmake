@@ -3,8 +3,7 @@
 # tree must hold none of the tests' API.
 
 if(TARGET pitool)
-  add_executable(test_pitool ${CMAKE_CURRENT_LIST_DIR}/tool/test_pitool.cpp
-                             ${CMAKE_CURRENT_LIST_DIR}/tool/RunProgram.cpp)
+  add_executable(test_pitool ${CMAKE_CURRENT_LIST_DIR}/tool/test_pitool.cpp)
   target_link_libraries(test_pitool PRIVATE pi_test_support GTest::gtest GTest::gtest_main
                                             GTest::gmock Boost::filesystem Threads::Threads
                                             pi_test_options)

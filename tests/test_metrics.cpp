@@ -1,6 +1,7 @@
 // The metrics page and the check plugin's judgement: hostile records keep the
 // exposition format, state sets name one state, and the check's ranges.
 #include "ExpositionChecker.h"
+#include "ScratchDirectory.h"
 
 #include <PI/Interchange.h>
 #include <PI/Metrics.h>
@@ -16,10 +17,7 @@
 #include <sstream>
 
 using namespace PI;
-using ::testing::HasSubstr;
-using ::testing::Not;
-
-namespace {
+using namespace ::testing;
 
 template <class Value> CProperty Make(int id, Value value) {
     CProperty p(static_cast<_PROPERTY_ID>(id), false);
@@ -59,19 +57,19 @@ TEST(Metrics, HostileValuesKeepTheFormat) {
     EXPECT_EQ(pi_exposition::Check(page), "") << page;
     const std::string drive7 =
         "{adapter=\"1\",id=\"7\",slot=\"3\",serial=\"a\\\\b\\\"c\\nd\xEF\xBF\xBD\"}";
-    EXPECT_THAT(page, HasSubstr("pi_physical_drive_temperature_celsius" + drive7 + " NaN\n"));
-    EXPECT_THAT(page, HasSubstr("pi_physical_drive_media_errors_total" + drive7 +
-                                " 18446744073709551615\n"));
-    EXPECT_THAT(page, HasSubstr("pi_battery_charge_ratio{id=\"8\"} +Inf\n"));
-    EXPECT_THAT(page, HasSubstr(",property=\"99999\"} 5\n"));
-    EXPECT_THAT(page, HasSubstr("property=\"PHYSICAL_DRIVE_VENDOR\",value=\"line\\nfeed\"} 1\n"));
+    for (const std::string& sample :
+         {"pi_physical_drive_temperature_celsius" + drive7 + " NaN\n",
+          "pi_physical_drive_media_errors_total" + drive7 + " 18446744073709551615\n",
+          std::string("pi_battery_charge_ratio{id=\"8\"} +Inf\n"),
+          std::string(",property=\"99999\"} 5\n"),
+          std::string("property=\"PHYSICAL_DRIVE_VENDOR\",value=\"line\\nfeed\"} 1\n")})
+        EXPECT_THAT(page, HasSubstr(sample));
     EXPECT_THAT(page, Not(HasSubstr(" 99\n")));
 }
 
 // Every drive, logical drive and health has exactly one current state.
 TEST(Metrics, StateSetsNameOneState) {
-    std::ifstream in(PI_SOURCE_DIR "/examples/inventory-after.json", std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(in), {}};
+    const std::string text = ReadBytes(PI_SOURCE_DIR "/examples/inventory-after.json");
     COperation after;
     ASSERT_EQ(ReadJsonDocument(text.data(), text.size(), after), 0u);
     const std::string page = GetMetrics(after);
@@ -114,5 +112,3 @@ TEST(Check, Ranges) {
             EXPECT_EQ(range.Alerts(value), alerts) << row.text << " at " << value;
     }
 }
-
-} // namespace

@@ -6,7 +6,7 @@ import pytest
 import pi
 
 
-def test_sense_decoding_takes_any_buffer_and_maps_refusals(examples):
+def test_helpers_take_any_input_type_and_map_refusals(examples):
     with open(f"{examples}/sense-not-ready-descriptor.hex") as f:
         text = " ".join(line for line in f if not line.startswith("#"))
     data = pi.decode_sense(bytearray.fromhex(text))
@@ -19,9 +19,7 @@ def test_sense_decoding_takes_any_buffer_and_maps_refusals(examples):
     with pytest.raises(pi.SenseDataError) as raised:
         pi.decode_sense(bytes([0x70]) + bytes(12))
     assert raised.value.code == pi.SenseDecode.TOO_SHORT and isinstance(raised.value, ValueError)
-
-
-def test_identity_help_icons_and_formatting():
+    # identity, help anchors, icons and formatting
     assert pi.split_sata_model_name("WDC WD3000HLFS-01G6U0") == ("WDC", "WD3000HLFS-01G6U0")
     assert pi.get_sata_rpm("WDC", "WD3000HLFS-01G6U0") == 10000
     with pytest.raises(pi.Error):
@@ -38,11 +36,8 @@ def test_identity_help_icons_and_formatting():
     pi.set_language_string(901234, "Logical Drive")
     assert pi.match_nls("logical drive", 901234) and not pi.match_nls("LogicalDrive", 901234)
     assert pi.match_nls("LOGICALDRIVE", 901234, True)
-
-
-def test_every_property_name_is_its_help_anchor():
     # The identifier enumerations are generated at build time; the library's
-    # anchors carry its own names.
+    # help anchors carry its own names.
     for name, member in pi.PropertyID.__members__.items():
         page = "actions.htm" if name.startswith("OP_") else "properties.htm"
         assert pi.get_help_path(member) == f"{page}#{name}", name

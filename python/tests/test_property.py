@@ -54,24 +54,19 @@ def test_data_empty_lists_and_blocks_that_do_not_read():
     assert "value=<InvalidDataError" in repr(broken)  # repr never raises
 
 
-def test_empty_int_list_is_refused_and_keeps_the_old_value():
+def test_refusals_copies_and_repr():
     p = prop(pi.Selection(1, [4, 5]))
     with pytest.raises(pi.EmptyListError) as raised:
         p.set_int_list(7, [])
     assert raised.value.code == pi.Result.EMPTY_LIST
     assert p.value == pi.Selection(1, [4, 5])
-
-
-def test_wrong_kind_and_no_value_raise_library_codes():
     with pytest.raises(pi.WrongKindError) as raised:
         prop("text").get_uint64()
     # The message's wording is the README session's.
     assert raised.value.code == pi.ExceptionCode.WRONG_TYPE and isinstance(raised.value, TypeError)
     with pytest.raises(pi.Error):
         pi.CProperty().get_string()
-
-
-def test_copies_are_deep_and_repr_names_kind_and_value():
+    # copies are deep and repr names kind and value
     a = prop([1, 2])
     b = copy.copy(a)
     b.value = [3]

@@ -9,7 +9,7 @@ from pi import _core
 STUB = os.path.join(os.path.dirname(pi.__file__), "_core.pyi")
 
 
-def test_stub_names_match_the_module_and_its_classes():
+def test_stubs_and_docstrings_describe_the_module():
     with open(STUB, encoding="utf-8") as f:
         tree = ast.parse(f.read())
     top, members = set(), {}
@@ -33,8 +33,5 @@ def test_stub_names_match_the_module_and_its_classes():
         real = {n for n in dir(cls) if not n.startswith("_")}
         assert real - stubbed == set(), name
         assert {n for n in stubbed if not n.startswith("_")} - real == set(), name
-
-
-def test_docstrings_are_there():
-    for name in dir(_core):
+    for name in dir(_core):  # and every name has a docstring
         assert name.startswith("_") or inspect.getdoc(getattr(_core, name)), name

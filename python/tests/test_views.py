@@ -47,9 +47,7 @@ def test_changes_through_every_kind_of_access_stick():
     kept = copy.copy(op.Objects[0])
     kept.Flag = False
     assert op.Objects[0].Flag and not kept.Flag
-
-
-def test_a_tasks_object_part_is_reachable():
+    # a task's object part is reachable
     task = pi.CTask()
     before = copy.copy(task)
     task.Object.Flag = True  # the task's own Flag hides the object part's
@@ -83,20 +81,14 @@ def test_a_view_whose_element_is_gone_raises(change):
     assert "stale" in repr(drive)  # repr never raises
 
 
-def test_views_of_other_lists_survive_a_change():
-    op = inventory()
-    name = op.Objects[1].Properties[0]
-    op.Objects[0].Properties.clear()
-    op.Events.append(pi.CEvent())
-    name.value = "kept"
-    assert op.Objects[1].Properties[0].value == "kept"
-
-
 def test_lookups_give_views_or_the_default():
     op = inventory()
     drive = op.object(4097)
     assert op.object(1) is None and drive.property(STATUS) is None
-    drive.property(NAME).value = "found"
+    name = drive.property(NAME)
+    op.Objects[0].Properties.clear()  # views of other lists survive a change
+    op.Events.append(pi.CEvent())
+    name.value = "found"
     assert op.Objects[1].Properties[0].value == "found"
     assert drive.property(NAME, secondary=NAME) is not None
     assert drive.Properties.get(NAME, secondary=NAME + 1) is None
@@ -126,11 +118,10 @@ def test_health_is_the_librarys_and_its_words_can_be_replaced():
 
 
 def test_monitoring_script(examples):
-    run = subprocess.run(
+    lines = subprocess.run(
         [sys.executable, os.path.join(examples, "monitor.py"),
          os.path.join(examples, "inventory-after.json"),
          os.path.join(examples, "inventory-before.json")],
-        capture_output=True, text=True, timeout=60, check=True)
-    lines = run.stdout.splitlines()
+        capture_output=True, text=True, timeout=60, check=True).stdout.splitlines()
     assert lines[0] == "failed drive: Drive 2 (serial ZC100019, state FAILED)"
     assert "Drive 2: PHYSICAL_DRIVE_STATUS changed from OK to FAILED." in lines

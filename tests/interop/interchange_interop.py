@@ -2,16 +2,16 @@
 """Interop of the interchange form with two readers that are not ours:
 Python's json and the msgpack package (Debian python3-msgpack).
 
-    interchange_interop.py <interchange_tool> <docs/interchange.md>
+    interchange_interop.py <interchange_tool> <pitool> <docs/interchange.md>
 
-Python reads the format page's examples and random records as the library
-writes them, in both formats, and finds the same
+Python reads the format page's examples (as pitool writes them) and random
+records as the library writes them, in both formats, and finds the same
 document in each; the library reads documents that Python wrote and gives
 back the same document."""
 
 import base64
 import json
-import os
+import pathlib
 import struct
 import subprocess
 import sys
@@ -22,7 +22,7 @@ try:
 except ImportError:
     sys.exit("python3-msgpack is missing; scripts/install-deps.sh installs it")
 
-TOOL, PAGE = sys.argv[1], sys.argv[2]
+TOOL, PITOOL, PAGE = sys.argv[1:4]
 failures = []
 
 
@@ -32,15 +32,15 @@ def check(condition, message):
         print("FAIL:", message)
 
 
-def run(*args, ok=True):
-    result = subprocess.run([TOOL, *args], capture_output=True, text=True)
-    if ok and result.returncode != 0:
-        sys.exit(f"{TOOL} {' '.join(args)} failed: {result.stderr}")
-    return result
+def run(*args):
+    result = subprocess.run(args, capture_output=True)
+    if result.returncode != 0:
+        sys.exit(f"{' '.join(map(str, args))} failed: {result.stderr.decode()}")
+    return result.stdout
 
 
-def float32(value):
-    return struct.unpack("<f", struct.pack("<f", value))[0]
+def convert(path, to):
+    return run(PITOOL, "record", "convert", path, "--to", to)
 
 
 def walk(value, leaf):
@@ -59,31 +59,18 @@ def as_json(value):
                 if isinstance(v, bytes) else v)
 
 
-def load_pair(stem):
-    with open(stem + ".json", encoding="utf-8") as f:
-        from_json = json.load(f)
-    with open(stem + ".msgpack", "rb") as f:
-        from_pack = msgpack.unpackb(f.read(), raw=False, strict_map_key=True)
-    return from_json, from_pack
-
-
 def floats32(value):
     """Floats (the values of kind 8) as the 32-bit floats they stand for:
     MessagePack carries the float itself, JSON its shortest decimal."""
-    return walk(value, lambda v: float32(v) if isinstance(v, float) else v)
+    return walk(value, lambda v: struct.unpack("<f", struct.pack("<f", v))[0]
+                if isinstance(v, float) else v)
 
 
-def same_in_both(stem):
-    from_json, from_pack = load_pair(stem)
-    check(floats32(from_json) == floats32(as_json(from_pack)),
-          f"{stem}: JSON and MessagePack differ")
+def same_in_both(name, text, packed):
+    from_json = json.loads(text)
+    from_pack = msgpack.unpackb(packed, raw=False, strict_map_key=True)
+    check(floats32(from_json) == floats32(as_json(from_pack)), f"{name}: the formats differ")
     return from_json
-
-
-def page_examples():
-    text = open(PAGE, encoding="utf-8").read()
-    parts = text.split("```json\n")[1:]
-    return [json.loads(part.split("```")[0]) for part in parts]
 
 
 def python_documents():
@@ -126,36 +113,33 @@ def to_pack(value):
 
 
 def main():
-    with tempfile.TemporaryDirectory() as work:
+    with tempfile.TemporaryDirectory() as scratch:
+        work = pathlib.Path(scratch)
         # The page's examples, as the library writes them, read by Python.
-        count = int(run("examples", PAGE, work).stdout)
-        examples = page_examples()
-        check(count == len(examples) and count > 0, "number of examples")
-        for i, example in enumerate(examples):
-            written = same_in_both(os.path.join(work, f"example{i}"))
-            check(written == example, f"example {i} reads differently in Python")
+        with open(PAGE, encoding="utf-8") as f:
+            examples = [part.split("```")[0] for part in f.read().split("```json\n")[1:]]
+        check(examples, "no examples on the page")
+        for i, text in enumerate(examples):
+            path = work / f"example{i}.json"
+            path.write_text(text, encoding="utf-8")
+            written = same_in_both(path, convert(path, "json"), convert(path, "msgpack"))
+            check(written == json.loads(text), f"example {i} reads differently in Python")
 
         # Random records of several classes.
-        run("random", "7", "40", work)
+        run(TOOL, "7", "40", scratch)
         for i in range(40):
-            same_in_both(os.path.join(work, f"random{i}"))
+            stem = work / f"random{i}"
+            same_in_both(stem, stem.with_suffix(".json").read_bytes(),
+                         stem.with_suffix(".msgpack").read_bytes())
 
         # Documents that Python wrote come back the same from the library.
         for n, document in enumerate(python_documents()):
-            spellings = {
-                "compact.json": json.dumps(document, ensure_ascii=False).encode("utf-8"),
-                "doc.msgpack": msgpack.packb(to_pack(document), use_bin_type=True),
-            }
-            for name, data in spellings.items():
-                path = os.path.join(work, f"python{n}.{name}")
-                with open(path, "wb") as f:
-                    f.write(data)
-                result = run("read", path, ok=False)
-                check(result.returncode == 0, f"{name} of document {n}: {result.stderr.strip()}")
-                if result.returncode == 0:
-                    check(json.loads(result.stdout) == document,
-                          f"{name} of document {n} came back as {result.stdout}")
-
+            for name, data in (("json", json.dumps(document, ensure_ascii=False).encode()),
+                               ("msgpack", msgpack.packb(to_pack(document), use_bin_type=True))):
+                path = work / f"python{n}.{name}"
+                path.write_bytes(data)
+                back = convert(path, "json")
+                check(json.loads(back) == document, f"{name} of document {n} came back as {back}")
 
     if failures:
         sys.exit(f"{len(failures)} interop check(s) failed")

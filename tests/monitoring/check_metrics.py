@@ -20,12 +20,8 @@ def series_key(name, labels):
 
 
 def samples(text):
-    found = {}
-    for line in text.splitlines():
-        m = SAMPLE.match(line)
-        if m:
-            found[series_key(m.group(1), m.group(2))] = float(m.group(3))
-    return found
+    matches = (SAMPLE.match(line) for line in text.splitlines())
+    return {series_key(m.group(1), m.group(2)): float(m.group(3)) for m in matches if m}
 
 
 def first_and_last(values):
@@ -43,8 +39,7 @@ def first_and_last(values):
 
 
 def main(pitool, promtool, examples):
-    failures = []
-    outputs = {}
+    failures, outputs = [], {}
     for path in sorted(glob.glob(os.path.join(examples, "inventory-*.json"))):
         metrics = subprocess.run([pitool, "metrics", path], check=True, capture_output=True,
                                  text=True).stdout

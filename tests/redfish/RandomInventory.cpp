@@ -158,14 +158,11 @@ private:
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 3) {
-        std::cerr << "usage: redfish_random_inventory SEED FILE\n";
+    if (argc != 3)
         return 2;
-    }
-    const COperation op = Builder(std::stoull(argv[1])).Inventory();
     std::string json;
     CInterchangeError error;
-    if (WriteJsonDocument(op, json, &error) != 0) {
+    if (WriteJsonDocument(Builder(std::stoull(argv[1])).Inventory(), json, &error) != 0) {
         std::cerr << "cannot write the inventory: " << error.Text() << "\n";
         return 1;
     }

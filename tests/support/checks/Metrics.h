@@ -29,6 +29,12 @@ inline PI::COperation RandomInventory(Random& pick) {
     PI::Testing::RecordGenerator generator(pick.Next() * 0x100000000ull + pick.Next());
     generator.MaxRecords = 6;
     PI::COperation operation = generator.Record<PI::COperation>();
+    const auto lean = [&pick](std::vector<PI::CProperty>& properties) {
+        for (PI::CProperty& p : properties)
+            if (pick.Below(2) == 0)
+                p.PropertyID =
+                    static_cast<PI::_PROPERTY_ID>(kProperties[pick.Below(std::size(kProperties))]);
+    };
     for (PI::CObject& object : operation.Objects) {
         if (pick.Below(4) != 0)
             object.ObjectType =
@@ -38,16 +44,10 @@ inline PI::COperation RandomInventory(Random& pick) {
         if (pick.Below(2) == 0 && !operation.Objects.empty())
             object.Parents.insert(object.Parents.begin(),
                                   operation.Objects[pick.Below(operation.Objects.size())].ObjectID);
-        for (PI::CProperty& p : object.Properties)
-            if (pick.Below(2) == 0)
-                p.PropertyID =
-                    static_cast<PI::_PROPERTY_ID>(kProperties[pick.Below(std::size(kProperties))]);
+        lean(object.Properties);
     }
     for (PI::CLogicalDrive& drive : operation.LogicalDrives)
-        for (PI::CProperty& p : drive.Properties)
-            if (pick.Below(2) == 0)
-                p.PropertyID =
-                    static_cast<PI::_PROPERTY_ID>(kProperties[pick.Below(std::size(kProperties))]);
+        lean(drive.Properties);
     return operation;
 }
 
