@@ -11,15 +11,16 @@
 // the output cannot be written.
 #include "PythonNames.h"
 
+#include <PI/Interchange.h>
 #include <PI/Internal/RecordDescription.h>
 
 #include <cstdio>
 #include <fstream>
-#include <functional>
 #include <iostream>
-#include <map>
 #include <sstream>
 #include <string>
+#include <utility>
+#include <variant>
 
 namespace {
 
@@ -73,14 +74,19 @@ template <class R> std::string Members() {
     return out.str();
 }
 
-const std::map<std::string, std::function<std::string()>> kRecords = {
-    {"CProperty", Members<CProperty>},   {"CObject", Members<CObject>},
-    {"CTask", Members<CTask>},           {"CDrive", Members<CDrive>},
-    {"CContainer", Members<CContainer>}, {"CLogicalDrive", Members<CLogicalDrive>},
-    {"CLevel", Members<CLevel>},         {"CMigration", Members<CMigration>},
-    {"CPartition", Members<CPartition>}, {"CPassThrough", Members<CPassThrough>},
-    {"CEvent", Members<CEvent>},         {"COperation", Members<COperation>},
-};
+// The members of the record class called `name`, one of AnyRecord's; false
+// when no class has that name.
+template <size_t... I>
+bool MembersOf(const std::string& name, std::string& out, std::index_sequence<I...>) {
+    const auto one = [&](auto record) {
+        using R = decltype(record);
+        if (name != Records::Description<R>::Name)
+            return false;
+        out = Members<R>();
+        return true;
+    };
+    return (one(std::variant_alternative_t<I, AnyRecord>()) || ...);
+}
 
 int Fail(const std::string& why) {
     std::cerr << "pi_write_stubs: " << why << "\n";
@@ -106,10 +112,11 @@ int main(int argc, char** argv) {
             out << line << "\n";
             continue;
         }
-        const auto record = kRecords.find(line.substr(marker.size()));
-        if (record == kRecords.end())
-            return Fail("no record description for '" + line.substr(marker.size()) + "'");
-        out << record->second();
+        const std::string name = line.substr(marker.size());
+        std::string members;
+        if (!MembersOf(name, members, std::make_index_sequence<std::variant_size_v<AnyRecord>>()))
+            return Fail("no record description for '" + name + "'");
+        out << members;
     }
     // Written beside the output and renamed, so that a failed run leaves no
     // half-written stub for the next build to take as done.
