@@ -20,14 +20,7 @@
 
 namespace {
 
-using bench::Inventory;
-using bench::TheInventory;
-using PI::CContainer;
-using PI::CDrive;
-using PI::CLogicalDrive;
-using PI::CObject;
-using PI::COperation;
-using PI::CProperty;
+using namespace bench; // the inventory and the record classes it names
 
 void InventoryCounters(benchmark::State& state, const Inventory& inv) {
     const double properties = static_cast<double>(inv.properties);
