@@ -335,10 +335,12 @@ hinted_killer() {
       sub(/.*KILLED by (the hinted |[0-9]+ - )/, ""); sub(/ \(.*/, ""); print; exit }
     { want = 0 }' "$hints"
 }
-# Whether test $1 exists and fails.
+# Whether test $1 exists, is not left out, and fails.
 one_test_fails() {
-  timeout "$run_timeout" ctest --test-dir "$build" --timeout "$test_timeout" --output-on-failure \
-    -R "^$(printf '%s' "$1" | sed 's/[][\.*^$+?(){}|]/\\&/g')\$" >"$backup/test.log" 2>&1
+  local args=(--test-dir "$build" --timeout "$test_timeout" --output-on-failure
+    -R "^$(printf '%s' "$1" | sed 's/[][\.*^$+?(){}|]/\\&/g')\$")
+  [ -n "$exclude" ] && args+=(-E "$exclude")
+  timeout "$run_timeout" ctest "${args[@]}" >"$backup/test.log" 2>&1
   grep -qE 'tests passed, [1-9][0-9]* tests failed out of' "$backup/test.log"
 }
 run_tests() {
